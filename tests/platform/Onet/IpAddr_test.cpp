@@ -1,0 +1,86 @@
+#include "Onet/IpAddr.h"
+
+#include "Kel/Exception.h"
+
+#include <gtest/gtest.h>
+
+#include <arpa/inet.h>
+
+#include <memory>
+#include <random>
+#include <sstream>
+#include <unordered_set>
+#include <vector>
+
+namespace {
+
+using Onet::IpAddr;
+
+TEST( IpAddr, PrintsLikeInetNtopAndParsesItsOwnText ) {
+   std::mt19937 rng( 7 );
+   std::vector< U32 > values = { 0, 0xFFFFFFFF, 0x0A000001, 0x64646464, 0x09090909 };
+   for ( int i = 0; i < 20000; ++i ) {
+      values.push_back( rng() );
+   }
+   for ( U32 v : values ) {
+      // Exactly maxTextLength bytes, so a write past the end shows under ASan.
+      auto buf = std::make_unique< char[] >( IpAddr::maxTextLength );
+      size_t n = IpAddr( v ).toChars( buf.get() );
+      in_addr in{ htonl( v ) };
+      char ref[ INET_ADDRSTRLEN ];
+      ASSERT_NE( nullptr, inet_ntop( AF_INET, &in, ref, sizeof ref ) );
+      ASSERT_EQ( std::string( ref ), std::string( buf.get(), n ) );
+      ASSERT_EQ( IpAddr( v ), IpAddr::parse( ref ) );
+   }
+   EXPECT_EQ( IpAddr( 192, 0, 2, 1 ).value(), 0xC0000201u );
+}
+
+TEST( IpAddr, RejectsMalformedTextSayingWhatAndWhere ) {
+   struct Case {
+      const char* text;
+      const char* message;
+   };
+   const Case cases[] = {
+      { "", "expected a decimal octet at offset 0" },
+      { "1.2.3", "expected '.' at offset 5" },
+      { "1.2.3.4.", "expected the end after four octets at offset 7" },
+      { "1.2..4", "expected a decimal octet at offset 4" },
+      { "1.2.256.4", "expected an octet of at most 255 at offset 4" },
+      { "1.2.3.0004", "expected at most three digits in an octet at offset 6" },
+      { "01.2.3.4", "expected no leading zero in an octet at offset 0" },
+      { " 1.2.3.4", "expected a decimal octet at offset 0" },
+      { "1.2.3.4 ", "expected the end after four octets at offset 7" },
+      { "1.-2.3.4", "expected a decimal octet at offset 2" },
+   };
+   for ( const Case& c : cases ) {
+      try {
+         IpAddr::parse( c.text );
+         ADD_FAILURE() << "parsed " << c.text;
+      } catch ( const Kel::ParseException& e ) {
+         EXPECT_EQ( "address", e.attribute() );
+         EXPECT_EQ( std::string( "invalid IPv4 address '" ) + c.text + "': " + c.message,
+                    e.what() );
+      }
+      IpAddr untouched( 1, 1, 1, 1 );
+      EXPECT_FALSE( IpAddr::tryParse( c.text, &untouched ) );
+      EXPECT_EQ( IpAddr( 1, 1, 1, 1 ), untouched );
+   }
+   EXPECT_EQ( IpAddr( 0, 0, 0, 0 ), IpAddr::parse( "0.0.0.0" ) );
+}
+
+TEST( IpAddr, OrdersNumericallyHashesAndStreams ) {
+   EXPECT_LT( IpAddr::parse( "9.255.255.255" ), IpAddr::parse( "10.0.0.0" ) );
+   EXPECT_LT( IpAddr::parse( "127.0.0.1" ), IpAddr::parse( "128.0.0.0" ) );
+   std::unordered_set< IpAddr > set;
+   for ( U32 i = 0; i < 1000; ++i ) {
+      set.insert( IpAddr( 0x0A000000 + i ) );
+   }
+   EXPECT_EQ( 1000u, set.size() );
+   EXPECT_EQ( 1u, set.count( IpAddr( 10, 0, 3, 0xE7 ) ) );
+   std::ostringstream os;
+   os << IpAddr( 203, 0, 113, 9 );
+   EXPECT_EQ( "203.0.113.9", os.str() );
+   EXPECT_EQ( "203.0.113.9", IpAddr( 203, 0, 113, 9 ).toString() );
+}
+
+} // namespace
