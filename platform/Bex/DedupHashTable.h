@@ -1,0 +1,263 @@
+// Bex/DedupHashTable.h: the interning set behind every value and list table.
+// It holds one reference of its own to each member; when the references held
+// outside drop to none, the member leaves the table (handleRemove fires) and
+// is destroyed. A hit is one hash, one probe of an open-addressing array and
+// one count increment; nothing is allocated.
+//
+//   auto table = Bex::DedupHashTableUnorderedSet::DedupHashTableUnorderedSetIs( threadSafe );
+//   DedupHandle::Ptr canonical = table->dedup( candidate );
+//
+// The thread-safe variant splits the set into shards, each behind its own
+// spin lock. A member's last outside release decrements the count under the
+// shard's lock, and lookups take their reference under the same lock, so a
+// lookup never returns a member that is leaving and no thread touches a freed
+// one. Lifetime callbacks run under the shard's lock and, in the thread-safe
+// variant, one table-wide mutex, so notifiees see every table's events in the
+// order they happened and need no lock of their own; a callback must not
+// intern into or release the last outside reference of a member of the same
+// table. A table must outlive the threads that still release its members.
+#pragma once
+
+#include <atomic>
+#include <mutex>
+#include <thread>
+
+#include "Bex/DedupHandle.h"
+#include "Kel/Ptr.h"
+#include "Kel/Types.h"
+
+namespace Bex {
+
+class DedupHashTable;
+class DumpContext;
+
+// DedupHashTableLifeTimeNotifiee: the one observer of a table's membership.
+class DedupHashTableLifeTimeNotifiee : public Kel::PtrInterface {
+ public:
+   using Ptr = Kel::Ptr<DedupHashTableLifeTimeNotifiee>;
+   using PtrConst = Kel::Ptr<const DedupHashTableLifeTimeNotifiee>;
+
+   // handleInsert(): handle just became a member.
+   virtual void handleInsert( const DedupHandle::Ptr& handle ) { (void)handle; }
+   // handleRemove(): handle just left; it is destroyed right after.
+   virtual void handleRemove( DedupHandle* handle ) { (void)handle; }
+   // handleNotificationStop(): the table stops notifying (it is going away).
+   virtual void handleNotificationStop( const Kel::Ptr<const DedupHashTable>& table ) {
+      (void)table;
+   }
+};
+
+// DedupHandleLifeTimeNotifier: a counted object tied to one interned handle.
+// It points at the handle without counting it: the handle owns its notifier.
+class DedupHandleLifeTimeNotifier : public Kel::PtrInterface {
+ public:
+   using Ptr = Kel::Ptr<DedupHandleLifeTimeNotifier>;
+   using PtrConst = Kel::Ptr<const DedupHandleLifeTimeNotifier>;
+
+   explicit DedupHandleLifeTimeNotifier( const DedupHandle* handle ) noexcept : handle_( handle ) {}
+   const DedupHandle* handle() const noexcept { return handle_; }
+
+ private:
+   const DedupHandle* handle_;
+};
+
+// DedupHashTable: the interning set.
+class DedupHashTable : public Kel::PtrInterface {
+ public:
+   using Ptr = Kel::Ptr<DedupHashTable>;
+   using PtrConst = Kel::Ptr<const DedupHashTable>;
+
+   explicit DedupHashTable( bool threadSafe );
+   ~DedupHashTable() override;
+   DedupHashTable( const DedupHashTable& ) = delete;
+   DedupHashTable& operator=( const DedupHashTable& ) = delete;
+
+   bool threadSafe() const noexcept { return threadSafe_; }
+   // size(): members right now.
+   size_t size() const noexcept;
+
+   // lookupByContent(): the member holding the bare content, among those
+   // whose hash() is hash; null when there is none.
+   DedupHandle::Ptr lookupByContent( const DedupContentHandle& content, U32 hash ) const {
+      return lookupIf( hash, [ & ]( const DedupHandle* h ) { return h->compareByContent( content ); } );
+   }
+
+   // lookupIf(): the same with the content test inlined by the caller (the
+   // hit path of the value tables).
+   template <class Match>
+   DedupHandle::Ptr lookupIf( U32 hash, Match&& match ) const {
+      Shard& shard = shardFor( hash );
+      ShardGuard guard( shard, threadSafe_ );
+      for ( U32 i = hash & shard.mask;; i = ( i + 1 ) & shard.mask ) {
+         const Slot& slot = shard.slots[ i ];
+         if ( !slot.handle ) {
+            return nullptr;
+         }
+         if ( slot.hash == hash && match( static_cast<const DedupHandle*>( slot.handle ) ) ) {
+            slot.handle->newRef();
+            return DedupHandle::Ptr::adopt( slot.handle );
+         }
+      }
+   }
+
+   // dedup(): the member equal to handle (by compare()), or handle itself
+   // after inserting it. preInsert( handle ) runs only when handle is the
+   // one inserted, before it becomes visible (lists trim their storage).
+   DedupHandle::Ptr dedup( const DedupHandle::Ptr& handle ) {
+      return dedup( handle, []( DedupHandle* ) {} );
+   }
+   template <class PreInsert>
+   DedupHandle::Ptr dedup( const DedupHandle::Ptr& handle, PreInsert&& preInsert );
+
+   // lifeTimeNotifieeIs(): installs the table's one lifetime notifiee.
+   void lifeTimeNotifieeIs( const DedupHashTableLifeTimeNotifiee::Ptr& notifiee );
+   DedupHashTableLifeTimeNotifiee::Ptr lifeTimeNotifiee() const;
+   // notificationStop(): handleNotificationStop() once, then no more
+   // callbacks. Runs by itself when the table is destroyed.
+   void notificationStop();
+
+   // forEach(): visits every member (shard by shard, under its lock); fn
+   // must not intern into or release members of this table.
+   template <class Fn>
+   void forEach( Fn&& fn ) const {
+      for ( U32 s = 0; s < shardCount_; ++s ) {
+         Shard& shard = shards_[ s ];
+         ShardGuard guard( shard, threadSafe_ );
+         for ( U32 i = 0; i <= shard.mask; ++i ) {
+            if ( shard.slots[ i ].handle ) {
+               fn( static_cast<const DedupHandle*>( shard.slots[ i ].handle ) );
+            }
+         }
+      }
+   }
+
+   // dumpState(): "DedupHashTable #<members>" at the given indent.
+   void dumpState( const DumpContext& ctx, U32 indent ) const;
+
+ protected:
+   void onZeroReferences() const noexcept override;
+
+ private:
+   friend class DedupHandle;
+
+   struct Slot {
+      U32 hash;
+      DedupHandle* handle;
+   };
+
+   class SpinLock {
+    public:
+      void lock() noexcept {
+         while ( locked_.exchange( true, std::memory_order_acquire ) ) {
+            unsigned spins = 0;
+            while ( locked_.load( std::memory_order_relaxed ) ) {
+               if ( ++spins > 64 ) {
+                  std::this_thread::yield();
+               } else {
+#if defined( __x86_64__ ) || defined( __i386__ )
+                  __builtin_ia32_pause();
+#endif
+               }
+            }
+         }
+      }
+      void unlock() noexcept { locked_.store( false, std::memory_order_release ); }
+
+    private:
+      std::atomic<bool> locked_{ false };
+   };
+
+   struct alignas( 64 ) Shard {
+      SpinLock lock;
+      Slot* slots = nullptr;
+      U32 mask = 0;
+      std::atomic<U32> count{ 0 };
+   };
+
+   class ShardGuard {
+    public:
+      ShardGuard( Shard& shard, bool locked ) noexcept : shard_( locked ? &shard : nullptr ) {
+         if ( shard_ ) {
+            shard_->lock.lock();
+         }
+      }
+      ~ShardGuard() {
+         if ( shard_ ) {
+            shard_->lock.unlock();
+         }
+      }
+      ShardGuard( const ShardGuard& ) = delete;
+      ShardGuard& operator=( const ShardGuard& ) = delete;
+
+    private:
+      Shard* shard_;
+   };
+
+   Shard& shardFor( U32 hash ) const noexcept {
+      return shards_[ shardCount_ == 1 ? 0 : hash >> shardShift_ ];
+   }
+
+   // The shard helpers below run with the shard locked.
+   static void growIfFull( Shard& shard );
+   static void placeSlot( Shard& shard, U32 hash, DedupHandle* handle ) noexcept;
+   static void eraseSlot( Shard& shard, const DedupHandle* handle ) noexcept;
+   void notifyInsert( DedupHandle* handle );
+   void notifyRemove( DedupHandle* handle );
+   // releaseMember(): a member's last outside reference is going.
+   void releaseMember( const DedupHandle* handle ) noexcept;
+
+   Shard* shards_;
+   U32 shardCount_;
+   U32 shardShift_;
+   bool threadSafe_;
+   std::atomic<bool> notifying_{ false };
+   DedupHashTableLifeTimeNotifiee::Ptr notifiee_;
+   std::mutex notifyMutex_;
+};
+
+// DedupHashTableUnorderedSet: the concrete set; the bool picks the
+// thread-safe variant.
+class DedupHashTableUnorderedSet final : public DedupHashTable {
+ public:
+   using Ptr = Kel::Ptr<DedupHashTableUnorderedSet>;
+   using PtrConst = Kel::Ptr<const DedupHashTableUnorderedSet>;
+
+   explicit DedupHashTableUnorderedSet( bool threadSafe ) : DedupHashTable( threadSafe ) {}
+   static Ptr DedupHashTableUnorderedSetIs( bool threadSafe );
+};
+
+template <class PreInsert>
+DedupHandle::Ptr DedupHashTable::dedup( const DedupHandle::Ptr& handle, PreInsert&& preInsert ) {
+   KEL_ASSERT_MSG( handle, "dedupHandle" );
+   DedupHandle* candidate = handle.ptr();
+   if ( candidate->table_ == this && candidate->isDeduped() ) {
+      return handle;
+   }
+   const U32 hash = candidate->hash();
+   Shard& shard = shardFor( hash );
+   ShardGuard guard( shard, threadSafe_ );
+   for ( U32 i = hash & shard.mask;; i = ( i + 1 ) & shard.mask ) {
+      const Slot& slot = shard.slots[ i ];
+      if ( !slot.handle ) {
+         break;
+      }
+      if ( slot.hash == hash && slot.handle->compare( candidate ) ) {
+         slot.handle->newRef();
+         return DedupHandle::Ptr::adopt( slot.handle );
+      }
+   }
+   growIfFull( shard );
+   preInsert( candidate );
+   placeSlot( shard, hash, candidate );
+   candidate->table_ = this;
+   candidate->tableHash_ = hash;
+   candidate->newRef(); // the table's own reference
+   candidate->dedupStateIs( dedupHandleStateDeduped_ );
+   candidate->tableSharedIs( true );
+   if ( notifying_.load( std::memory_order_acquire ) ) {
+      notifyInsert( candidate );
+   }
+   return handle;
+}
+
+} // namespace Bex

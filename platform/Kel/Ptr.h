@@ -1,0 +1,163 @@
+// Kel/Ptr.h: counted objects and the intrusive pointer that holds them.
+// Every shared object of the platform and the library derives from
+// PtrInterface; its reference count lives in the object, so a raw pointer can
+// always be turned back into an owning one, and copying a Ptr costs one
+// atomic add.
+//
+//   auto list = Kel::makePtr<Thing>( args );   // count 1
+//   Kel::Ptr<const Thing> alias = list;        // count 2, same object
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <functional>
+#include <type_traits>
+#include <utility>
+
+#include "Kel/Types.h"
+
+namespace Kel {
+
+// PtrInterface: base of every counted object. The count is atomic and
+// sequentially consistent. Objects that live in an interning table route the
+// release that would leave only the table's own reference through
+// onLastOutsideReference(), so the table can decide under its own lock.
+class PtrInterface {
+ public:
+   PtrInterface() noexcept = default;
+   // A copy is a new object: it never inherits the original's count or flags.
+   PtrInterface( const PtrInterface& ) noexcept {}
+   PtrInterface& operator=( const PtrInterface& ) noexcept { return *this; }
+   virtual ~PtrInterface() = default;
+
+   // refCount(): the number of references held right now (a snapshot).
+   U32 refCount() const noexcept { return refCount_.load(); }
+
+   // hasNotificationActive(): the flag every factory switches on for the
+   // objects it hands out.
+   bool hasNotificationActive() const noexcept { return notificationActive_; }
+   void hasNotificationActiveIs( bool active ) noexcept { notificationActive_ = active; }
+
+   // newRef() / deleteRef(): what Ptr calls; rarely needed directly.
+   void newRef() const noexcept { refCount_.fetch_add( 1 ); }
+   void deleteRef() const noexcept {
+      if ( !tableShared_.load( std::memory_order_relaxed ) ) {
+         if ( refCount_.fetch_sub( 1 ) == 1 ) {
+            onZeroReferences();
+         }
+         return;
+      }
+      // An interned object: references beyond the table's own and ours can
+      // go without any lock; the last outside one is the table's business.
+      U32 count = refCount_.load();
+      while ( count > 2 ) {
+         if ( refCount_.compare_exchange_weak( count, count - 1 ) ) {
+            return;
+         }
+      }
+      onLastOutsideReference();
+   }
+
+ protected:
+   // onZeroReferences(): the count reached zero. The default destroys the
+   // object; a class may first run work that needs the object alive.
+   virtual void onZeroReferences() const noexcept { delete this; }
+
+   // onLastOutsideReference(): only for objects marked table-shared; called
+   // instead of a decrement that would leave the count at 1 or 0.
+   virtual void onLastOutsideReference() const noexcept {
+      if ( refCount_.fetch_sub( 1 ) == 1 ) {
+         onZeroReferences();
+      }
+   }
+
+   // Raw access for the interning table, which adjusts counts under its lock.
+   std::atomic<U32>& refCountAtomic() const noexcept { return refCount_; }
+   void tableSharedIs( bool shared ) const noexcept {
+      tableShared_.store( shared, std::memory_order_relaxed );
+   }
+
+ private:
+   mutable std::atomic<U32> refCount_{ 0 };
+   mutable std::atomic<bool> tableShared_{ false };
+   bool notificationActive_ = false;
+};
+
+// Ptr<T>: intrusive counted pointer; null by default, equality by identity.
+template <class T>
+class Ptr {
+ public:
+   using element_type = T;
+
+   constexpr Ptr() noexcept = default;
+   constexpr Ptr( std::nullptr_t ) noexcept {}
+   // From a raw pointer: takes a new reference (the count is in the object,
+   // so this is always safe).
+   Ptr( T* p ) noexcept : p_( p ) {
+      if ( p_ ) {
+         p_->newRef();
+      }
+   }
+   Ptr( const Ptr& other ) noexcept : Ptr( other.p_ ) {}
+   Ptr( Ptr&& other ) noexcept : p_( std::exchange( other.p_, nullptr ) ) {}
+   template <class U>
+      requires std::is_convertible_v<U*, T*>
+   Ptr( const Ptr<U>& other ) noexcept : Ptr( other.ptr() ) {}
+   template <class U>
+      requires std::is_convertible_v<U*, T*>
+   Ptr( Ptr<U>&& other ) noexcept : p_( other.release() ) {}
+   ~Ptr() {
+      if ( p_ ) {
+         p_->deleteRef();
+      }
+   }
+
+   Ptr& operator=( Ptr other ) noexcept {
+      std::swap( p_, other.p_ );
+      return *this;
+   }
+
+   T* ptr() const noexcept { return p_; }
+   T* operator->() const noexcept { return p_; }
+   T& operator*() const noexcept { return *p_; }
+   explicit operator bool() const noexcept { return p_ != nullptr; }
+
+   // release(): gives up ownership without touching the count.
+   T* release() noexcept { return std::exchange( p_, nullptr ); }
+   // adopt(): takes over a reference already counted for the caller.
+   static Ptr adopt( T* p ) noexcept {
+      Ptr result;
+      result.p_ = p;
+      return result;
+   }
+
+   template <class U>
+   bool operator==( const Ptr<U>& other ) const noexcept {
+      return static_cast<const void*>( p_ ) == static_cast<const void*>( other.ptr() );
+   }
+   bool operator==( std::nullptr_t ) const noexcept { return p_ == nullptr; }
+
+ private:
+   T* p_ = nullptr;
+};
+
+// makePtr(): the one way counted objects are allocated.
+template <class T, class... Args>
+Ptr<T> makePtr( Args&&... args ) {
+   return Ptr<T>( new T( std::forward<Args>( args )... ) );
+}
+
+// ptrCast(): static downcast keeping the reference.
+template <class T, class U>
+Ptr<T> ptrCast( const Ptr<U>& p ) noexcept {
+   return Ptr<T>( static_cast<T*>( p.ptr() ) );
+}
+
+} // namespace Kel
+
+template <class T>
+struct std::hash<Kel::Ptr<T>> {
+   size_t operator()( const Kel::Ptr<T>& p ) const noexcept {
+      return std::hash<const void*>()( static_cast<const void*>( p.ptr() ) );
+   }
+};
