@@ -1,0 +1,76 @@
+#include "Routing/RouteMap/PosixRegex.h"
+
+#include "Kel/Exception.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace {
+
+using Routing::RouteMap::PosixRegex;
+
+TEST( PosixRegex, MatchesExtendedSyntaxAnywhereUnlessAnchored ) {
+   PosixRegex re( "^(65000|65001):[0-9]+$" );
+   EXPECT_EQ( 0, re.execute( "65001:7" ) );
+   EXPECT_EQ( REG_NOMATCH, re.execute( "65002:7" ) );
+   EXPECT_EQ( REG_NOMATCH, re.execute( "65000:7 " ) );
+   PosixRegex unanchored( "_?100:" );
+   EXPECT_EQ( 0, unanchored.execute( "65000:1 100:5" ) );
+   EXPECT_EQ( 0, PosixRegex( "" ).execute( "" ) );
+}
+
+TEST( PosixRegex, BadPatternThrowsWithRegcompReason ) {
+   for ( const char* bad : { "(65000", "[0-9", "a{2,1}", "*x" } ) {
+      try {
+         PosixRegex re( bad );
+         // glibc accepts a leading '*' as a literal; the rest must fail.
+         EXPECT_STREQ( "*x", bad );
+      } catch ( const Kel::ParseException& e ) {
+         EXPECT_EQ( "pattern", e.attribute() );
+         std::string what = e.what();
+         EXPECT_EQ( 0u, what.find( std::string( "invalid regular expression '" ) + bad + "': " ) );
+         EXPECT_GT( what.size(), std::string( bad ).size() + 32 ) << what;
+      }
+   }
+}
+
+TEST( PosixRegex, MovedObjectKeepsTheCompiledPattern ) {
+   PosixRegex a( "^x+$" );
+   PosixRegex b( std::move( a ) );
+   EXPECT_EQ( 0, b.execute( "xxx" ) );
+   EXPECT_EQ( REG_NOMATCH, a.execute( "xxx" ) );
+   PosixRegex c( "y" );
+   c = std::move( b );
+   EXPECT_EQ( "^x+$", c.pattern() );
+   EXPECT_EQ( 0, c.execute( "x" ) );
+   std::vector< PosixRegex > many;
+   for ( int i = 0; i < 100; ++i ) {
+      many.emplace_back( std::to_string( i ) + "$" );
+   }
+   EXPECT_EQ( 0, many[ 42 ].execute( "1042" ) );
+}
+
+TEST( PosixRegexConcurrency, OneRegexMatchedFromManyThreads ) {
+   const PosixRegex re( "^[0-9]+:(1|2)[0-9]*$" );
+   std::vector< std::thread > threads;
+   std::vector< int > hits( 4 );
+   for ( int t = 0; t < 4; ++t ) {
+      threads.emplace_back( [ &, t ] {
+         for ( int i = 0; i < 20000; ++i ) {
+            hits[ t ] += re.execute( ( "65000:" + std::to_string( i ) ).c_str() ) == 0;
+         }
+      } );
+   }
+   for ( std::thread& thread : threads ) {
+      thread.join();
+   }
+   for ( int count : hits ) {
+      EXPECT_EQ( 2 + 20 + 200 + 2000 + 2 * 5000, count );
+   }
+}
+
+} // namespace
