@@ -78,14 +78,14 @@ class DedupHashTable : public Kel::PtrInterface {
 
    // lookupByContent(): the member holding the bare content, among those
    // whose hash() is hash; null when there is none.
-   DedupHandle::Ptr lookupByContent( const DedupContentHandle& content, U32 hash ) const {
+   DedupHandle::PtrConst lookupByContent( const DedupContentHandle& content, U32 hash ) const {
       return lookupIf( hash, [ & ]( const DedupHandle* h ) { return h->compareByContent( content ); } );
    }
 
    // lookupIf(): the same with the content test inlined by the caller (the
    // hit path of the value tables).
    template <class Match>
-   DedupHandle::Ptr lookupIf( U32 hash, Match&& match ) const {
+   DedupHandle::PtrConst lookupIf( U32 hash, Match&& match ) const {
       Shard& shard = shardFor( hash );
       ShardGuard guard( shard, threadSafe_ );
       for ( U32 i = hash & shard.mask;; i = ( i + 1 ) & shard.mask ) {
@@ -95,7 +95,7 @@ class DedupHashTable : public Kel::PtrInterface {
          }
          if ( slot.hash == hash && match( static_cast<const DedupHandle*>( slot.handle ) ) ) {
             slot.handle->newRef();
-            return DedupHandle::Ptr::adopt( slot.handle );
+            return DedupHandle::PtrConst::adopt( slot.handle );
          }
       }
    }
@@ -103,11 +103,13 @@ class DedupHashTable : public Kel::PtrInterface {
    // dedup(): the member equal to handle (by compare()), or handle itself
    // after inserting it. preInsert( handle ) runs only when handle is the
    // one inserted, before it becomes visible (lists trim their storage).
-   DedupHandle::Ptr dedup( const DedupHandle::Ptr& handle ) {
+   // Interned objects are immutable, so the table deals in const handles;
+   // preInsert gets the candidate non-const, since it is not shared yet.
+   DedupHandle::PtrConst dedup( const DedupHandle::PtrConst& handle ) {
       return dedup( handle, []( DedupHandle* ) {} );
    }
    template <class PreInsert>
-   DedupHandle::Ptr dedup( const DedupHandle::Ptr& handle, PreInsert&& preInsert );
+   DedupHandle::PtrConst dedup( const DedupHandle::PtrConst& handle, PreInsert&& preInsert );
 
    // lifeTimeNotifieeIs(): installs the table's one lifetime notifiee.
    void lifeTimeNotifieeIs( const DedupHashTableLifeTimeNotifiee::Ptr& notifiee );
@@ -227,9 +229,10 @@ class DedupHashTableUnorderedSet final : public DedupHashTable {
 };
 
 template <class PreInsert>
-DedupHandle::Ptr DedupHashTable::dedup( const DedupHandle::Ptr& handle, PreInsert&& preInsert ) {
+DedupHandle::PtrConst DedupHashTable::dedup( const DedupHandle::PtrConst& handle,
+                                             PreInsert&& preInsert ) {
    KEL_ASSERT_MSG( handle, "dedupHandle" );
-   DedupHandle* candidate = handle.ptr();
+   auto* candidate = const_cast<DedupHandle*>( handle.ptr() );
    if ( candidate->table_ == this && candidate->isDeduped() ) {
       return handle;
    }
@@ -243,7 +246,7 @@ DedupHandle::Ptr DedupHashTable::dedup( const DedupHandle::Ptr& handle, PreInser
       }
       if ( slot.hash == hash && slot.handle->compare( candidate ) ) {
          slot.handle->newRef();
-         return DedupHandle::Ptr::adopt( slot.handle );
+         return DedupHandle::PtrConst::adopt( slot.handle );
       }
    }
    growIfFull( shard );
