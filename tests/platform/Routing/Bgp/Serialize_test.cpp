@@ -1,0 +1,74 @@
+#include "Routing/Bgp/Serialize.h"
+
+#include "Kel/Exception.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using Routing::Bgp::Serialize;
+
+TEST( Serialize, WritesIntegersInNetworkOrder ) {
+   Serialize out;
+   out.addU8( 0xC0 );
+   out.addU16hton( 0x0102 );
+   out.addU32hton( 0x03040506 );
+   out.addU64hton( 0x0708090A0B0C0D0Eull );
+   out.addIpv6Addr( Onet::Ip6Addr::parse( "2001:db8::ff" ) );
+   out.addBytes( "xy", 2 );
+   EXPECT_EQ( std::string( "\xC0\x01\x02\x03\x04\x05\x06\x07\x08\x09\x0A\x0B\x0C\x0D\x0E"
+                           "\x20\x01\x0d\xb8\0\0\0\0\0\0\0\0\0\0\0\xff"
+                           "xy",
+                           1 + 2 + 4 + 8 + 16 + 2 ),
+              out.serializedString() );
+   EXPECT_EQ( std::string( "\x0E\x20", 2 ), out.serializedString( 14 ).substr( 0, 2 ) );
+   EXPECT_EQ( "", out.serializedString( 100 ) );
+}
+
+TEST( Serialize, PatchesAHeaderAfterTheValueIsWritten ) {
+   Serialize out;
+   out.addU8( 0x10 );
+   size_t lengthAt = out.writePos();
+   out.addU16hton( 0 );
+   for ( U32 i = 0; i < 5; ++i ) {
+      out.addU32hton( i );
+   }
+   size_t end = out.length();
+   out.writePosIs( lengthAt );
+   out.addU16hton( U16( end - lengthAt - 2 ) );
+   EXPECT_EQ( end, out.length() ); // overwriting does not shorten
+   out.writePosIs( end );
+   out.addU8( 0xFF );
+   std::string wire = out.serializedString();
+   ASSERT_EQ( 1u + 2 + 20 + 1, wire.size() );
+   EXPECT_EQ( 0, wire[ 1 ] );
+   EXPECT_EQ( 20, wire[ 2 ] );
+   EXPECT_EQ( '\xFF', wire.back() );
+   EXPECT_THROW( out.writePosIs( out.length() + 1 ), Kel::RangeException );
+}
+
+TEST( Serialize, GrowsPastTheInlineBufferKeepingContents ) {
+   Serialize out;
+   EXPECT_EQ( Serialize::inlineCapacity, out.capacity() );
+   for ( U32 i = 0; i < 3000; ++i ) {
+      out.addU32hton( i );
+   }
+   EXPECT_EQ( 12000u, out.length() );
+   EXPECT_GE( out.capacity(), 12000u );
+   for ( U32 i = 0; i < 3000; i += 997 ) {
+      const U8* p = out.data() + 4 * i;
+      EXPECT_EQ( i, U32( p[ 0 ] << 24 | p[ 1 ] << 16 | p[ 2 ] << 8 | p[ 3 ] ) );
+   }
+   out.growBuffer( 100000 );
+   EXPECT_GE( out.capacity(), 100000u );
+   EXPECT_EQ( 12000u, out.serializedString().size() );
+   std::string big( 50000, 'z' );
+   out.writePosIs( 4 );
+   out.addBytes( big.data(), big.size() );
+   EXPECT_EQ( 50004u, out.length() );
+   out.clear();
+   EXPECT_EQ( 0u, out.length() );
+   EXPECT_GE( out.capacity(), 100000u );
+}
+
+} // namespace
