@@ -147,10 +147,15 @@ Ptr<T> makePtr( Args&&... args ) {
    return Ptr<T>( new T( std::forward<Args>( args )... ) );
 }
 
-// ptrCast(): static downcast keeping the reference.
+// ptrCast(): static downcast keeping the reference; the rvalue form hands
+// the reference over without touching the count.
 template <class T, class U>
 Ptr<T> ptrCast( const Ptr<U>& p ) noexcept {
    return Ptr<T>( static_cast<T*>( p.ptr() ) );
+}
+template <class T, class U>
+Ptr<T> ptrCast( Ptr<U>&& p ) noexcept {
+   return Ptr<T>::adopt( static_cast<T*>( p.release() ) );
 }
 
 } // namespace Kel
