@@ -1,0 +1,101 @@
+#include "Routing/Bgp/RouteTarget.h"
+
+#include "Kel/Exception.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <unordered_set>
+
+namespace {
+
+using Routing::Bgp::RouteTarget;
+
+TEST( RouteTarget, PrintsEachLayoutByTypeOctet ) {
+   struct Case {
+      U64 value;
+      const char* plain;
+      const char* asDot;
+   };
+   const Case cases[] = {
+      { 0x0002FDE800000064ull, "65000:100", "65000:100" },
+      { 0x0002FFFFFFFFFFFFull, "65535:4294967295", "65535:4294967295" },
+      { 0x0102C00002010005ull, "192.0.2.1:5", "192.0.2.1:5" },
+      { 0x0102000000000000ull, "0.0.0.0:0", "0.0.0.0:0" },
+      { 0x0202000100000007ull, "65536:7", "1.0:7" },
+      { 0x0202FFFFFFFFFFFFull, "4294967295:65535", "65535.65535:65535" },
+      { 0x0202000000640005ull, "100L:5", "100L:5" },
+      { 0x02020000FFFF0001ull, "65535L:1", "65535L:1" },
+      { 0x0003FDE800000064ull, "0x0003fde800000064", "0x0003fde800000064" }, // not a target
+      { 0x4002000000000001ull, "0x4002000000000001", "0x4002000000000001" }, // non-transitive
+      { 0x0302000000000001ull, "0x0302000000000001", "0x0302000000000001" },
+   };
+   for ( const Case& c : cases ) {
+      RouteTarget rt( c.value );
+      EXPECT_EQ( c.plain, rt.toStrep( false ) );
+      EXPECT_EQ( c.asDot, rt.toStrep( true ) );
+      EXPECT_EQ( rt, RouteTarget::fromStrep( c.plain ) ) << c.plain;
+      EXPECT_EQ( rt, RouteTarget::fromStrep( c.asDot ) ) << c.asDot;
+   }
+}
+
+TEST( RouteTarget, EveryLayoutRoundTripsThroughBothTextForms ) {
+   std::mt19937_64 rng( 9 );
+   std::unordered_set< RouteTarget > seen;
+   for ( int i = 0; i < 100000; ++i ) {
+      U64 value = rng();
+      U64 type = rng() % 5;
+      U64 subtype = rng() % 4 ? 0x02 : rng() % 256;
+      if ( type < 3 ) {
+         value = value & 0x0000FFFFFFFFFFFFull;
+         // Small 4-octet AS numbers exercise the "L" form.
+         if ( type == 2 && rng() % 2 ) {
+            value &= 0x00000000FFFFFFFFull;
+         }
+         value |= type << 56 | subtype << 48;
+      }
+      RouteTarget rt( value );
+      ASSERT_EQ( rt, RouteTarget::fromStrep( rt.toStrep( false ) ) ) << rt.toStrep( false );
+      ASSERT_EQ( rt, RouteTarget::fromStrep( rt.toStrep( true ) ) ) << rt.toStrep( true );
+      seen.insert( rt );
+   }
+   EXPECT_GT( seen.size(), 99000u );
+}
+
+TEST( RouteTarget, RejectsMalformedTextWithPreciseMessages ) {
+   const std::pair< const char*, const char* > cases[] = {
+      { "", "expected ADMIN:local or 0x and 16 hex digits" },
+      { "65000", "expected ADMIN:local or 0x and 16 hex digits" },
+      { "65000:", "expected a decimal local value after a 2-octet AS" },
+      { ":5", "expected a decimal AS" },
+      { "65000:4294967296", "local value after a 2-octet AS exceeds 4294967295" },
+      { "65536:65536", "local value after a 4-octet AS exceeds 65535" },
+      { "4294967296:1", "AS exceeds 4294967295" },
+      { "99999999999999999999999:1", "AS exceeds 4294967295" },
+      { "-1:5", "expected a decimal AS" },
+      { "+1:5", "expected a decimal AS" },
+      { "1 :5", "expected a decimal AS" },
+      { "65000:1:2", "expected a decimal local value after a 2-octet AS" },
+      { "1.2.3.4:65536", "local value after an IPv4 address exceeds 65535" },
+      { "1.2.3.256:1", "expected an IPv4 address before ':'" },
+      { "1.2.3:1", "expected an AS, an asdot AS or an IPv4 address before ':'" },
+      { "65536.0:1", "high half of an asdot AS exceeds 65535" },
+      { "1.:1", "expected a decimal low half of an asdot AS" },
+      { "1.5:65536", "local value after a 4-octet AS exceeds 65535" },
+      { "L:1", "expected a decimal 4-octet AS" },
+      { "5L:70000", "local value after a 4-octet AS exceeds 65535" },
+      { "0x12", "expected 0x and 16 hex digits" },
+      { "0x00020000000000001", "expected 0x and 16 hex digits" },
+      { "0x000200000000000g", "expected 0x and 16 hex digits" },
+   };
+   for ( const auto& [ text, message ] : cases ) {
+      try {
+         RouteTarget::fromStrep( text );
+         ADD_FAILURE() << "parsed " << text;
+      } catch ( const Kel::RangeException& e ) {
+         EXPECT_EQ( std::string( "RouteTarget '" ) + text + "': " + message, e.what() );
+      }
+   }
+}
+
+} // namespace
