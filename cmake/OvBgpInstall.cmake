@@ -57,6 +57,7 @@ install(FILES
 # The .pc file finds its prefix from its own location, so the same file is
 # right for `cmake --install --prefix <anywhere>`.
 file(RELATIVE_PATH OVBGP_PC_TO_PREFIX "/prefix/${OVBGP_PKGCONFIG_DIR}" "/prefix")
+string(REGEX REPLACE "/$" "" OVBGP_PC_TO_PREFIX "${OVBGP_PC_TO_PREFIX}")
 if(TARGET OvBgpCommunity)
    set(OVBGP_PC_LIBS "-lOvBgpCommunity -lkel")
 else()
