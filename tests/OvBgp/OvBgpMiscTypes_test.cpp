@@ -1,0 +1,177 @@
+#include "OvBgp/OvBgpMiscTypes.h"
+
+#include <algorithm>
+#include <functional>
+#include <sstream>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "Kel/Exception.h"
+#include "Kel/Strep.h"
+
+using namespace Routing::Bgp;
+
+namespace {
+
+// A bounded type as derived types write it: the constructor checks the
+// number against its own bounds.
+class Bounded final : public BgpMaybeU63 {
+ public:
+   Bounded() = default;
+   explicit Bounded( U64 number ) : BgpMaybeU63( S64( number ) ) { checkValue(); }
+   U64 min() const noexcept override { return 10; }
+   U64 max() const noexcept override { return 20; }
+   U64 mappedUnspecifiedValue() const noexcept override { return 7; }
+};
+
+template <class Ex>
+std::string messageOf( const std::function<void()>& f ) {
+   try {
+      f();
+   } catch ( const Ex& e ) {
+      return e.what();
+   }
+   return "<nothing thrown>";
+}
+
+const char* const outOfBounds = "value < min or > max not allowed";
+
+} // namespace
+
+TEST( BgpMaybeU63, BaseAdmitsNoNumberAndFailedAssignmentLeavesUnspecified ) {
+   BgpMaybeU63 base;
+   EXPECT_TRUE( base.isUnspecified() );
+   EXPECT_EQ( base.word(), S64( 0x8000000000000000ull ) );
+   EXPECT_EQ( base.valueWithUnspecifiedMapped(), 0u );
+   EXPECT_EQ( messageOf<Kel::RangeException>( [ & ] { base.valueIs( 0 ); } ), outOfBounds );
+   EXPECT_EQ( messageOf<Kel::RangeException>( [ & ] { base.valueIs( 1 ); } ), outOfBounds );
+   EXPECT_TRUE( base.isUnspecified() );
+}
+
+TEST( BgpMaybeU63, DerivedBoundsApplyInConstructorAndAssignment ) {
+   EXPECT_EQ( messageOf<Kel::RangeException>( [] { Bounded( 21 ); } ), outOfBounds );
+   EXPECT_EQ( messageOf<Kel::RangeException>( [] { Bounded( 9 ); } ), outOfBounds );
+
+   Bounded b( 20 );
+   EXPECT_EQ( U64( b ), 20u );
+   b.valueIs( 10 );
+   EXPECT_EQ( b.value(), 10u );
+   EXPECT_EQ( b.valueWithUnspecifiedMapped(), 10u );
+   EXPECT_EQ( messageOf<Kel::RangeException>( [ & ] { b.valueIs( 21 ); } ), outOfBounds );
+   EXPECT_TRUE( b.isUnspecified() );
+   EXPECT_EQ( b.valueWithUnspecifiedMapped(), 7u );
+
+   // A number with bit 63 set must not sneak in as "unspecified".
+   b.valueIs( 15 );
+   EXPECT_THROW( b.valueIs( 0x8000000000000001ull ), Kel::RangeException );
+   EXPECT_TRUE( b.isUnspecified() );
+}
+
+TEST( BgpMaybeU63, UnspecifiedEqualsOnlyUnspecifiedAndSortsFirst ) {
+   Bounded none;
+   Bounded oddNone;
+   Kel::strepToValue( "-5", &oddNone );
+   EXPECT_TRUE( oddNone.isUnspecified() );
+   EXPECT_EQ( none, oddNone );
+   EXPECT_NE( none, Bounded( 10 ) );
+   EXPECT_NE( Bounded( 10 ), none );
+   EXPECT_EQ( Bounded( 12 ), Bounded( 12 ) );
+   EXPECT_FALSE( none < oddNone );
+   EXPECT_TRUE( none < Bounded( 10 ) );
+   EXPECT_FALSE( Bounded( 10 ) < none );
+   EXPECT_TRUE( Bounded( 19 ) > none );
+   EXPECT_TRUE( none <= oddNone );
+
+   std::vector<Bounded> values = { Bounded( 15 ), none, Bounded( 11 ), oddNone, Bounded( 20 ),
+                                   Bounded( 10 ) };
+   std::sort( values.begin(), values.end() );
+   EXPECT_TRUE( values[ 0 ].isUnspecified() );
+   EXPECT_TRUE( values[ 1 ].isUnspecified() );
+   std::vector<U64> numbers;
+   for ( size_t i = 2; i < values.size(); ++i ) {
+      numbers.push_back( values[ i ] );
+   }
+   EXPECT_EQ( numbers, ( std::vector<U64>{ 10, 11, 15, 20 } ) );
+}
+
+TEST( BgpMaybeU63, ReadingUnspecifiedNumberAborts ) {
+   Bounded none;
+   EXPECT_DEATH( (void)U64( none ),
+                 "assertion failed: !isUnspecified\\(\\) && \"Caller must check "
+                 "isUnspecified\\(\\) before getting value\\(\\)\" \\(OvBgp/OvBgpMiscTypes\\)" );
+}
+
+TEST( BgpMaybeU63, TextFormsAndParse ) {
+   Bounded none;
+   EXPECT_EQ( none.toStrep(), "-" );
+   EXPECT_EQ( Bounded( 17 ).toStrep(), "17" );
+   EXPECT_EQ( valueToStrep( none ), "-9223372036854775808" );
+   EXPECT_EQ( valueToStrep( Bounded( 17 ) ), "17" );
+   std::ostringstream os;
+   os << Bounded( 17 );
+   EXPECT_EQ( os.str(), "17" );
+
+   Bounded parsed;
+   Kel::strepToValue( "13", &parsed );
+   EXPECT_EQ( parsed, Bounded( 13 ) );
+   Kel::strepToValue( valueToStrep( none ), &parsed );
+   EXPECT_TRUE( parsed.isUnspecified() );
+   // The parse checks the bounds of the value it fills.
+   EXPECT_EQ( messageOf<Kel::RangeException>( [ & ] { Kel::strepToValue( "30", &parsed ); } ),
+              outOfBounds );
+   EXPECT_THROW( Kel::strepToValue( "-", &parsed ), Kel::ParseException );
+}
+
+TEST( BgpDenseU32Attr, ViewsShareOneWord ) {
+   BgpDenseU32Attr a;
+   a.valueBoolIs( 15, true );
+   EXPECT_EQ( a.value(), 0x8000u );
+   EXPECT_EQ( a.valueU8( 1 ), 0x80u );
+   EXPECT_EQ( a.valueU16( 0 ), 0x8000u );
+   a.valueBoolIs( 8, true );
+   EXPECT_EQ( a.valueU8( 1 ), 0x81u );
+   a.valueU8Is( 2, 0xAB );
+   a.valueU16Is( 1, U16( a.valueU16( 1 ) | 0x1200 ) );
+   EXPECT_EQ( a.value(), 0x12AB8100u );
+   a.valueU8Is( 1, 0 );
+   a.valueBoolIs( 31 - 16, false );
+   EXPECT_EQ( a.value(), 0x12AB0000u );
+   EXPECT_TRUE( a.valueBool( 0 ) == false );
+   a.valueU16Is( 0, 0xFFFF );
+   a.valueBoolIs( 0, false );
+   EXPECT_EQ( a.value(), 0x12ABFFFEu );
+   EXPECT_EQ( a.valueU8( 3 ), 0x12u );
+}
+
+TEST( BgpDenseU32Attr, BadIndexAndDeleteRaiseNamedExceptions ) {
+   BgpDenseU32Attr a( 0xFFFFFFFF );
+   using R = Kel::RangeException;
+   EXPECT_EQ( messageOf<R>( [ & ] { a.valueBool( 16 ); } ), "BgpDenseU32Attr::valueBool" );
+   EXPECT_EQ( messageOf<R>( [ & ] { a.valueBoolIs( 16, true ); } ),
+              "BgpDenseU32Attr::valueBoolIs" );
+   EXPECT_EQ( messageOf<R>( [ & ] { a.valueU8( 4 ); } ), "BgpDenseU32Attr::valueU8" );
+   EXPECT_EQ( messageOf<R>( [ & ] { a.valueU8Is( 4, 1 ); } ), "BgpDenseU32Attr::valueU8Is" );
+   EXPECT_EQ( messageOf<R>( [ & ] { a.valueU16( 2 ); } ), "BgpDenseU32Attr::valueU16" );
+   EXPECT_EQ( messageOf<R>( [ & ] { a.valueU16Is( 2, 1 ); } ), "BgpDenseU32Attr::valueU16Is" );
+   EXPECT_EQ( a.value(), 0xFFFFFFFFu );
+
+   using N = Kel::NonDeletableAttributeException;
+   EXPECT_EQ( messageOf<N>( [ & ] { a.valueBoolDel( 0 ); } ), "BgpDenseU32Attr::valueBoolDel" );
+   EXPECT_EQ( messageOf<N>( [ & ] { a.valueU8Del( 0 ); } ), "BgpDenseU32Attr::valueU8Del" );
+   EXPECT_EQ( messageOf<N>( [ & ] { a.valueU16Del( 0 ); } ), "BgpDenseU32Attr::valueU16Del" );
+}
+
+TEST( BgpDenseU32Attr, ReflectiveTextRoundTrips ) {
+   BgpDenseU32Attr a( 4660 );
+   EXPECT_EQ( valueToStrep( a ), "Value('Routing::Bgp::BgpDenseU32Attr', ** {'value': 4660})" );
+   BgpDenseU32Attr back;
+   Kel::strepToValue( valueToStrep( a ), &back );
+   EXPECT_EQ( back, a );
+   try {
+      Kel::strepToValue( "Value('Routing::Bgp::BgpDenseU32Attr', ** {'value': x})", &back );
+      ADD_FAILURE() << "no exception";
+   } catch ( const Kel::ParseException& e ) {
+      EXPECT_EQ( e.attribute(), "value" );
+   }
+}
