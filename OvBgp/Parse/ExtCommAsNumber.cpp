@@ -1,0 +1,107 @@
+#include "OvBgp/Parse/ExtCommAsNumber.h"
+
+#include <ostream>
+
+#include "Onet/IpAddr.h"
+#include "OvFmt/DynamicBuffer.h"
+
+namespace Routing::Bgp {
+
+ExtCommAsNumber::Ptr ExtCommAsNumber::ExtCommAsNumberIs( ExtCommClassification classification,
+                                                         const ExtCommContent& content,
+                                                         bool fourByteAs ) {
+   Ptr value = Kel::makePtr<ExtCommAsNumber>( classification, content, fourByteAs );
+   value->hasNotificationActiveIs( true );
+   return value;
+}
+
+void ExtCommAsNumber::formatAsNumberToBuffer( OvFmt::DynamicBufferInterface* buffer,
+                                              bool asdot ) const {
+   const U32 as = asNumber();
+   if ( fourByteAs_ && asdot && as >= 65536 ) {
+      buffer->appendDecimal( as >> 16 );
+      buffer->append( '.' );
+      buffer->appendDecimal( as & 0xFFFF );
+   } else {
+      buffer->appendDecimal( as );
+   }
+}
+
+Kel::String ExtCommAsNumber::formatAsNumber( bool asdot ) const {
+   OvFmt::DynamicBuffer<16> buf;
+   formatAsNumberToBuffer( &buf, asdot );
+   return buf.str();
+}
+
+void ExtCommAsNumber::appendAsAndLocal( StrepFormat format,
+                                        OvFmt::DynamicBufferInterface& out ) const {
+   formatAsNumberToBuffer( &out, format.has( strepFormatAsdot ) );
+   out.append( ':' );
+   out.appendDecimal( localAdmin() );
+}
+
+void ExtCommAsNumber::appendStrepForPolicy( StrepFormat format,
+                                            OvFmt::DynamicBufferInterface& out ) const {
+   if ( format.classificationAndUI() ) {
+      const ExtCommContent content = getContent();
+      addExtCommTypeAsString( out, fourByteAs_ ? "-AS4" : "-AS", content.typeOctet(),
+                              content.subtypeOctet(), content.transitive() );
+      out.append( ':' );
+   }
+   appendAsAndLocal( format, out );
+}
+
+void ExtCommAsNumber::formatDerivedType( std::ostream& os ) const {
+   os << '<' << pktType();
+   if ( !pktSubtype().isUnspecified() ) {
+      os << ' ';
+      formatSubtype( os );
+   }
+   os << " ASN=" << formatAsNumber( false ) << ' ';
+   formatCommunityValue( os );
+   os << '>';
+}
+
+ExtCommIpv4Address::Ptr ExtCommIpv4Address::ExtCommIpv4AddressIs(
+      ExtCommClassification classification, const ExtCommContent& content ) {
+   Ptr value = Kel::makePtr<ExtCommIpv4Address>( classification, content );
+   value->hasNotificationActiveIs( true );
+   return value;
+}
+
+Onet::IpAddr ExtCommIpv4Address::ipv4Address() const noexcept {
+   return Onet::IpAddr( U32( community() >> 16 ) );
+}
+
+void ExtCommIpv4Address::appendAddressAndLocal( OvFmt::DynamicBufferInterface& out ) const {
+   const U32 address = U32( community() >> 16 );
+   for ( int shift = 24; shift >= 0; shift -= 8 ) {
+      out.appendDecimal( ( address >> shift ) & 0xFF );
+      out.append( shift ? '.' : ':' );
+   }
+   out.appendDecimal( localAdmin() );
+}
+
+void ExtCommIpv4Address::appendStrepForPolicy( StrepFormat format,
+                                               OvFmt::DynamicBufferInterface& out ) const {
+   if ( format.classificationAndUI() ) {
+      const ExtCommContent content = getContent();
+      addExtCommTypeAsString( out, "-IP", content.typeOctet(), content.subtypeOctet(),
+                              content.transitive() );
+      out.append( ':' );
+   }
+   appendAddressAndLocal( out );
+}
+
+void ExtCommIpv4Address::formatDerivedType( std::ostream& os ) const {
+   os << '<' << pktType();
+   if ( !pktSubtype().isUnspecified() ) {
+      os << ' ';
+      formatSubtype( os );
+   }
+   os << ' ' << ipv4Address() << ' ';
+   formatCommunityValue( os );
+   os << '>';
+}
+
+} // namespace Routing::Bgp
