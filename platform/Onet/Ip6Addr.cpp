@@ -137,9 +137,8 @@ Ip6Addr Ip6Addr::parse( std::string_view text ) {
    Octets octets;
    size_t at = 0;
    if ( const char* expected = parseText( text, &octets, &at ) ) {
-      throw Kel::ParseException( "address", "invalid IPv6 address '" + Kel::String( text ) +
-                                                  "': " + expected + " at offset " +
-                                                  std::to_string( at ) );
+      throw Kel::ParseException( "address", "invalid IPv6 address '" + Kel::String( text ) + "': " +
+                                                  expected + " at offset " + std::to_string( at ) );
    }
    return Ip6Addr( octets );
 }

@@ -24,7 +24,7 @@ namespace Onet {
 // Ip6Addr(): value semantics; the default is "::".
 class Ip6Addr {
  public:
-   using Octets = std::array< U8, 16 >;
+   using Octets = std::array<U8, 16>;
 
    // maxTextLength: eight full groups and seven colons, the most toChars()
    // writes (a mapped address is at most 22 characters).
@@ -45,7 +45,9 @@ class Ip6Addr {
    constexpr const Octets& octets() const { return octets_; }
    const U8* data() const { return octets_.data(); }
    // group(): the i-th 16-bit group, 0 to 7, in host order.
-   constexpr U16 group( int i ) const { return U16( octets_[ 2 * i ] << 8 | octets_[ 2 * i + 1 ] ); }
+   constexpr U16 group( int i ) const {
+      return U16( octets_[ 2 * i ] << 8 | octets_[ 2 * i + 1 ] );
+   }
    // isIpv4Mapped(): in ::ffff:0:0/96.
    bool isIpv4Mapped() const;
 
@@ -69,7 +71,7 @@ std::ostream& operator<<( std::ostream& os, const Ip6Addr& addr );
 // std::hash<Onet::Ip6Addr>(): both halves mixed, so that addresses differing
 // in any octet spread.
 template<>
-struct std::hash< Onet::Ip6Addr > {
+struct std::hash<Onet::Ip6Addr> {
    size_t operator()( const Onet::Ip6Addr& addr ) const noexcept {
       U64 hi;
       U64 lo;

@@ -17,8 +17,8 @@ struct OctetText {
    char digits[ 3 ];
 };
 
-constexpr std::array< OctetText, 256 > makeOctetTable() {
-   std::array< OctetText, 256 > table{};
+constexpr std::array<OctetText, 256> makeOctetTable() {
+   std::array<OctetText, 256> table{};
    for ( unsigned v = 0; v < 256; ++v ) {
       OctetText& t = table[ v ];
       if ( v >= 100 ) {
@@ -32,7 +32,7 @@ constexpr std::array< OctetText, 256 > makeOctetTable() {
    return table;
 }
 
-constexpr std::array< OctetText, 256 > octetTable = makeOctetTable();
+constexpr std::array<OctetText, 256> octetTable = makeOctetTable();
 
 // Returns nullptr on success, else a description of what was expected; *at is
 // the offset of the failure.
@@ -86,9 +86,8 @@ IpAddr IpAddr::parse( std::string_view text ) {
    U32 value = 0;
    size_t at = 0;
    if ( const char* expected = parseDotted( text, &value, &at ) ) {
-      throw Kel::ParseException( "address", "invalid IPv4 address '" + Kel::String( text ) +
-                                                  "': " + expected + " at offset " +
-                                                  std::to_string( at ) );
+      throw Kel::ParseException( "address", "invalid IPv4 address '" + Kel::String( text ) + "': " +
+                                                  expected + " at offset " + std::to_string( at ) );
    }
    return IpAddr( value );
 }

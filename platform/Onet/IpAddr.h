@@ -59,7 +59,7 @@ std::ostream& operator<<( std::ostream& os, IpAddr addr );
 // std::hash<Onet::IpAddr>(): mixed, so that addresses differing only in their
 // low octets spread over a power-of-two table.
 template<>
-struct std::hash< Onet::IpAddr > {
+struct std::hash<Onet::IpAddr> {
    size_t operator()( Onet::IpAddr addr ) const noexcept {
       U64 x = addr.value();
       x *= 0x9E3779B97F4A7C15ull;

@@ -7,16 +7,12 @@ namespace Routing::Bgp {
 namespace {
 
 // Constant-initialised, so it is valid before any static constructor runs.
-constinit std::atomic< bool > multiThreaded_{ false };
+constinit std::atomic<bool> multiThreaded_{ false };
 
 } // namespace
 
-bool OvBgpGlobals::multiThreaded() {
-   return multiThreaded_.load();
-}
+bool OvBgpGlobals::multiThreaded() { return multiThreaded_.load(); }
 
-void OvBgpGlobals::multiThreadedIs( bool multiThreaded ) {
-   multiThreaded_.store( multiThreaded );
-}
+void OvBgpGlobals::multiThreadedIs( bool multiThreaded ) { multiThreaded_.store( multiThreaded ); }
 
 } // namespace Routing::Bgp

@@ -91,34 +91,36 @@ Kel::String RouteTarget::toStrep( bool asDot ) const {
    char buf[ 32 ];
    char* p = buf;
    char* const end = buf + sizeof buf;
-   auto number = [ & ]( U64 n ) { p = std::to_chars( p, end, n ).ptr; };
+   auto number = [ & ]( U64 n ) {
+      p = std::to_chars( p, end, n ).ptr;
+   };
    if ( subtypeOctet() == subtypeRouteTarget && typeOctet() <= typeFourOctetAs ) {
       switch ( typeOctet() ) {
-      case typeTwoOctetAs:
-         number( ( value_ >> 32 ) & 0xFFFF );
-         *p++ = ':';
-         number( value_ & 0xFFFFFFFF );
-         break;
-      case typeIpv4:
-         p += Onet::IpAddr( U32( value_ >> 16 ) ).toChars( p );
-         *p++ = ':';
-         number( value_ & 0xFFFF );
-         break;
-      default: {
-         U32 as = U32( value_ >> 16 );
-         if ( as <= 0xFFFF ) {
-            number( as );
-            *p++ = 'L';
-         } else if ( asDot ) {
-            number( as >> 16 );
-            *p++ = '.';
-            number( as & 0xFFFF );
-         } else {
-            number( as );
+         case typeTwoOctetAs:
+            number( ( value_ >> 32 ) & 0xFFFF );
+            *p++ = ':';
+            number( value_ & 0xFFFFFFFF );
+            break;
+         case typeIpv4:
+            p += Onet::IpAddr( U32( value_ >> 16 ) ).toChars( p );
+            *p++ = ':';
+            number( value_ & 0xFFFF );
+            break;
+         default: {
+            U32 as = U32( value_ >> 16 );
+            if ( as <= 0xFFFF ) {
+               number( as );
+               *p++ = 'L';
+            } else if ( asDot ) {
+               number( as >> 16 );
+               *p++ = '.';
+               number( as & 0xFFFF );
+            } else {
+               number( as );
+            }
+            *p++ = ':';
+            number( value_ & 0xFFFF );
          }
-         *p++ = ':';
-         number( value_ & 0xFFFF );
-      }
       }
       return Kel::String( buf, p );
    }

@@ -62,7 +62,7 @@ std::ostream& operator<<( std::ostream& os, const RouteTarget& rt );
 
 // std::hash<Routing::Bgp::RouteTarget>(): the value, well mixed.
 template<>
-struct std::hash< Routing::Bgp::RouteTarget > {
+struct std::hash<Routing::Bgp::RouteTarget> {
    size_t operator()( const Routing::Bgp::RouteTarget& rt ) const noexcept {
       return Kel::hashSingleAttr( 0, rt.value() );
    }

@@ -16,12 +16,12 @@ std::string Serialize::serializedString( size_t offset ) const {
    if ( offset >= length_ ) {
       return std::string();
    }
-   return std::string( reinterpret_cast< const char* >( buf_ ) + offset, length_ - offset );
+   return std::string( reinterpret_cast<const char*>( buf_ ) + offset, length_ - offset );
 }
 
 void Serialize::grow( size_t needed ) {
    size_t capacity = capacity_ * 2 > needed ? capacity_ * 2 : needed;
-   auto heap = std::make_unique_for_overwrite< U8[] >( capacity );
+   auto heap = std::make_unique_for_overwrite<U8[]>( capacity );
    std::memcpy( heap.get(), buf_, length_ );
    heap_ = std::move( heap );
    buf_ = heap_.get();

@@ -77,7 +77,7 @@ class Serialize {
       length_ = pos_ > length_ ? pos_ : length_;
    }
 
-   template < class T >
+   template<class T>
    void putBigEndian( T value ) {
       if constexpr ( std::endian::native == std::endian::little ) {
          if constexpr ( sizeof( T ) == 2 ) {
@@ -95,7 +95,7 @@ class Serialize {
    void grow( size_t needed );
 
    U8 inline_[ inlineCapacity ];
-   std::unique_ptr< U8[] > heap_;
+   std::unique_ptr<U8[]> heap_;
    U8* buf_ = inline_;
    size_t capacity_ = inlineCapacity;
    size_t length_ = 0;

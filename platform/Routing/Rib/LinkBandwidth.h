@@ -21,11 +21,11 @@ class LinkBandwidth {
    constexpr explicit LinkBandwidth( U32 pattern ) : pattern_( pattern ) {}
    // fromBytesPerSecond(): the pattern of a float.
    static constexpr LinkBandwidth fromBytesPerSecond( float bytes ) {
-      return LinkBandwidth( std::bit_cast< U32 >( bytes ) );
+      return LinkBandwidth( std::bit_cast<U32>( bytes ) );
    }
 
    constexpr U32 pattern() const { return pattern_; }
-   constexpr float value() const { return std::bit_cast< float >( pattern_ ); }
+   constexpr float value() const { return std::bit_cast<float>( pattern_ ); }
 
    // isValid(): finite and not negative (-0.0 is valid: it is zero).
    bool isValid() const;

@@ -12,15 +12,16 @@ PosixRegex::PosixRegex( const Kel::String& pattern ) : pattern_( pattern ) {
       char reason[ 256 ];
       regerror( rc, &regex_, reason, sizeof reason );
       // regcomp leaves nothing to free when it fails.
-      throw Kel::ParseException( "pattern", "invalid regular expression '" + pattern_ +
-                                                  "': " + reason );
+      throw Kel::ParseException( "pattern",
+                                 "invalid regular expression '" + pattern_ + "': " + reason );
    }
    compiled_ = true;
 }
 
 // regex_t holds no pointers into itself, so moving its bytes moves it.
 PosixRegex::PosixRegex( PosixRegex&& other ) noexcept
-      : pattern_( std::move( other.pattern_ ) ), regex_( other.regex_ ),
+      : pattern_( std::move( other.pattern_ ) ),
+        regex_( other.regex_ ),
         compiled_( std::exchange( other.compiled_, false ) ) {}
 
 PosixRegex& PosixRegex::operator=( PosixRegex&& other ) noexcept {

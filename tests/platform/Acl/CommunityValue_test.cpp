@@ -8,7 +8,7 @@ namespace {
 
 using Acl::CommunityValue;
 
-static_assert( std::is_trivially_copyable_v< CommunityValue > );
+static_assert( std::is_trivially_copyable_v<CommunityValue> );
 static_assert( CommunityValue( 1, 2, 3 ).localData1() == 2 );
 
 TEST( CommunityValue, OrdersWordByWordFromGlobalAdmin ) {

@@ -19,7 +19,7 @@ using Onet::Ip6Addr;
 
 std::string text( const Ip6Addr& addr ) {
    // Exactly maxTextLength bytes, so a write past the end shows under ASan.
-   auto buf = std::make_unique< char[] >( Ip6Addr::maxTextLength );
+   auto buf = std::make_unique<char[]>( Ip6Addr::maxTextLength );
    return std::string( buf.get(), addr.toChars( buf.get() ) );
 }
 
@@ -58,11 +58,11 @@ Ip6Addr randomAddr( std::mt19937& rng ) {
 }
 
 TEST( Ip6Addr, FormatsAsRfc5952 ) {
-   const std::pair< const char*, const char* > cases[] = {
+   const std::pair<const char*, const char*> cases[] = {
       { "2001:0DB8:0000:0000:0000:0000:0000:0001", "2001:db8::1" },
-      { "2001:db8:0:1:1:1:1:1", "2001:db8:0:1:1:1:1:1" },     // one zero group stays
-      { "2001:db8:0:0:1:0:0:1", "2001:db8::1:0:0:1" },        // first run on a tie
-      { "2001:0:0:1:0:0:0:1", "2001:0:0:1::1" },              // longest run wins
+      { "2001:db8:0:1:1:1:1:1", "2001:db8:0:1:1:1:1:1" }, // one zero group stays
+      { "2001:db8:0:0:1:0:0:1", "2001:db8::1:0:0:1" },    // first run on a tie
+      { "2001:0:0:1:0:0:0:1", "2001:0:0:1::1" },          // longest run wins
       { "0:0:0:0:0:0:0:0", "::" },
       { "0:0:0:0:0:0:0:1", "::1" },
       { "1:0:0:0:0:0:0:0", "1::" },
@@ -70,9 +70,9 @@ TEST( Ip6Addr, FormatsAsRfc5952 ) {
       { "0:0:1:0:0:0:0:0", "0:0:1::" },
       { "fe80:0:0:0:0:0:0:0", "fe80::" },
       { "ffff:ffff:ffff:ffff:ffff:ffff:ffff:ffff", "ffff:ffff:ffff:ffff:ffff:ffff:ffff:ffff" },
-      { "::ffff:c000:0201", "::ffff:192.0.2.1" },             // mapped: dotted
+      { "::ffff:c000:0201", "::ffff:192.0.2.1" }, // mapped: dotted
       { "::ffff:0:0", "::ffff:0.0.0.0" },
-      { "::c000:201", "::c000:201" },                         // compatible: hex
+      { "::c000:201", "::c000:201" }, // compatible: hex
       { "64:ff9b::192.0.2.33", "64:ff9b::c000:221" },
       { "0:0:0:0:1:ffff:c000:201", "::1:ffff:c000:201" },
    };
@@ -129,15 +129,15 @@ std::string anyForm( const Ip6Addr& addr, std::mt19937& rng ) {
       }
    }
    const char* format = rng() % 2 ? "%x" : rng() % 2 ? "%04X" : "%X";
-   auto join = []( const std::vector< std::string >& parts ) {
+   auto join = []( const std::vector<std::string>& parts ) {
       std::string s;
       for ( const std::string& part : parts ) {
          s += ( s.empty() ? "" : ":" ) + part;
       }
       return s;
    };
-   std::vector< std::string > head;
-   std::vector< std::string > tail;
+   std::vector<std::string> head;
+   std::vector<std::string> tail;
    for ( int g = 0; g < groups; ++g ) {
       if ( gapBase >= 0 && g >= gapBase && g < gapBase + gapLength ) {
          continue;
@@ -178,9 +178,17 @@ TEST( Ip6Addr, AcceptsAndRejectsExactlyWhatInetPtonDoes ) {
          size_t at = rng() % ( s.size() + 1 );
          char c = alphabet[ rng() % ( sizeof alphabet - 1 ) ];
          switch ( rng() % 3 ) {
-         case 0: s.insert( at, 1, c ); break;
-         case 1: if ( at < s.size() ) s.erase( at, 1 ); break;
-         default: if ( at < s.size() ) s[ at ] = c; break;
+            case 0:
+               s.insert( at, 1, c );
+               break;
+            case 1:
+               if ( at < s.size() )
+                  s.erase( at, 1 );
+               break;
+            default:
+               if ( at < s.size() )
+                  s[ at ] = c;
+               break;
          }
       }
       Ip6Addr ref;
@@ -198,7 +206,7 @@ TEST( Ip6Addr, AcceptsAndRejectsExactlyWhatInetPtonDoes ) {
 }
 
 TEST( Ip6Addr, RejectsMalformedTextSayingWhatAndWhere ) {
-   const std::pair< const char*, const char* > cases[] = {
+   const std::pair<const char*, const char*> cases[] = {
       { "", "expected eight groups or '::' at offset 0" },
       { ":1::", "expected a hex group or '::' at offset 0" },
       { "1::2::3", "expected at most one '::' at offset 4" },
@@ -210,7 +218,8 @@ TEST( Ip6Addr, RejectsMalformedTextSayingWhatAndWhere ) {
       { ":::", "expected a hex group at offset 2" },
       { "fe80::1%eth0", "expected ':' at offset 7" },
       { "::ffff:1.2.3", "expected an embedded IPv4 address at offset 7" },
-      { "1:2:3:4:5:6:7:1.2.3.4", "expected no embedded IPv4 address after six groups at offset 14" },
+      { "1:2:3:4:5:6:7:1.2.3.4",
+        "expected no embedded IPv4 address after six groups at offset 14" },
    };
    for ( const auto& [ input, message ] : cases ) {
       try {
@@ -227,7 +236,7 @@ TEST( Ip6Addr, OrdersByOctetsHashesAndStreams ) {
    EXPECT_LT( Ip6Addr::parse( "::ffff" ), Ip6Addr::parse( "::1:0" ) );
    EXPECT_LT( Ip6Addr::parse( "7fff::" ), Ip6Addr::parse( "8000::" ) );
    EXPECT_LT( Ip6Addr::parse( "2001:db8::" ), Ip6Addr::parse( "2001:db8::1" ) );
-   std::unordered_set< Ip6Addr > set;
+   std::unordered_set<Ip6Addr> set;
    std::mt19937 rng( 1 );
    for ( int i = 0; i < 1000; ++i ) {
       Ip6Addr::Octets o{};

@@ -18,13 +18,13 @@ using Onet::IpAddr;
 
 TEST( IpAddr, PrintsLikeInetNtopAndParsesItsOwnText ) {
    std::mt19937 rng( 7 );
-   std::vector< U32 > values = { 0, 0xFFFFFFFF, 0x0A000001, 0x64646464, 0x09090909 };
+   std::vector<U32> values = { 0, 0xFFFFFFFF, 0x0A000001, 0x64646464, 0x09090909 };
    for ( int i = 0; i < 20000; ++i ) {
       values.push_back( rng() );
    }
    for ( U32 v : values ) {
       // Exactly maxTextLength bytes, so a write past the end shows under ASan.
-      auto buf = std::make_unique< char[] >( IpAddr::maxTextLength );
+      auto buf = std::make_unique<char[]>( IpAddr::maxTextLength );
       size_t n = IpAddr( v ).toChars( buf.get() );
       in_addr in{ htonl( v ) };
       char ref[ INET_ADDRSTRLEN ];
@@ -71,7 +71,7 @@ TEST( IpAddr, RejectsMalformedTextSayingWhatAndWhere ) {
 TEST( IpAddr, OrdersNumericallyHashesAndStreams ) {
    EXPECT_LT( IpAddr::parse( "9.255.255.255" ), IpAddr::parse( "10.0.0.0" ) );
    EXPECT_LT( IpAddr::parse( "127.0.0.1" ), IpAddr::parse( "128.0.0.0" ) );
-   std::unordered_set< IpAddr > set;
+   std::unordered_set<IpAddr> set;
    for ( U32 i = 0; i < 1000; ++i ) {
       set.insert( IpAddr( 0x0A000000 + i ) );
    }

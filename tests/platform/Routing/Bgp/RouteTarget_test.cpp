@@ -41,7 +41,7 @@ TEST( RouteTarget, PrintsEachLayoutByTypeOctet ) {
 
 TEST( RouteTarget, EveryLayoutRoundTripsThroughBothTextForms ) {
    std::mt19937_64 rng( 9 );
-   std::unordered_set< RouteTarget > seen;
+   std::unordered_set<RouteTarget> seen;
    for ( int i = 0; i < 100000; ++i ) {
       U64 value = rng();
       U64 type = rng() % 5;
@@ -63,7 +63,7 @@ TEST( RouteTarget, EveryLayoutRoundTripsThroughBothTextForms ) {
 }
 
 TEST( RouteTarget, RejectsMalformedTextWithPreciseMessages ) {
-   const std::pair< const char*, const char* > cases[] = {
+   const std::pair<const char*, const char*> cases[] = {
       { "", "expected ADMIN:local or 0x and 16 hex digits" },
       { "65000", "expected ADMIN:local or 0x and 16 hex digits" },
       { "65000:", "expected a decimal local value after a 2-octet AS" },

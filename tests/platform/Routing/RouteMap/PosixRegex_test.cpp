@@ -47,7 +47,7 @@ TEST( PosixRegex, MovedObjectKeepsTheCompiledPattern ) {
    c = std::move( b );
    EXPECT_EQ( "^x+$", c.pattern() );
    EXPECT_EQ( 0, c.execute( "x" ) );
-   std::vector< PosixRegex > many;
+   std::vector<PosixRegex> many;
    for ( int i = 0; i < 100; ++i ) {
       many.emplace_back( std::to_string( i ) + "$" );
    }
@@ -56,8 +56,8 @@ TEST( PosixRegex, MovedObjectKeepsTheCompiledPattern ) {
 
 TEST( PosixRegexConcurrency, OneRegexMatchedFromManyThreads ) {
    const PosixRegex re( "^[0-9]+:(1|2)[0-9]*$" );
-   std::vector< std::thread > threads;
-   std::vector< int > hits( 4 );
+   std::vector<std::thread> threads;
+   std::vector<int> hits( 4 );
    for ( int t = 0; t < 4; ++t ) {
       threads.emplace_back( [ &, t ] {
          for ( int i = 0; i < 20000; ++i ) {
