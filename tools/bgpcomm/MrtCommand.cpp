@@ -1,0 +1,84 @@
+#include "tools/bgpcomm/Commands.h"
+
+#include "tools/bgpcomm/ByteSource.h"
+#include "tools/bgpcomm/MrtReader.h"
+#include "tools/bgpcomm/MrtStats.h"
+#include "tools/bgpcomm/ProgressBar.h"
+#include "tools/bgpcomm/RoutePrinter.h"
+
+#include <optional>
+#include <sys/stat.h>
+
+namespace Bgpcomm {
+
+namespace {
+
+// CommandSink: routes to the printer or the statistics, problems to the
+// error stream as "file: record at offset N: reason".
+class CommandSink : public MrtRouteSink {
+ public:
+   CommandSink( OutputBuffer& out, std::FILE* err, bool json, bool stats )
+         : out_( out ), err_( err ),
+           printer_( out, json ? RoutePrinter::Format::json : RoutePrinter::Format::lines ),
+           statsWanted_( stats ) {}
+
+   void route( const MrtRoute& route ) override {
+      if ( statsWanted_ ) {
+         stats_.add( route );
+      } else {
+         printer_.print( route );
+      }
+   }
+
+   void problem( const MrtProblem& problem ) override {
+      out_.flush(); // keep the report next to the routes around it
+      std::fprintf( err_, "%.*s: record at offset %llu: %s\n", int( problem.file.size() ),
+                    problem.file.data(), ( unsigned long long )problem.recordOffset,
+                    problem.reason.c_str() );
+   }
+
+   MrtStats& stats() { return stats_; }
+
+ private:
+   OutputBuffer& out_;
+   std::FILE* err_;
+   RoutePrinter printer_;
+   bool statsWanted_;
+   MrtStats stats_;
+};
+
+U64 fileSize( const std::string& path ) {
+   struct stat st;
+   return path != "-" && ::stat( path.c_str(), &st ) == 0 ? U64( st.st_size ) : 0;
+}
+
+} // namespace
+
+int runMrt( const CommandLine& cl, std::FILE* out, std::FILE* err ) {
+   OutputBuffer buffer( out );
+   CommandSink sink( buffer, err, cl.json, cl.stats );
+   MrtReader reader( sink );
+   int status = exitOk;
+   for ( const std::string& path : cl.operands ) {
+      std::optional< ProgressBar > bar;
+      if ( cl.progress && ProgressBar::wanted( fileSize( path ) ) ) {
+         bar.emplace( path, fileSize( path ) );
+         reader.progressIs( [ &bar ]( U64 done, U64 ) { bar->update( done ); } );
+      } else {
+         reader.progressIs( nullptr );
+      }
+      try {
+         MrtFileSummary s = reader.readFile( path );
+         sink.stats().addFile( s.records, s.problems );
+         if ( s.problems && status == exitOk ) status = exitProblems;
+      } catch ( const ByteSourceError& e ) {
+         buffer.flush();
+         std::fprintf( err, "bgpcomm: %s\n", e.what() );
+         status = exitUsage;
+      }
+   }
+   if ( cl.stats ) sink.stats().print( buffer );
+   return status;
+}
+
+} // namespace Bgpcomm

@@ -1,0 +1,44 @@
+// MrtReader.h: reads MRT files (plain, gzip or bzip2) record by record and
+// hands every route to a sink. Bad records are reported to the same sink with
+// their offset and skipped; reading goes on while the framing holds.
+//
+//   MrtReader reader( sink );
+//   MrtFileSummary s = reader.readFile( "updates.20240101.0000.gz" );
+#pragma once
+
+#include "tools/bgpcomm/MrtRouteSink.h"
+
+#include <functional>
+#include <string>
+
+namespace Bgpcomm {
+
+// MrtFileSummary: the counts of one file.
+struct MrtFileSummary {
+   U64 records = 0;
+   U64 routes = 0;
+   U64 problems = 0;
+   bool readToEnd = false; // false when a framing or decompression error stopped it
+};
+
+// MrtReader
+class MrtReader {
+ public:
+   // Progress: octets of the file consumed so far and its size (0 if unknown).
+   using Progress = std::function< void( U64 done, U64 total ) >;
+
+   explicit MrtReader( MrtRouteSink& sink ) : sink_( sink ) {}
+
+   // progressIs(): called now and then while a file is read.
+   void progressIs( Progress progress ) { progress_ = std::move( progress ); }
+
+   // readFile(): reads the whole file ("-" is standard input). Throws
+   // ByteSourceError when it cannot be opened; every later error is a problem.
+   MrtFileSummary readFile( const std::string& path );
+
+ private:
+   MrtRouteSink& sink_;
+   Progress progress_;
+};
+
+} // namespace Bgpcomm
