@@ -1,0 +1,230 @@
+#include "OvBgp/RouteTargetPrefix.h"
+
+#include "Kel/Exception.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+#include <random>
+#include <sstream>
+#include <tuple>
+#include <unordered_set>
+#include <vector>
+
+namespace {
+
+using Routing::Bgp::RouteTarget;
+using Routing::Bgp::RouteTargetPrefix;
+
+const std::string rangeMessage = "Routing::Bgp::RouteTargetPrefix::length < 0 or > 64 not allowed";
+
+// Values of every route-target layout, plus arbitrary 64-bit words (which
+// print in the hex form).
+std::vector<U64> sampleValues( size_t perLayout ) {
+   std::mt19937_64 rng( 42 );
+   std::vector<U64> values = { 0,
+                               ~U64( 0 ),
+                               0x0002FDE800000064ull,
+                               0x0202000100000005ull,
+                               0x0202FDE800010005ull,
+                               0x0102C0000201002Aull };
+   for ( size_t i = 0; i < perLayout; ++i ) {
+      const U64 low = rng() & 0x0000FFFFFFFFFFFFull;
+      for ( U64 type : { 0x00ull, 0x01ull, 0x02ull } ) {
+         values.push_back( type << 56 | 0x02ull << 48 | low );
+      }
+      values.push_back( rng() );
+   }
+   return values;
+}
+
+void expectRangeError( const std::function<void()>& fn ) {
+   try {
+      fn();
+      ADD_FAILURE() << "no range error";
+   } catch ( const Kel::RangeException& e ) {
+      EXPECT_EQ( rangeMessage, e.what() );
+   }
+}
+
+TEST( RouteTargetPrefix, ConstructorKeepsBitsAndBitlenIsMasksThem ) {
+   const RouteTarget rt( 0x0002FDE800000064ull );
+   RouteTargetPrefix p( rt, 16 );
+   EXPECT_EQ( rt.value(), p.prefixBits() ); // not masked
+   EXPECT_EQ( 0xFFFF000000000000ull, p.mask( 0 ) );
+   EXPECT_EQ( p.mask( 0 ), p.mask( 64 ) ); // the argument does not count
+   EXPECT_EQ( "65000:100/16", p.toStrep( false ) );
+
+   p.bitlenIs( 16 ); // same length: still masks
+   EXPECT_EQ( 0x0002000000000000ull, p.prefixBits() );
+   EXPECT_EQ( 16u, p.bitlen() );
+
+   RouteTargetPrefix full( rt, 64 );
+   full.bitlenIs( 64 );
+   EXPECT_EQ( rt.value(), full.prefixBits() );
+   EXPECT_EQ( ~U64( 0 ), full.mask( 7 ) );
+
+   // Length 0 prints "0/0" only once the bits are cleared too.
+   RouteTargetPrefix zero( rt, 0 );
+   EXPECT_EQ( 0u, zero.mask( 0 ) );
+   EXPECT_EQ( "65000:100/0", zero.toStrep( false ) );
+   zero.bitlenIs( 0 );
+   EXPECT_EQ( 0u, zero.prefixBits() );
+   EXPECT_EQ( "0/0", zero.toStrep( false ) );
+   EXPECT_EQ( "0/0", RouteTargetPrefix().toStrep( true ) );
+
+   // asDot reaches the route target's own text.
+   RouteTargetPrefix fourOctet( RouteTarget( 0x0202FDE800010005ull ), 48 );
+   EXPECT_EQ( "4259840001:5/48", fourOctet.toStrep( false ) );
+   EXPECT_EQ( "65000.1:5/48", fourOctet.toStrep( true ) );
+}
+
+TEST( RouteTargetPrefix, LengthAbove64IsARangeErrorAndBitlenIsKeepsIt ) {
+   const RouteTarget rt( 0x0102C0000201002Aull );
+   expectRangeError( [ & ] { RouteTargetPrefix( rt, 65 ); } );
+   expectRangeError( [ & ] { RouteTargetPrefix( rt, 1000 ); } );
+
+   RouteTargetPrefix p( rt, 24 );
+   expectRangeError( [ & ] { p.bitlenIs( 65 ); } );
+   EXPECT_EQ( 65u, p.bitlen() );
+   EXPECT_EQ( rt.value(), p.prefixBits() );         // not masked
+   expectRangeError( [ & ] { p.bitlenIs( 65 ); } ); // refused again, not masked
+   EXPECT_EQ( rt.value(), p.prefixBits() );
+   expectRangeError( [ & ] { p.bitlenIs( 255 ); } );
+   EXPECT_EQ( 255u, p.bitlen() );
+   EXPECT_EQ( ~U64( 0 ), p.mask( 0 ) ); // a broken length still masks sanely
+
+   p.bitlenIs( 8 );
+   EXPECT_EQ( 8u, p.bitlen() );
+   EXPECT_EQ( 0x0100000000000000ull, p.prefixBits() );
+}
+
+TEST( RouteTargetPrefixDeathTest, BitlenOf256OrMoreIsABrokenInvariant ) {
+   RouteTargetPrefix p;
+   EXPECT_DEATH( p.bitlenIs( 256 ),
+                 "assertion failed: 0 == \\( bitlen >> 8 \\) \\(OvBgp/RouteTargetPrefix\\)" );
+}
+
+TEST( RouteTargetPrefix, BitOperationsMatchABitByBitReference ) {
+   std::mt19937_64 rng( 7 );
+   auto bit = []( U64 v, size_t i ) {
+      return bool( ( v >> ( 63 - i ) ) & 1 );
+   };
+   for ( int round = 0; round < 20000; ++round ) {
+      const U64 a = rng();
+      // b shares a random number of leading bits with a, so every common
+      // length from 0 to 64 comes up.
+      const size_t shared = rng() % 65;
+      U64 b = a;
+      if ( shared < 64 ) {
+         const U64 keep = shared == 0 ? 0 : ~U64( 0 ) << ( 64 - shared );
+         b = ( a & keep ) | ( rng() & ~keep );
+      }
+      const size_t lenA = rng() % 65;
+      const size_t lenB = rng() % 65;
+      const RouteTargetPrefix pa( RouteTarget( a ), lenA );
+      const RouteTargetPrefix pb( RouteTarget( b ), lenB );
+
+      size_t reference = 0;
+      while ( reference < std::min( lenA, lenB ) && bit( a, reference ) == bit( b, reference ) ) {
+         ++reference;
+      }
+      ASSERT_EQ( reference, pa.commonPrefixLen( pb ) ) << std::hex << a << " " << b;
+      ASSERT_EQ( reference, pb.commonPrefixLen( pa ) );
+
+      const size_t i = rng() % 200;
+      ASSERT_EQ( bit( a, i % 64 ), pa.extractBit( i ) ) << i;
+
+      ASSERT_EQ( std::make_tuple( a, lenA ) < std::make_tuple( b, lenB ), pa < pb );
+      ASSERT_EQ( a == b && lenA == lenB, pa == pb );
+   }
+   const RouteTarget rt( 0x0002FDE800000064ull );
+   EXPECT_EQ( 0u, RouteTargetPrefix( RouteTarget( 1ull << 63 ), 64 )
+                        .commonPrefixLen( RouteTargetPrefix( RouteTarget( 0 ), 64 ) ) );
+   EXPECT_EQ( 8u, RouteTargetPrefix( rt, 8 ).commonPrefixLen( RouteTargetPrefix( rt, 24 ) ) );
+   EXPECT_LT( RouteTargetPrefix( rt, 8 ), RouteTargetPrefix( rt, 16 ) );
+   EXPECT_LT( RouteTargetPrefix( RouteTarget( 0x7FFFFFFFFFFFFFFFull ), 64 ),
+              RouteTargetPrefix( RouteTarget( 0x8000000000000000ull ), 1 ) ); // unsigned order
+}
+
+TEST( RouteTargetPrefix, HashDependsOnSeedBitsAndLength ) {
+   const RouteTarget rt( 0x0002FDE800000064ull );
+   const RouteTargetPrefix p( rt, 24 );
+   EXPECT_EQ( p.hash( 5 ), RouteTargetPrefix( rt, 24 ).hash( 5 ) );
+   EXPECT_NE( p.hash( 5 ), p.hash( 6 ) );
+   EXPECT_NE( p.hash( 5 ), RouteTargetPrefix( rt, 25 ).hash( 5 ) );
+   EXPECT_NE( p.hash( 5 ), RouteTargetPrefix( RouteTarget( rt.value() ^ 1 ), 24 ).hash( 5 ) );
+
+   std::unordered_set<RouteTargetPrefix> set;
+   for ( size_t len = 0; len <= 64; ++len ) {
+      set.insert( RouteTargetPrefix( rt, len ) );
+      set.insert( RouteTargetPrefix( rt, len ) );
+   }
+   EXPECT_EQ( 65u, set.size() );
+}
+
+TEST( RouteTargetPrefix, ReflectiveTextRoundTripsEveryLayout ) {
+   const RouteTargetPrefix known( RouteTarget( 0x0002FDE800000064ull ), 24 );
+   const std::string knownText =
+         "Value('Routing::Bgp::RouteTargetPrefix', ** {'prefix': 65000:100, 'length': 24})";
+   EXPECT_EQ( knownText, valueToStrep( known ) );
+   std::ostringstream os;
+   os << known;
+   EXPECT_EQ( knownText, os.str() );
+
+   std::mt19937 rng( 3 );
+   for ( U64 v : sampleValues( 2000 ) ) {
+      // Unmasked values too: the text carries the bits as stored.
+      const RouteTargetPrefix p( RouteTarget( v ), rng() % 65 );
+      const std::string text = valueToStrep( p );
+      RouteTargetPrefix back;
+      strepToValue( text, &back );
+      ASSERT_EQ( p, back ) << text;
+      RouteTargetPrefix viaRange;
+      sequenceToValue( text.data(), text.data() + text.size(), &viaRange );
+      ASSERT_EQ( p, viaRange );
+   }
+   // The asdot spelling of a route target is read as well.
+   RouteTargetPrefix asdot;
+   strepToValue( "Value('Routing::Bgp::RouteTargetPrefix', ** {'prefix': 65000.1:5, 'length': 48})",
+                 &asdot );
+   EXPECT_EQ( RouteTargetPrefix( RouteTarget( 0x0202FDE800010005ull ), 48 ), asdot );
+}
+
+TEST( RouteTargetPrefix, ParserNamesTheFailingPartAndLeavesTheTargetAlone ) {
+   const std::string head = "Value('Routing::Bgp::RouteTargetPrefix', ** {";
+   const RouteTargetPrefix original( RouteTarget( 0x0102C0000201002Aull ), 32 );
+   struct Case {
+      std::string text;
+      const char* attribute;
+   };
+   const Case cases[] = {
+      { head + "'prefix': 65000:x, 'length': 24})", "prefix" },
+      { head + "'prefix': 1.2.3:4, 'length': 24})", "prefix" },
+      { head + "'prefix': , 'length': 24})", "prefix" },
+      { head + "'prefix': 65000:100, 'length': -1})", "length" },
+      { head + "'prefix': 65000:100, 'length': 99999999999999999999})", "length" },
+      { head + "'prefix': 65000:100, 'length': 24}", "Value" },
+      { head + "'prefix': 65000:100, 'length': 24}) ", "Value" },
+      { head + "'prefix': 65000:100, 'length': 99}) ", "Value" }, // closing checked first
+      { head + "'length': 24, 'prefix': 65000:100})", "prefix" },
+      { "Value('Routing::Bgp::RouteTarget', ** {'prefix': 65000:100, 'length': 24})", "Value" },
+   };
+   for ( const Case& c : cases ) {
+      RouteTargetPrefix value = original;
+      try {
+         strepToValue( c.text, &value );
+         ADD_FAILURE() << "parsed " << c.text;
+      } catch ( const Kel::ParseException& e ) {
+         EXPECT_EQ( c.attribute, e.attribute() ) << c.text;
+      }
+      EXPECT_EQ( original, value );
+   }
+   RouteTargetPrefix value = original;
+   expectRangeError(
+         [ & ] { strepToValue( head + "'prefix': 65000:100, 'length': 65})", &value ); } );
+   EXPECT_EQ( original, value );
+}
+
+} // namespace
