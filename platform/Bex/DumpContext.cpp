@@ -6,8 +6,15 @@ namespace Bex {
 
 DumpContext::Ptr DumpContext::DumpContextIs() {
    Ptr ctx = Kel::makePtr<DumpContext>();
+   ctx->counted_ = true;
    ctx->hasNotificationActiveIs( true );
    return ctx;
+}
+
+void DumpContext::onZeroReferences() const noexcept {
+   if ( counted_ ) {
+      PtrInterface::onZeroReferences();
+   }
 }
 
 void DumpContext::printf( const char* format, ... ) const {
