@@ -5,9 +5,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
-#include <algorithm>
 #include <cstring>
 
 namespace KelStow {
@@ -42,7 +42,7 @@ std::string tagText( U32 tag ) {
 
 } // namespace
 
-StoreManager::StoreManager( int fd, char* base, size_t capacity, std::string path )
+StoreManager::StoreManager( Token, int fd, char* base, size_t capacity, std::string path )
       : fd_( fd ), base_( base ), capacity_( capacity ), path_( std::move( path ) ) {}
 
 StoreManager::~StoreManager() {
@@ -63,7 +63,7 @@ StoreManager::Ptr StoreManager::inMemory( size_t initialCapacity ) {
    std::memcpy( headerOf( base )->magic, kMagic, sizeof kMagic );
    headerOf( base )->formatVersion = kFormatVersion;
    headerOf( base )->used = sizeof( Header );
-   Ptr store = Kel::makePtr<StoreManager>( -1, base, capacity, "" );
+   Ptr store = Kel::makePtr<StoreManager>( Token(), -1, base, capacity, "" );
    store->hasNotificationActiveIs( true );
    return store;
 }
@@ -87,7 +87,7 @@ StoreManager::Ptr StoreManager::createFile( const std::string& path, size_t init
    std::memcpy( headerOf( base )->magic, kMagic, sizeof kMagic );
    headerOf( base )->formatVersion = kFormatVersion;
    headerOf( base )->used = sizeof( Header );
-   Ptr store = Kel::makePtr<StoreManager>( fd, base, capacity, path );
+   Ptr store = Kel::makePtr<StoreManager>( Token(), fd, base, capacity, path );
    store->hasNotificationActiveIs( true );
    return store;
 }
@@ -132,7 +132,7 @@ StoreManager::Ptr StoreManager::openFile( const std::string& path ) {
       close( fd );
       throw StoreException( "store '" + path + "' " + problem );
    }
-   Ptr store = Kel::makePtr<StoreManager>( fd, base, size, path );
+   Ptr store = Kel::makePtr<StoreManager>( Token(), fd, base, size, path );
    store->hasNotificationActiveIs( true );
    return store;
 }
@@ -163,8 +163,16 @@ void StoreManager::reserveCapacity( size_t needed ) {
 }
 
 U64 StoreManager::allocate( size_t bytes, size_t align ) {
+   if ( align == 0 || ( align & ( align - 1 ) ) != 0 ) {
+      throw StoreException( "allocation alignment " + std::to_string( align ) +
+                            " is not a power of two" );
+   }
    U64 offset = headerOf( base_ )->used;
-   offset = ( offset + align - 1 ) / align * align;
+   offset = ( offset + align - 1 ) & ~U64( align - 1 );
+   // A size read from a damaged record must not wrap around.
+   if ( bytes > ( size_t( 1 ) << 48 ) ) {
+      throw StoreException( "allocation of " + std::to_string( bytes ) + " octets is too large" );
+   }
    reserveCapacity( size_t( offset ) + bytes );
    std::memset( base_ + offset, 0, bytes );
    headerOf( base_ )->used = offset + bytes;
@@ -206,12 +214,22 @@ const void* StoreManager::checkedRecord( U64 offset, U32 tag, U16 version,
    if ( offset % alignof( Anchor ) != 0 ) {
       throw StoreException( "record at offset " + std::to_string( offset ) + " is misaligned" );
    }
-   const void* record = translate( offset, std::max( recordBytes, sizeof( Anchor ) ) );
-   const auto* anchor = static_cast<const Anchor*>( record );
+   const std::string expected = "record at offset " + std::to_string( offset ) +
+                                ": expected anchor " + tagText( tag ) + " v" +
+                                std::to_string( version );
+   const U64 used = headerOf( base_ )->used;
+   const size_t bytes = std::max( recordBytes, sizeof( Anchor ) );
+   if ( offset < sizeof( Header ) || offset > used || bytes > used - offset ) {
+      const U64 left = offset < sizeof( Header ) || offset > used ? 0 : used - offset;
+      throw StoreException( expected + " and " + std::to_string( bytes ) + " octets, found " +
+                            ( left ? "only " + std::to_string( left ) : std::string( "none" ) ) +
+                            " inside the store's " + std::to_string( used ) + " used octets" );
+   }
+   const char* record = base_ + offset;
+   const auto* anchor = reinterpret_cast<const Anchor*>( record );
    if ( anchor->tag != tag || anchor->version != version ) {
-      throw StoreException( "record at offset " + std::to_string( offset ) + ": expected anchor " +
-                            tagText( tag ) + " v" + std::to_string( version ) + ", found " +
-                            tagText( anchor->tag ) + " v" + std::to_string( anchor->version ) );
+      throw StoreException( expected + ", found " + tagText( anchor->tag ) + " v" +
+                            std::to_string( anchor->version ) );
    }
    return record;
 }

@@ -29,8 +29,14 @@ struct Anchor {
    U16 reserved;
 };
 
-// StoreManager: the arena.
+// StoreManager: the arena. Not thread-safe: one writer at a time, and no
+// reader while it grows. File layout: a header at offset 0 (magic
+// "KELSTOW1", format version, used octets, root offset), then records.
 class StoreManager : public Kel::PtrInterface {
+   struct Token {
+      explicit Token() = default;
+   };
+
  public:
    using Ptr = Kel::Ptr<StoreManager>;
    using PtrConst = Kel::Ptr<const StoreManager>;
@@ -44,8 +50,8 @@ class StoreManager : public Kel::PtrInterface {
    StoreManager( const StoreManager& ) = delete;
    StoreManager& operator=( const StoreManager& ) = delete;
 
-   // allocate(): zeroed space; the offset stays valid as the arena grows,
-   // addresses from translate() do not.
+   // allocate(): zeroed space aligned to align (a power of two); the offset
+   // stays valid as the arena grows, addresses from translate() do not.
    U64 allocate( size_t bytes, size_t align = 8 );
    // translate(): the address of offset; offset and bytes must lie inside
    // the used area.
@@ -58,7 +64,8 @@ class StoreManager : public Kel::PtrInterface {
    // writes its anchor.
    U64 stowRecord( U32 tag, U16 version, size_t recordBytes );
    // checkedRecord(): the record at offset after checking that it lies in
-   // the arena and opens with the expected anchor.
+   // the arena and opens with the expected anchor; otherwise StoreException
+   // "record at offset N: expected anchor TAG vM, found ...".
    const void* checkedRecord( U64 offset, U32 tag, U16 version, size_t recordBytes ) const;
 
    // rootIs() / root(): the offset a reopened store starts from (0: none).
@@ -70,7 +77,7 @@ class StoreManager : public Kel::PtrInterface {
    // sync(): flushes a file-backed store to its file.
    void sync();
 
-   StoreManager( int fd, char* base, size_t capacity, std::string path );
+   StoreManager( Token, int fd, char* base, size_t capacity, std::string path );
 
  private:
    void reserveCapacity( size_t needed );
