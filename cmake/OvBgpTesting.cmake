@@ -32,6 +32,12 @@ function(ovbgp_add_gtest_executable target dir)
    target_include_directories(${target} PRIVATE "${PROJECT_SOURCE_DIR}")
    target_link_libraries(${target} PRIVATE ${ARGN} GTest::gtest_main GTest::gmock)
    set_target_properties(${target} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/tests")
+   # Test files are many and heavy to compile; they are parsed against one
+   # precompiled GoogleTest header and built without optimization. The code
+   # under test keeps the build type's optimization (it lives in the
+   # libraries), and speed is measured in bench/, never here.
+   target_precompile_headers(${target} PRIVATE <gtest/gtest.h> <gmock/gmock.h>)
+   target_compile_options(${target} PRIVATE -O0)
 
    # Two disjoint discoveries: concurrency suites, then everything else.
    foreach(label IN ITEMS concurrency unit)
