@@ -1,0 +1,44 @@
+#include "OvBgp/CommListDedupTable.h"
+
+#include "Bex/DumpContext.h"
+#include "Routing/Bgp/OvBgpGlobals.h"
+
+namespace Routing::Bgp {
+
+Bex::DedupHashTable::Ptr newListDedupHashTable() {
+   return Bex::DedupHashTableUnorderedSet::DedupHashTableUnorderedSetIs(
+         OvBgpGlobals::multiThreaded() );
+}
+
+void CommListDedupTableBase::initDedupTable() { dedupTable_ = newListDedupHashTable(); }
+
+void CommListDedupTableBase::dumpState( const Bex::DumpContext& ctx, U32 indent ) const {
+   if ( indent ) {
+      ctx.printf( "%*cDedupTable", int( indent ), ' ' );
+   } else {
+      ctx.printf( "DedupTable" );
+   }
+   dedupTable_->dumpState( ctx, indent + 2 );
+}
+
+CommListDedupTable::Ptr CommListDedupTable::CommListDedupTableIs() {
+   Ptr table = Kel::makePtr<CommListDedupTable>();
+   table->hasNotificationActiveIs( true );
+   return table;
+}
+
+CommListDedupTable::Ptr commListDedupTableFactory() {
+   return CommListDedupTable::CommListDedupTableIs();
+}
+
+LargeCommListDedupTable::Ptr LargeCommListDedupTable::LargeCommListDedupTableIs() {
+   Ptr table = Kel::makePtr<LargeCommListDedupTable>();
+   table->hasNotificationActiveIs( true );
+   return table;
+}
+
+LargeCommListDedupTable::Ptr largeCommListDedupTableFactory() {
+   return LargeCommListDedupTable::LargeCommListDedupTableIs();
+}
+
+} // namespace Routing::Bgp
