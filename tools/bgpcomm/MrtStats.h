@@ -33,6 +33,10 @@ class MrtStats {
    void addFile( U64 records, U64 problems );
 
    U64 routes() const { return routes_; }
+   // attributes(): routes carrying the kind.
+   U64 attributes( CommunityKind kind ) const {
+      return kinds_[ communityKindIndex( kind ) ].attributes;
+   }
    // distinctLists(): different lists (as sets) of the kind seen.
    size_t distinctLists( CommunityKind kind ) const;
    // distinctValues()

@@ -1,0 +1,85 @@
+#include "MrtTestSupport.h"
+
+#include "tools/bgpcomm/CommunityInput.h"
+#include "tools/bgpcomm/HexText.h"
+
+#include <gtest/gtest.h>
+
+namespace BgpcommTest {
+namespace {
+
+std::string hexOf( const std::vector< U8 >& o ) {
+   std::string s;
+   appendHex( s, o );
+   return s;
+}
+
+std::string errorOf( const char* input ) {
+   try {
+      parseCommunityInput( input );
+   } catch ( const CommunityInputError& e ) {
+      return e.what();
+   }
+   return "(accepted)";
+}
+
+TEST( CommunityInput, BareCommunitiesAreKnownByTheirLength ) {
+   struct Case {
+      const char* input;
+      CommunityKind kind;
+      const char* octets;
+   } cases[] = {
+      { "fde80064", CommunityKind::standard, "fde80064" },
+      { "0x0002FDE8:00000064", CommunityKind::extended, "0002fde800000064" },
+      { "fa56ea00-00000001-00000002", CommunityKind::large, "fa56ea000000000100000002" },
+      { "0002 20010db8000000000000000000000001 0064", CommunityKind::ip6Extended,
+        "000220010db80000000000000000000000010064" },
+      // Eight octets that start like an attribute header but do not add up to one.
+      { "c0080500000000ff", CommunityKind::extended, "c0080500000000ff" },
+   };
+   for ( const Case& c : cases ) {
+      CommunityInput in = parseCommunityInput( c.input );
+      EXPECT_EQ( in.kind, c.kind ) << c.input;
+      EXPECT_EQ( hexOf( in.octets ), c.octets ) << c.input;
+      EXPECT_FALSE( in.isAttribute ) << c.input;
+   }
+}
+
+TEST( CommunityInput, WholeAttributesGiveTheirValueOctets ) {
+   CommunityInput std = parseCommunityInput( "c00808fde80064fde800c8" );
+   EXPECT_EQ( std.kind, CommunityKind::standard );
+   EXPECT_TRUE( std.isAttribute );
+   EXPECT_EQ( std.attrFlags, 0xc0 );
+   EXPECT_EQ( hexOf( std.octets ), "fde80064fde800c8" );
+
+   // Extended length header, large communities.
+   CommunityInput large = parseCommunityInput( "d020000cfa56ea000000000100000002" );
+   EXPECT_EQ( large.kind, CommunityKind::large );
+   EXPECT_EQ( hexOf( large.octets ), "fa56ea000000000100000002" );
+
+   EXPECT_EQ( parseCommunityInput( "c010080002fde800000064" ).kind, CommunityKind::extended );
+   EXPECT_EQ( parseCommunityInput( "c01914000220010db80000000000000000000000010064" ).kind,
+              CommunityKind::ip6Extended );
+}
+
+TEST( CommunityInput, BadInputGetsOneLineSayingWhatIsWrong ) {
+   EXPECT_EQ( errorOf( "fde8zz64" ), "bad hex digit 'z' at position 5" );
+   EXPECT_EQ( errorOf( "fde800641" ), "odd number of hex digits (9)" );
+   EXPECT_EQ( errorOf( "0x" ), "no hex digits" );
+   EXPECT_EQ( errorOf( "fd:e" ), "odd number of hex digits (3)" );
+   EXPECT_EQ( errorOf( "f:de8" ), "separator inside an octet at position 2" );
+   EXPECT_EQ( errorOf( "fde80064fd" ),
+              "5 octets is neither a community (4, 8, 12 or 20 octets) nor a community path "
+              "attribute (type 8, 16, 25 or 32)" );
+   EXPECT_EQ( errorOf( "c00806fde80064fde8" ),
+              "COMMUNITIES attribute length 6 is not a multiple of 4" );
+   EXPECT_EQ( errorOf( "c01010" "0002fde800000064" "0002fde8" ),
+              "EXTENDED_COMMUNITIES attribute header says 16 value octets but 12 follow" );
+   EXPECT_EQ( errorOf( "c02000" ), "LARGE_COMMUNITY attribute has length 0" );
+   EXPECT_EQ( errorOf( "c0190cfa56ea000000000100000002" ),
+              "IPV6_EXTENDED_COMMUNITIES attribute length 12 is not a multiple of 20" );
+   EXPECT_EQ( errorOf( "4008040000fde8" ), "COMMUNITIES attribute lacks the optional flag" );
+}
+
+} // namespace
+} // namespace BgpcommTest

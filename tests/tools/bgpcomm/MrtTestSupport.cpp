@@ -1,0 +1,76 @@
+#include "MrtTestSupport.h"
+
+#include "tools/bgpcomm/HexText.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <fstream>
+#include <unistd.h>
+
+namespace BgpcommTest {
+
+void RouteCollector::route( const MrtRoute& route ) {
+   CollectedRoute r;
+   r.recordOffset = route.recordOffset;
+   r.prefix = route.prefix;
+   r.peer = route.peer;
+   r.peerAs = route.peerAs;
+   for ( size_t i = 0; i < communityKindCount; ++i ) appendHex( r.communities[ i ], route.communities[ i ] );
+   routes.push_back( std::move( r ) );
+}
+
+void RouteCollector::problem( const MrtProblem& problem ) {
+   problems.push_back( { problem.recordOffset, problem.reason, problem.recordSkipped } );
+}
+
+std::string tempPath( const std::string& name ) {
+   static std::atomic< int > counter{ 0 };
+   return testing::TempDir() + "bgpcomm-" + std::to_string( ::getpid() ) + "-" +
+          std::to_string( counter++ ) + "-" + name;
+}
+
+void writeFile( const std::string& path, std::span< const U8 > octets ) {
+   std::ofstream out( path, std::ios::binary );
+   out.write( reinterpret_cast< const char* >( octets.data() ), std::streamsize( octets.size() ) );
+}
+
+MrtFileSummary readMrtBytes( std::span< const U8 > octets, RouteCollector& into ) {
+   std::string path = tempPath( "input.mrt" );
+   writeFile( path, octets );
+   MrtFileSummary s = MrtReader( into ).readFile( path );
+   ::unlink( path.c_str() );
+   return s;
+}
+
+void addPeerIndexTable( MrtRecordBuilder& b, const std::vector< TestPeer >& peers ) {
+   b.beginRecord( 1700000000, 13, 1 );
+   b.u32( 0x0A000001 );
+   b.u16( 0 ); // no view name
+   b.u16( U16( peers.size() ) );
+   for ( const TestPeer& p : peers ) {
+      b.u8( U8( ( p.address.size() == 16 ? 1 : 0 ) | ( p.as4 ? 2 : 0 ) ) );
+      b.u32( 0x0A0000FF );
+      b.bytes( p.address );
+      if ( p.as4 ) {
+         b.u32( p.as );
+      } else {
+         b.u16( U16( p.as ) );
+      }
+   }
+   b.endRecord();
+}
+
+std::vector< U8 > pathAttributes( const std::vector< std::pair< U8, std::vector< U8 > > >& attrs ) {
+   MrtRecordBuilder b;
+   std::vector< U8 > origin = { 0 };
+   b.attribute( 0x40, 1, origin );
+   for ( const auto& [ type, value ] : attrs ) b.attribute( 0xC0, type, value );
+   return std::vector< U8 >( b.data().begin(), b.data().end() );
+}
+
+std::vector< U8 > hexOctets( const std::string& hex ) {
+   return parseHex( hex );
+}
+
+} // namespace BgpcommTest

@@ -1,0 +1,76 @@
+// MrtTestSupport.h: what the bgpcomm tests share: a sink that keeps copies of
+// everything the reader hands out, temporary files, and builders for the
+// records the tests feed the reader.
+//
+//   RouteCollector got; readMrtBytes( builder.data(), got );
+//   EXPECT_EQ( got.routes[ 0 ].prefix, "10.1.0.0/24" );
+#pragma once
+
+#include "tools/bgpcomm/MrtReader.h"
+#include "tools/bgpcomm/MrtRecordBuilder.h"
+
+#include <array>
+#include <string>
+#include <vector>
+
+namespace BgpcommTest {
+
+using namespace Bgpcomm;
+
+// CollectedRoute: an MrtRoute with owned text; communities as hex ("" absent).
+struct CollectedRoute {
+   U64 recordOffset = 0;
+   std::string prefix;
+   std::string peer;
+   U32 peerAs = 0;
+   std::array< std::string, communityKindCount > communities;
+
+   const std::string& community( CommunityKind kind ) const {
+      return communities[ communityKindIndex( kind ) ];
+   }
+};
+
+// CollectedProblem
+struct CollectedProblem {
+   U64 recordOffset = 0;
+   std::string reason;
+   bool recordSkipped = false;
+};
+
+// RouteCollector
+class RouteCollector : public MrtRouteSink {
+ public:
+   void route( const MrtRoute& route ) override;
+   void problem( const MrtProblem& problem ) override;
+
+   std::vector< CollectedRoute > routes;
+   std::vector< CollectedProblem > problems;
+};
+
+// tempPath(): a fresh path in the test temporary directory.
+std::string tempPath( const std::string& name );
+
+// writeFile()
+void writeFile( const std::string& path, std::span< const U8 > octets );
+
+// readMrtBytes(): writes the octets to a temporary file and reads it.
+MrtFileSummary readMrtBytes( std::span< const U8 > octets, RouteCollector& into );
+
+// TestPeer: one PEER_INDEX_TABLE entry.
+struct TestPeer {
+   std::vector< U8 > address; // 4 or 16 octets
+   U32 as = 0;
+   bool as4 = false;
+};
+
+// addPeerIndexTable()
+void addPeerIndexTable( MrtRecordBuilder& b, const std::vector< TestPeer >& peers );
+
+// communityAttributes(): path attributes ORIGIN plus the given community
+// attributes (type, value octets), in order.
+std::vector< U8 > pathAttributes( const std::vector< std::pair< U8, std::vector< U8 > > >& attrs );
+
+// hexOctets(): the octets of hex text (test shorthand).
+std::vector< U8 > hexOctets( const std::string& hex );
+
+} // namespace BgpcommTest
