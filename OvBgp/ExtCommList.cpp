@@ -1,0 +1,463 @@
+#include "OvBgp/ExtCommList.h"
+
+#include <algorithm>
+#include <ostream>
+#include <sstream>
+
+#include "Acl/CommunityValue.h"
+#include "Kel/Exception.h"
+#include "KelStow/StoreManager.h"
+#include "OvBgp/ExtCommListDedupTable.h"
+#include "OvBgp/OvBgpSerialize.h"
+#include "OvBgp/BgpPathAttributeEnums.h"
+#include "OvFmt/DynamicBuffer.h"
+#include "Routing/RouteMap/PosixRegex.h"
+
+// List invariants are reported under the list module's name.
+#define OVBGP_LIST_ASSERT( cond, text ) KEL_ASSERT_SOURCE_MSG( cond, text, "OvBgp/OvBgpCommunityList" )
+
+namespace Routing::Bgp {
+
+namespace {
+
+constexpr std::string_view kAttrsName = "Routing::Bgp::ExtCommList::CommVectorAttrs";
+constexpr std::string_view kAttrsFlags[] = {
+   "sorted", "hasLinkBandwidth", "hasLinkBandwidthWithUnspecifiedAsNumber",
+   "hasOriginValidationState", "hasPolicyMatchStrepUICommunities", "hasPrunableValues",
+};
+constexpr std::string_view kSerializationName = "Routing::Bgp::ExtCommList::Serialization";
+constexpr std::string_view kSerializationFlags[] = { "all", "transitive", "linkBandwidth",
+                                                      "originAsValidity" };
+
+constexpr U32 kStowTag = 0x45434C31; // "ECL1"
+constexpr U16 kStowVersion = 1;
+struct StowedExtCommList {
+   KelStow::Anchor anchor;
+   U32 sorted;
+   U32 count;
+   U64 members; // offset of `count` offsets, one per stowed community
+};
+
+const char* const kNeverDeduped =
+      "__null == ( this ) || ( this )->dedupState() != Bex::dedupHandleStateNeverDeduped()";
+
+// The interning-state tests of the assertions, on any handle pointer.
+bool nullOrInterned( const Bex::DedupHandle* p ) noexcept {
+   return p == nullptr || p->dedupState() != Bex::dedupHandleStateNeverDeduped();
+}
+bool nullOrNeverInterned( const Bex::DedupHandle* p ) noexcept {
+   return p == nullptr || p->dedupState() == Bex::dedupHandleStateNeverDeduped();
+}
+
+enum class MatchMode { plain = 0, classification = 1, ui = 2 };
+
+bool matchExtCommList( const ExtCommList& list, MatchMode matchMode,
+                       const Routing::RouteMap::PosixRegex* regex ) {
+   OvFmt::DynamicBuffer<256> strVal;
+   bool first = true;
+   for ( const ExtComm::PtrConst& comm : list.commVector() ) {
+      if ( matchMode == MatchMode::ui && !comm->policyMatchStrepUI() ) {
+         continue;
+      }
+      if ( !first ) {
+         strVal.append( ' ' );
+      }
+      first = false;
+      switch ( matchMode ) {
+      case MatchMode::plain: comm->appendStrepForPolicy( ExtComm::strepFormatDefault, strVal ); break;
+      case MatchMode::classification:
+         comm->appendStrepForPolicy( ExtComm::strepFormatClassification, strVal );
+         break;
+      case MatchMode::ui:
+         comm->appendStrepForPolicy( ExtComm::strepFormatClassification | ExtComm::strepFormatUI,
+                                     strVal );
+         break;
+      }
+   }
+   OVBGP_LIST_ASSERT( !strVal.empty() || matchMode != MatchMode::ui,
+                      "!strVal.empty() || matchMode != MatchMode::ui" );
+   strVal.append( '\0' );
+   return regex->execute( strVal.data() ) == 0;
+}
+
+} // namespace
+
+// ---- flag sets ---------------------------------------------------------------
+
+ExtCommList::CommVectorAttrs::CommVectorAttrs( const char* begin, const char* end )
+      : bits_( Kel::denseBoolSetParse( kAttrsName, kAttrsFlags, begin, end ) ) {}
+
+ExtCommList::Serialization::Serialization( const char* begin, const char* end )
+      : bits_( Kel::denseBoolSetParse( kSerializationName, kSerializationFlags, begin, end ) ) {}
+
+Kel::String valueToStrep( const ExtCommList::CommVectorAttrs& attrs ) {
+   return Kel::denseBoolSetStrep( kAttrsName, kAttrsFlags, attrs.value() );
+}
+
+Kel::String valueToStrep( const ExtCommList::Serialization& serialization ) {
+   return Kel::denseBoolSetStrep( kSerializationName, kSerializationFlags, serialization.value() );
+}
+
+// ---- building ---------------------------------------------------------------
+
+ExtCommList::~ExtCommList() = default;
+
+ExtCommList::Ptr ExtCommList::ExtCommListIs() {
+   Ptr list = Kel::makePtr<ExtCommList>();
+   list->hasNotificationActiveIs( true );
+   return list;
+}
+
+ExtCommList::Ptr extCommListFactory() { return ExtCommList::ExtCommListIs(); }
+
+void ExtCommList::commIs( const ExtComm::PtrConst& comm ) {
+   OVBGP_LIST_ASSERT( nullptr != comm, "__null != comm" );
+   OVBGP_LIST_ASSERT( nullOrInterned( comm.ptr() ),
+                      "__null == ( comm ) || ( comm )->dedupState() != "
+                      "Bex::dedupHandleStateNeverDeduped()" );
+   comm_.push_back( comm );
+}
+
+void ExtCommList::append( const PtrConst& other ) {
+   if ( other ) {
+      appendVector( other->comm_ );
+   }
+}
+
+void ExtCommList::appendVector( const std::vector<ExtComm::PtrConst>& comms ) {
+   comm_.reserve( comm_.size() + comms.size() );
+   for ( const auto& comm : comms ) {
+      commIs( comm );
+   }
+}
+
+void ExtCommList::appendClassificationList( const ExtCommClassificationList::PtrConst& list ) {
+   if ( list ) {
+      appendVector( list->commVector() );
+   }
+}
+
+// ---- reading ----------------------------------------------------------------
+
+ExtComm::PtrConst ExtCommList::comm( U64 community ) const {
+   return extCommVectorLookup( commVectorSorted(), comm_, community );
+}
+
+U32 ExtCommList::totalCommunities() const {
+   OVBGP_LIST_ASSERT( commVectorSorted(), "commVectorSorted()" );
+   return U32( comm_.size() );
+}
+
+ExtCommClassificationList::PtrConst ExtCommList::classificationList(
+      ExtCommClassification classification ) const {
+   OVBGP_LIST_ASSERT( nullOrInterned( this ), kNeverDeduped );
+   return classificationLists_.lookup( classification );
+}
+
+// ---- finishing ----------------------------------------------------------------
+
+void ExtCommList::createClassificationListVector( bool dedupMode ) {
+   extCommVectorSort( comm_ );
+   commVectorSortedIs( true );
+   totalTransitiveCommunities_ = 0;
+   if ( comm_.empty() ) {
+      flagIs( CommVectorAttrs::hasLinkBandwidth, false );
+      flagIs( CommVectorAttrs::hasLinkBandwidthWithUnspecifiedAsNumber, false );
+      flagIs( CommVectorAttrs::hasPolicyMatchStrepUICommunities, false );
+      return;
+   }
+   bool policyMatch = false;
+   bool unspecifiedAs = false;
+   bool linkBandwidthCreated = false;
+   for ( const ExtComm::PtrConst& comm : comm_ ) {
+      const ExtCommClassification c = comm->classification();
+      ExtCommClassificationList* _classificationList = classificationLists_.lookupRaw( c );
+      if ( _classificationList && dedupMode ) {
+         OVBGP_LIST_ASSERT( nullOrNeverInterned( _classificationList ),
+                            "__null == ( _classificationList ) || ( _classificationList )->dedupState() "
+                            "== Bex::dedupHandleStateNeverDeduped()" );
+      }
+      if ( !_classificationList ) {
+         ExtCommClassificationList::Ptr created;
+         if ( c == extCommClassificationRouteTarget ) {
+            created = rtExtCommClassificationListFactory( c );
+         } else if ( c == extCommClassificationLinkBandwidth ) {
+            created = linkBandwidthExtCommClassificationListFactory();
+            linkBandwidthCreated = true;
+         } else {
+            created = extCommClassificationListFactory( c );
+         }
+         if ( !dedupMode ) {
+            created->dedupStateIs( Bex::dedupHandleStateStowed() );
+         }
+         _classificationList = created.ptr();
+         classificationLists_.insert( std::move( created ) );
+      }
+      _classificationList->commIs( comm );
+      if ( dedupMode ) {
+         totalTransitiveCommunities_ += comm->transitive();
+         policyMatch |= comm->policyMatchStrepUI();
+      }
+      unspecifiedAs |= comm->isLinkBandwidthWithUnspecifiedAsNumber();
+   }
+   flagIs( CommVectorAttrs::hasPolicyMatchStrepUICommunities, policyMatch );
+   flagIs( CommVectorAttrs::hasLinkBandwidthWithUnspecifiedAsNumber, unspecifiedAs );
+   flagIs( CommVectorAttrs::hasLinkBandwidth, linkBandwidthCreated );
+   if ( !dedupMode ) {
+      // A rebuilt list's parts are complete without a table: mark them sorted.
+      for ( const auto& list : classificationLists_ ) {
+         const_cast<ExtCommClassificationList*>( list.ptr() )->commVectorSortedIs( true );
+      }
+   }
+}
+
+ExtCommList::PtrConst ExtCommList::dedup( const ExtCommListDedupTable* table ) {
+   OVBGP_LIST_ASSERT( nullOrNeverInterned( this ), "__null == ( this ) || ( this )->dedupState() == "
+                                                    "Bex::dedupHandleStateNeverDeduped()" );
+   createClassificationListVector( true );
+   bool prunable = false, linkBandwidth = false, originValidation = false;
+   for ( auto iter = classificationLists_.begin(); iter != classificationLists_.end(); ++iter ) {
+      const ExtCommClassificationList* _classificationList = iter->ptr();
+      prunable |= _classificationList->hasPrunableValues();
+      linkBandwidth |= _classificationList->classification() == extCommClassificationLinkBandwidth;
+      originValidation |=
+            _classificationList->classification() == extCommClassificationOriginValidationState;
+      if ( _classificationList->everDeduped() ) {
+         OVBGP_LIST_ASSERT( _classificationList->commVectorSorted(),
+                            "_classificationList->commVectorSorted()" );
+         continue;
+      }
+      auto* building = const_cast<ExtCommClassificationList*>( _classificationList );
+      classificationLists_.replace( iter, building->dedup( table ) );
+   }
+   flagIs( CommVectorAttrs::hasPrunableValues, prunable );
+   if ( linkBandwidth ) {
+      flagIs( CommVectorAttrs::hasLinkBandwidth, true );
+   }
+   flagIs( CommVectorAttrs::hasOriginValidationState, originValidation );
+   Bex::DedupHandle::PtrConst interned =
+         table->dedupTable()->dedup( Bex::DedupHandle::PtrConst( this ), []( Bex::DedupHandle* h ) {
+            static_cast<ExtCommList*>( h )->comm_.shrink_to_fit();
+         } );
+   return Kel::ptrCast<const ExtCommList>( std::move( interned ) );
+}
+
+ExtCommList::PtrConst ExtCommList::prune( const ExtCommListDedupTable* table ) const {
+   if ( !hasPrunableValues() ) {
+      return PtrConst( this );
+   }
+   OVBGP_LIST_ASSERT( isDeduped(), "isDeduped()" );
+   Ptr pruned = extCommListFactory();
+   for ( const auto& list : classificationLists_ ) {
+      if ( list->hasPrunableValues() ) {
+         pruned->appendVector( list->prune() );
+      } else {
+         pruned->appendClassificationList( list );
+      }
+   }
+   if ( pruned->empty() ) {
+      return nullptr;
+   }
+   return pruned->dedup( table );
+}
+
+U32 ExtCommList::hash() const {
+   return internedListHash( classificationLists_.begin(), classificationLists_.end() );
+}
+
+bool ExtCommList::compare( const Bex::DedupHandle* other ) const {
+   return classificationLists_ == static_cast<const ExtCommList*>( other )->classificationLists_;
+}
+
+// ---- wire form ----------------------------------------------------------------
+
+ExtCommList::Serialization ExtCommList::serialization( bool includeNonTransitive,
+                                                       bool includeLinkBandwidth,
+                                                       bool includeOriginAsValidity ) {
+   if ( includeNonTransitive ) {
+      return Serialization::all;
+   }
+   unsigned s = Serialization::transitive;
+   s |= includeLinkBandwidth ? Serialization::linkBandwidth : 0;
+   s |= includeOriginAsValidity ? Serialization::originAsValidity : 0;
+   return Serialization( s );
+}
+
+bool ExtCommList::serializable( const ExtComm::PtrConst& comm, Serialization s ) {
+   return s.has( Serialization::all ) || ( s.has( Serialization::transitive ) && comm->transitive() ) ||
+          ( s.has( Serialization::linkBandwidth ) &&
+            comm->classification() == extCommClassificationLinkBandwidth ) ||
+          ( s.has( Serialization::originAsValidity ) &&
+            comm->classification() == extCommClassificationOriginValidationState );
+}
+
+U32 ExtCommList::serializableCommunities( Serialization s ) const {
+   if ( s.has( Serialization::all ) ) {
+      return totalCommunities();
+   }
+   U32 count = 0;
+   count += s.has( Serialization::transitive ) ? totalTransitiveCommunities_ : 0;
+   count += ( s.has( Serialization::linkBandwidth ) && hasLinkBandwidth() ) ? 1 : 0;
+   count += ( s.has( Serialization::originAsValidity ) && hasOriginValidationState() ) ? 1 : 0;
+   return count;
+}
+
+Kel::String ExtCommList::serialize( Serialization s ) const {
+   const U32 count = serializableCommunities( s );
+   if ( count == 0 ) {
+      return {};
+   }
+   return serializedPathAttribute( extCommunity, optionalTransitive, 8 * count, [ & ]( U8* out ) {
+      // The attribute counts one link bandwidth and one validation state at
+      // most, so the first of each kind is the one sent.
+      U32 written = 0;
+      bool linkBandwidthSent = false, validationSent = false;
+      for ( const ExtComm::PtrConst& comm : comm_ ) {
+         if ( written == count ) {
+            break;
+         }
+         bool send = s.has( Serialization::all ) ||
+                     ( s.has( Serialization::transitive ) && comm->transitive() );
+         if ( !send && s.has( Serialization::linkBandwidth ) && !linkBandwidthSent &&
+              comm->classification() == extCommClassificationLinkBandwidth ) {
+            send = linkBandwidthSent = true;
+         }
+         if ( !send && s.has( Serialization::originAsValidity ) && !validationSent &&
+              comm->classification() == extCommClassificationOriginValidationState ) {
+            send = validationSent = true;
+         }
+         if ( send ) {
+            storeU64hton( out + 8 * written++, comm->community() );
+         }
+      }
+      OVBGP_LIST_ASSERT( written == count, "written == serializableCommunities( s )" );
+   } );
+}
+
+// ---- matching and text --------------------------------------------------------
+
+bool ExtCommList::matchCommunitiesRegex( const Routing::RouteMap::PosixRegex* regex ) const {
+   if ( matchExtCommList( *this, MatchMode::plain, regex ) ||
+        matchExtCommList( *this, MatchMode::classification, regex ) ) {
+      return true;
+   }
+   return hasPolicyMatchStrepUICommunities() && matchExtCommList( *this, MatchMode::ui, regex );
+}
+
+Kel::String ExtCommList::toStrep() const {
+   std::ostringstream os;
+   os << this;
+   return os.str();
+}
+
+std::ostream& operator<<( std::ostream& os, const ExtCommList* list ) {
+   const std::ios_base::fmtflags flags = os.flags();
+   if ( !list ) {
+      os << "NULL";
+   } else {
+      os << "[ ";
+      bool first = true;
+      for ( const auto& comm : list->commVector() ) {
+         if ( !first ) {
+            os << ' ';
+         }
+         first = false;
+         os << comm.ptr();
+      }
+      os << " ]";
+   }
+   os.flags( flags );
+   return os;
+}
+
+std::ostream& operator<<( std::ostream& os, const ExtCommList& list ) { return os << &list; }
+
+Kel::String ExtCommList::getStringValue( const Acl::CommunityValue& value ) {
+   OvFmt::DynamicBuffer<32> buf;
+   buf.appendDecimal( value.localData1() );
+   buf.append( ':' );
+   buf.appendDecimal( value.localData2() );
+   return buf.str();
+}
+
+// ---- snapshots ------------------------------------------------------------------
+
+Kel::Ptr<ExtCommListSnapshot> ExtCommList::snapshot() const {
+   auto snapshot = ExtCommListSnapshot::ExtCommListSnapshotIs();
+   for ( const auto& list : classificationLists_ ) {
+      snapshot->classificationListIs( list );
+   }
+   for ( const auto& comm : comm_ ) {
+      snapshot->commIs( comm );
+   }
+   return snapshot;
+}
+
+ExtCommListSnapshot::Ptr ExtCommListSnapshot::ExtCommListSnapshotIs() {
+   Ptr snapshot = Kel::makePtr<ExtCommListSnapshot>();
+   snapshot->hasNotificationActiveIs( true );
+   return snapshot;
+}
+
+void ExtCommListSnapshot::classificationListIs( const ExtCommClassificationList::PtrConst& list ) {
+   if ( !list ) {
+      throw Kel::NullArgumentException( "ExtCommListSnapshot::classificationListIs: null list" );
+   }
+   classificationList_[ list->classification() ] = list;
+}
+
+void ExtCommListSnapshot::commIs( const ExtComm::PtrConst& comm ) {
+   if ( !comm ) {
+      throw Kel::NullArgumentException( "ExtCommListSnapshot::commIs: null community" );
+   }
+   comm_[ comm->community() ] = comm;
+}
+
+ExtComm::PtrConst ExtCommListSnapshot::commDel( U64 community ) {
+   auto it = comm_.find( community );
+   if ( it == comm_.end() ) {
+      return nullptr;
+   }
+   ExtComm::PtrConst removed = std::move( it->second );
+   comm_.erase( it );
+   return removed;
+}
+
+// ---- store ------------------------------------------------------------------------
+
+U64 ExtCommList::stow( KelStow::StoreManager* store ) const {
+   std::vector<U64> members;
+   members.reserve( comm_.size() );
+   for ( const auto& comm : comm_ ) {
+      members.push_back( comm->stow( store ) );
+   }
+   const U64 array = store->allocate( sizeof( U64 ) * std::max<size_t>( members.size(), 1 ), 8 );
+   std::copy( members.begin(), members.end(),
+              static_cast<U64*>( store->translate( array, sizeof( U64 ) * members.size() ) ) );
+   const U64 offset = store->stowRecord( kStowTag, kStowVersion, sizeof( StowedExtCommList ) );
+   auto* image = static_cast<StowedExtCommList*>( store->translate( offset, sizeof( StowedExtCommList ) ) );
+   image->sorted = commVectorSorted();
+   image->count = U32( members.size() );
+   image->members = array;
+   return offset;
+}
+
+ExtCommList::Ptr ExtCommList::destow( const void* stored, KelStow::StoreManager* store ) {
+   const auto* image = static_cast<const StowedExtCommList*>( store->checkedRecord(
+         store->offsetOf( stored ), kStowTag, kStowVersion, sizeof( StowedExtCommList ) ) );
+   Ptr list = extCommListFactory();
+   list->commVectorSortedIs( image->sorted != 0 );
+   const U32 count = image->count;
+   const U64 array = image->members;
+   list->comm_.reserve( count );
+   for ( U32 i = 0; i < count; ++i ) {
+      const U64 member =
+            static_cast<const U64*>( store->translate( array, sizeof( U64 ) * count ) )[ i ];
+      list->comm_.push_back( ExtComm::destow( store->translate( member ), store ) );
+   }
+   list->createClassificationListVector( false );
+   list->dedupStateIs( Bex::dedupHandleStateStowed() );
+   return list;
+}
+
+} // namespace Routing::Bgp

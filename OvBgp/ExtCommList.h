@@ -1,0 +1,216 @@
+// OvBgp/ExtCommList.h: the interned list of 8-octet extended communities a
+// path carries. It holds its members once sorted by content and once split
+// into interned classification lists; the split makes interning cheap (a
+// list is hashed and compared through the identities of its parts) and lets
+// callers ask for one kind without a scan. It also chooses what goes on the
+// wire for a peer, prunes unusable values and matches policy expressions.
+//
+//   auto list = extCommListFactory();  list->commIs( ExtComm::dedupContent( values, c ) );
+//   ExtCommList::PtrConst shared = list->dedup( listTable );  shared->serialize( s );
+#pragma once
+
+#include <iosfwd>
+#include <map>
+#include <vector>
+
+#include "Kel/DenseBoolSet.h"
+#include "KelStow/DedupHandle.h"
+#include "OvBgp/ExtCommClassificationList.h"
+#include "OvBgp/OvBgpCommunity.h"
+
+namespace Acl {
+class CommunityValue;
+}
+namespace Routing::RouteMap {
+class PosixRegex;
+}
+
+namespace Routing::Bgp {
+
+class ExtCommListDedupTable;
+class ExtCommListSnapshot;
+
+// ExtCommList: see the file comment. Its CommVectorAttrs live in the low six
+// bits of the handle's user-data word.
+class ExtCommList : public KelStow::DedupHandle {
+ public:
+   using Ptr = Kel::Ptr<ExtCommList>;
+   using PtrConst = Kel::Ptr<const ExtCommList>;
+
+   // CommVectorAttrs: the summary flags of a list.
+   class CommVectorAttrs {
+    public:
+      enum Flag : U8 {
+         sorted = 1,
+         hasLinkBandwidth = 2,
+         hasLinkBandwidthWithUnspecifiedAsNumber = 4,
+         hasOriginValidationState = 8,
+         hasPolicyMatchStrepUICommunities = 16,
+         hasPrunableValues = 32,
+      };
+      constexpr CommVectorAttrs() noexcept = default;
+      // CommVectorAttrs(octet): 64 or more is a range error.
+      explicit CommVectorAttrs( unsigned octet ) : bits_( Kel::denseBoolSetChecked( octet, 6 ) ) {}
+      CommVectorAttrs( const char* begin, const char* end );
+      constexpr U8 value() const noexcept { return bits_; }
+      constexpr bool has( Flag flag ) const noexcept { return bits_ & flag; }
+      constexpr void flagIs( Flag flag, bool on ) noexcept {
+         bits_ = U8( on ? ( bits_ | flag ) : ( bits_ & ~flag ) );
+      }
+      constexpr bool operator==( const CommVectorAttrs& ) const noexcept = default;
+
+    private:
+      U8 bits_ = 0;
+   };
+
+   // Serialization: which members go on the wire.
+   class Serialization {
+    public:
+      enum Flag : U8 { all = 1, transitive = 2, linkBandwidth = 4, originAsValidity = 8 };
+      constexpr Serialization() noexcept = default;
+      constexpr Serialization( Flag flag ) noexcept : bits_( flag ) {}
+      // Serialization(octet): 16 or more is a range error.
+      explicit Serialization( unsigned octet ) : bits_( Kel::denseBoolSetChecked( octet, 4 ) ) {}
+      Serialization( const char* begin, const char* end );
+      constexpr U8 value() const noexcept { return bits_; }
+      constexpr bool has( Flag flag ) const noexcept { return bits_ & flag; }
+      constexpr bool operator==( const Serialization& ) const noexcept = default;
+
+    private:
+      U8 bits_ = 0;
+   };
+
+   ExtCommList() noexcept = default;
+   ~ExtCommList() override;
+   static Ptr ExtCommListIs();
+
+   // Building (before dedup).
+   void expectedCommunityCountIs( U32 count ) { comm_.reserve( count ); }
+   void commIs( const ExtComm::PtrConst& comm );
+   void append( const PtrConst& other );
+   void appendVector( const std::vector<ExtComm::PtrConst>& comms );
+   void appendClassificationList( const ExtCommClassificationList::PtrConst& list );
+
+   // Reading.
+   ExtComm::PtrConst comm( U64 community ) const;
+   ExtComm::PtrConst lookupExtComm( U64 community ) const { return comm( community ); }
+   size_t comms() const noexcept { return comm_.size(); }
+   bool empty() const noexcept { return comm_.empty(); }
+   const std::vector<ExtComm::PtrConst>& commVector() const noexcept { return comm_; }
+   U32 totalCommunities() const;
+   U32 totalTransitiveCommunities() const noexcept { return totalTransitiveCommunities_; }
+   ExtCommClassificationList::PtrConst classificationList( ExtCommClassification c ) const;
+   const ExtCommClassificationLists& classificationLists() const noexcept {
+      return classificationLists_;
+   }
+
+   // The summary flags.
+   CommVectorAttrs commVectorAttrs() const { return CommVectorAttrs( userData() & 0x3F ); }
+   void commVectorAttrsIs( CommVectorAttrs attrs ) noexcept {
+      userDataIs( ( userData() & ~0x3Fu ) | attrs.value() );
+   }
+   bool commVectorSorted() const { return commVectorAttrs().has( CommVectorAttrs::sorted ); }
+   void commVectorSortedIs( bool sorted ) { flagIs( CommVectorAttrs::sorted, sorted ); }
+   bool hasLinkBandwidth() const { return commVectorAttrs().has( CommVectorAttrs::hasLinkBandwidth ); }
+   bool hasLinkBandwidthWithUnspecifiedAsNumber() const {
+      return commVectorAttrs().has( CommVectorAttrs::hasLinkBandwidthWithUnspecifiedAsNumber );
+   }
+   bool hasOriginValidationState() const {
+      return commVectorAttrs().has( CommVectorAttrs::hasOriginValidationState );
+   }
+   bool hasPolicyMatchStrepUICommunities() const {
+      return commVectorAttrs().has( CommVectorAttrs::hasPolicyMatchStrepUICommunities );
+   }
+   bool hasPrunableValues() const {
+      return commVectorAttrs().has( CommVectorAttrs::hasPrunableValues );
+   }
+
+   // createClassificationListVector(): sorts, sets the flags and splits the
+   // members by kind; outside dedupMode the parts are built complete
+   // (stowed state) instead of being interned later.
+   void createClassificationListVector( bool dedupMode );
+   // dedup(): finishes the list and returns the one interned equal list.
+   PtrConst dedup( const ExtCommListDedupTable* table );
+   // prune(): this list without the values its kinds would drop; null when
+   // nothing remains.
+   PtrConst prune( const ExtCommListDedupTable* table ) const;
+
+   U32 hash() const override;
+   bool compare( const Bex::DedupHandle* other ) const override;
+   bool compareByContent( const Bex::DedupContentHandle& ) const override { return false; }
+
+   // Wire form.
+   static Serialization serialization( bool includeNonTransitive, bool includeLinkBandwidth,
+                                       bool includeOriginAsValidity );
+   static bool serializable( const ExtComm::PtrConst& comm, Serialization s );
+   U32 serializableCommunities( Serialization s ) const;
+   // serialize(): the EXTENDED_COMMUNITIES attribute, or "" with no member
+   // to send.
+   Kel::String serialize( Serialization s ) const;
+
+   bool matchCommunitiesRegex( const Routing::RouteMap::PosixRegex* regex ) const;
+
+   Kel::String toStrep() const;
+   static Kel::String getStringValue( const Acl::CommunityValue& value );
+
+   Kel::Ptr<ExtCommListSnapshot> snapshot() const;
+   Kel::Ptr<ExtCommListSnapshot> commSnapshot() const { return snapshot(); }
+
+   U64 stow( KelStow::StoreManager* store ) const override;
+   static Ptr destow( const void* stored, KelStow::StoreManager* store );
+
+ private:
+   void flagIs( CommVectorAttrs::Flag flag, bool on ) {
+      CommVectorAttrs attrs = commVectorAttrs();
+      attrs.flagIs( flag, on );
+      commVectorAttrsIs( attrs );
+   }
+
+   std::vector<ExtComm::PtrConst> comm_;
+   ExtCommClassificationLists classificationLists_;
+   U32 totalTransitiveCommunities_ = 0;
+};
+
+ExtCommList::Ptr extCommListFactory();
+
+std::ostream& operator<<( std::ostream& os, const ExtCommList* list );
+std::ostream& operator<<( std::ostream& os, const ExtCommList& list );
+Kel::String valueToStrep( const ExtCommList::CommVectorAttrs& attrs );
+Kel::String valueToStrep( const ExtCommList::Serialization& serialization );
+
+// ExtCommListSnapshot: an editable copy of a list: its classification lists
+// by kind and its members by content.
+class ExtCommListSnapshot : public Kel::PtrInterface {
+ public:
+   using Ptr = Kel::Ptr<ExtCommListSnapshot>;
+   using PtrConst = Kel::Ptr<const ExtCommListSnapshot>;
+   using ClassificationListMap = std::map<ExtCommClassification, ExtCommClassificationList::PtrConst>;
+   using CommMap = std::map<U64, ExtComm::PtrConst>;
+   using KelClassificationList = ClassificationListMap::value_type;
+   using KelComm = CommMap::value_type;
+
+   static Ptr ExtCommListSnapshotIs();
+
+   const ClassificationListMap& classificationList() const noexcept { return classificationList_; }
+   const CommMap& comm() const noexcept { return comm_; }
+
+   // classificationListIs() / commIs(): insert or replace; null throws.
+   void classificationListIs( const ExtCommClassificationList::PtrConst& list );
+   void classificationListDel( ExtCommClassification classification ) {
+      classificationList_.erase( classification );
+   }
+   ClassificationListMap::iterator classificationListDel( ClassificationListMap::const_iterator it ) {
+      return classificationList_.erase( it );
+   }
+   void classificationListDelAll() noexcept { classificationList_.clear(); }
+   void commIs( const ExtComm::PtrConst& comm );
+   ExtComm::PtrConst commDel( U64 community );
+   CommMap::iterator commDel( CommMap::const_iterator entry ) { return comm_.erase( entry ); }
+   void commDelAll() noexcept { comm_.clear(); }
+
+ private:
+   ClassificationListMap classificationList_;
+   CommMap comm_;
+};
+
+} // namespace Routing::Bgp
