@@ -1,0 +1,123 @@
+// tests/OvBgp/Parse/ExtCommTestRules.h: small sub-rules and a plug-in for the
+// parse-rule tests. A test sub-rule answers with an ExtCommSubtyped (or
+// ExtCommIp6Subtyped) of the classification it was given, so a test can tell
+// which sub-rule built a value; live counters catch leaks.
+//
+//   auto plugin = Kel::makePtr<TestPlugin>( collections, extCommClassificationColor );
+//   EXPECT_EQ( rule->parseExtendedCommunity( content )->classification(), extCommClassificationColor );
+#pragma once
+
+#include <type_traits>
+
+#include "OvBgp/Parse/ExtComm.h"
+
+namespace Routing::Bgp::Testing {
+
+// liveTestSubRules() / liveTestPlugins(): how many exist right now.
+inline int& liveTestSubRules() {
+   static int count = 0;
+   return count;
+}
+inline int& liveTestPlugins() {
+   static int count = 0;
+   return count;
+}
+
+// TestSubRule<Base>: a sub-rule of Base's kind answering with classification
+// (or with null when answers is false).
+template<class Base>
+class TestSubRule final : public Base {
+ public:
+   using Value = typename Base::Value;
+   using Content = typename Base::Content;
+
+   TestSubRule( const BgpParseExtCommControl& control, unsigned subType,
+                ExtCommClassification classification, bool answers = true )
+         : Base( control, typename Base::Subtype( subType ) ),
+           classification_( classification ),
+           answers_( answers ) {
+      ++liveTestSubRules();
+   }
+   ~TestSubRule() override { --liveTestSubRules(); }
+
+   Kel::Ptr<const Value> inhale( const Content& content ) const override {
+      if ( !answers_ ) {
+         return nullptr;
+      }
+      if constexpr ( std::is_same_v<Value, ExtComm> ) {
+         return ExtCommSubtyped::ExtCommSubtypedIs( classification_, content );
+      } else {
+         return ExtCommIp6Subtyped::ExtCommIp6SubtypedIs( classification_, content );
+      }
+   }
+
+ private:
+   ExtCommClassification classification_;
+   bool answers_;
+};
+
+// testSubRule<Base>(): a new TestSubRule as the counted base pointer.
+template<class Base>
+Kel::Ptr<const Base> testSubRule( const BgpParseExtCommControl& control, unsigned subType,
+                                  ExtCommClassification classification, bool answers = true ) {
+   return bgpParseExtCommRuleFactory<TestSubRule<Base>>( control, subType, classification,
+                                                         answers );
+}
+
+// TestPlugin: claims 2-octet AS subtype 0x02, opaque 0x0C and IPv6 0x02, all
+// with one classification, and counts what it is offered.
+class TestPlugin : public BgpParseExtCommPluginBaseSm {
+ public:
+   TestPlugin( const Kel::Ptr<const BgpParseExtCommRuleCollections>& collections,
+               ExtCommClassification classification )
+         : BgpParseExtCommPluginBaseSm( collections ), classification_( classification ) {
+      ++liveTestPlugins();
+      handleStartup();
+   }
+   ~TestPlugin() override { --liveTestPlugins(); }
+
+   void instantiateExtCommSubTypeTransTwoOctetAsSubRule(
+         const BgpParseExtCommSubTypeTransTwoOctetAsRuleKey& key,
+         const BgpParseExtCommControl& control ) const override {
+      traceInstantiate( "instantiateExtCommSubTypeTransTwoOctetAsSubRule", "TestPlugin" );
+      ++twoOctetAsOffers;
+      addExtCommSubTypeTransTwoOctetAsSubRule(
+            key, testSubRule<BgpParseExtComSubTypeTransTwoOctetAsRuleBase>(
+                       control, extCommPktSubtypeTransTwoOctetAsRouteTarget, classification_ ) );
+   }
+   void instantiateExtCommSubTypeTransOpaqueSubRule(
+         const BgpParseExtCommSubTypeTransOpaqueRuleKey& key,
+         const BgpParseExtCommControl& control ) const override {
+      ++opaqueOffers;
+      addExtCommSubTypeTransOpaqueSubRule(
+            key, testSubRule<BgpParseExtComSubTypeTransOpaqueRuleBase>(
+                       control, extCommPktSubtypeTransOpaqueEncapsulationExtendedCommunity,
+                       classification_ ) );
+   }
+   void instantiateExtCommIp6SubTypeTransSubRule(
+         const BgpParseExtCommIp6SubTypeTransRuleKey& key,
+         const BgpParseExtCommControl& control ) const override {
+      ++ip6TransOffers;
+      addExtCommIp6SubTypeTransSubRule(
+            key, testSubRule<BgpParseExtCommIp6SubTypeTransRuleBase>(
+                       control, extCommIp6PktSubtypeRouteTarget, classification_ ) );
+   }
+   void instantiateExtCommIp6SubTypeNonTransSubRule(
+         const BgpParseExtCommIp6SubTypeNonTransRuleKey& key,
+         const BgpParseExtCommControl& control ) const override {
+      ++ip6NonTransOffers;
+      addExtCommIp6SubTypeNonTransSubRule(
+            key, testSubRule<BgpParseExtCommIp6SubTypeNonTransRuleBase>( control, 0x02,
+                                                                         classification_ ) );
+   }
+
+   mutable int twoOctetAsOffers = 0;
+   mutable int opaqueOffers = 0;
+   mutable int ip6TransOffers = 0;
+   mutable int ip6NonTransOffers = 0;
+
+ private:
+   ExtCommClassification classification_;
+};
+
+} // namespace Routing::Bgp::Testing
