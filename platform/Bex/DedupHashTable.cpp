@@ -53,7 +53,14 @@ DedupHashTable::DedupHashTable( bool threadSafe )
 }
 
 DedupHashTable::~DedupHashTable() {
-   notificationStop();
+   // A table destroyed by its owner rather than by its count (a member or a
+   // local) stops notification here. The stop callback gets a counted
+   // pointer to the table; the extra count keeps that pointer's release
+   // from destroying the table a second time.
+   if ( notifying_.load() ) {
+      refCountAtomic().fetch_add( 1 );
+      notificationStop();
+   }
    // Members outlive the table when others still hold them: they forget the
    // table and are destroyed by their last holder like any counted object.
    std::vector<DedupHandle*> members;
