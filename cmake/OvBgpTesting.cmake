@@ -13,7 +13,8 @@ include(GoogleTest)
 find_package(GTest REQUIRED)
 
 set(OVBGP_TEST_ENVIRONMENT "OVBGP_SOURCE_DIR=${PROJECT_SOURCE_DIR}")
-set(OVBGP_TEST_TIMEOUT 300)
+# Seconds before a hung test is killed; a unit test takes well under one.
+set(OVBGP_TEST_TIMEOUT 120)
 set(OVBGP_MVPN_OFF_TOGGLE_DIR "${PROJECT_SOURCE_DIR}/tests/data/toggle-mvpn-off")
 
 # ovbgp_add_gtest_executable(<target> <dir> <libraries>...): one executable
