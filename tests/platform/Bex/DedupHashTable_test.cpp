@@ -426,23 +426,11 @@ INSTANTIATE_TEST_SUITE_P( Variants, DedupHashTableTest, testing::Values( false, 
 // hold references for a while, hand some to other threads and drop them,
 // over few contents so that last-reference removals race with lookups of
 // the same content all the time.
-#if defined( __SANITIZE_THREAD__ )
-#define OVBGP_TEST_UNDER_TSAN 1
-#elif defined( __has_feature )
-#if __has_feature( thread_sanitizer )
-#define OVBGP_TEST_UNDER_TSAN 1
-#endif
-#endif
-
 TEST( DedupHashTableConcurrency, RacingLookupsInsertsAndReleasesKeepOneMemberPerContent ) {
    constexpr unsigned kThreads = 4;
    constexpr U64 kContents = 64;
    constexpr unsigned kHeld = 8;
-#ifdef OVBGP_TEST_UNDER_TSAN
-   constexpr U64 kOpsPerThread = 1'000'000 / kThreads / 4;
-#else
    constexpr U64 kOpsPerThread = 1'000'000 / kThreads;
-#endif
    LifeCounters counters;
    auto table = newTable( true );
    auto notifiee = Kel::makePtr<CheckingNotifiee>( kContents );
