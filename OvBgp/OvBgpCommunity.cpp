@@ -10,28 +10,6 @@ namespace Routing::Bgp {
 
 namespace {
 
-// The stream's formatting state is the caller's: saved before a form is
-// written and restored after.
-class StreamStateSaver {
- public:
-   explicit StreamStateSaver( std::ostream& os )
-         : os_( os ), flags_( os.flags() ), fill_( os.fill() ), width_( os.width() ),
-           precision_( os.precision() ) {}
-   ~StreamStateSaver() {
-      os_.flags( flags_ );
-      os_.fill( fill_ );
-      os_.width( width_ );
-      os_.precision( precision_ );
-   }
-
- private:
-   std::ostream& os_;
-   std::ios_base::fmtflags flags_;
-   char fill_;
-   std::streamsize width_;
-   std::streamsize precision_;
-};
-
 constexpr std::string_view kStrepFormatNames[] = {
    "strepFormatDefault", "strepFormatClassification", "strepFormatUI",
    "strepFormatJson",    "strepFormatAsdot",          "strepFormatLinkBwWeighted",
@@ -227,12 +205,14 @@ ExtComm::Ptr extCommFactory( ExtCommClassification classification, const ExtComm
 }
 
 std::ostream& operator<<( std::ostream& os, const ExtComm* extComm ) {
-   StreamStateSaver saver( os );
    if ( !extComm ) {
       return os << "NULL";
    }
-   extComm->formatDerivedType( os );
-   return os;
+   // Formed apart so that the caller's flags cannot change the text and its
+   // width pads the whole form, as for any value written to a stream.
+   std::ostringstream form;
+   extComm->formatDerivedType( form );
+   return os << form.str();
 }
 
 std::ostream& operator<<( std::ostream& os, const ExtComm& extComm ) { return os << &extComm; }

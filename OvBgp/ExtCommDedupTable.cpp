@@ -1,0 +1,97 @@
+#include "OvBgp/OvBgpCommunity.h"
+
+#include "Bex/DumpContext.h"
+#include "OvBgp/NotifyingRouteTargetList.h"
+#include "OvBgp/Parse/ExtComm.h"
+#include "Routing/Bgp/OvBgpGlobals.h"
+#include "Routing/Bgp/RouteTarget.h"
+
+namespace Routing::Bgp {
+
+ExtComm::PtrConst ExtComm::dedupContent( const ExtCommDedupTable* table,
+                                         const ExtCommContent& content ) {
+   const U32 h = Kel::hashSingleAttr( 0, content.value );
+   const Bex::DedupHashTable& set = *table->dedupTable();
+   Bex::DedupHandle::PtrConst found = set.lookupIf( h, [ & ]( const Bex::DedupHandle* member ) {
+      return static_cast<const ExtComm*>( member )->content_.value == content.value;
+   } );
+   if ( found ) {
+      return Kel::ptrCast<const ExtComm>( std::move( found ) );
+   }
+   PtrConst candidate = table->parseExtCommRuleRawPtr()->parseExtendedCommunity( content );
+   Bex::DedupHandle::PtrConst interned = table->dedupTable()->dedup( candidate );
+   KEL_ASSERT_MSG( interned, "dedupHandle" );
+   return Kel::ptrCast<const ExtComm>( std::move( interned ) );
+}
+
+// ---- ExtCommLifeTimeNotifiee --------------------------------------------
+
+ExtCommLifeTimeNotifiee::ExtCommLifeTimeNotifiee(
+      const Kel::Ptr<NotifyingRouteTargetList>& producerRtList )
+      : producerRtList_( producerRtList ) {}
+
+ExtCommLifeTimeNotifiee::~ExtCommLifeTimeNotifiee() = default;
+
+void ExtCommLifeTimeNotifiee::handleInsert( const Bex::DedupHandle::Ptr& handle ) {
+   const auto* extComm = static_cast<const ExtComm*>( handle.ptr() );
+   if ( extComm->classification() == extCommClassificationRouteTarget ) {
+      producerRtList_->rtIs( RouteTarget( extComm->community() ) );
+   }
+}
+
+void ExtCommLifeTimeNotifiee::handleRemove( Bex::DedupHandle* handle ) {
+   const auto* extComm = static_cast<const ExtComm*>( handle );
+   if ( extComm->classification() == extCommClassificationRouteTarget ) {
+      producerRtList_->rtDel( RouteTarget( extComm->community() ) );
+   }
+}
+
+void ExtCommLifeTimeNotifiee::handleNotificationStop( const Kel::Ptr<const Bex::DedupHashTable>& ) {
+   producerRtList_->rtDelAll();
+}
+
+// ---- ExtCommDedupTable --------------------------------------------------
+
+ExtCommDedupTable::ExtCommDedupTable( const Kel::Ptr<const BgpParseExtendedCommunityRule>& rule )
+      : parseExtCommRule_( rule ) {
+   handleInitialized();
+}
+
+ExtCommDedupTable::~ExtCommDedupTable() {
+   // Values may outlive the table; the route-target set must not claim them.
+   if ( dedupTable_ ) {
+      dedupTable_->notificationStop();
+   }
+}
+
+void ExtCommDedupTable::handleInitialized() {
+   dedupTable_ = Bex::DedupHashTableUnorderedSet::DedupHashTableUnorderedSetIs(
+         OvBgpGlobals::multiThreaded() );
+   producerRtList_ = notifyingRouteTargetListFactory();
+   lifeTimeNotifiee_ = Kel::makePtr<ExtCommLifeTimeNotifiee>( producerRtList_ );
+   lifeTimeNotifiee_->hasNotificationActiveIs( true );
+   dedupTable_->lifeTimeNotifieeIs( lifeTimeNotifiee_ );
+}
+
+Kel::Ptr<const BgpParseExtendedCommunityRule> ExtCommDedupTable::parseExtCommRule() const {
+   return parseExtCommRule_;
+}
+
+void ExtCommDedupTable::dumpState( const Bex::DumpContext& ctx, U32 indentCount ) const {
+   if ( indentCount ) {
+      ctx.printf( "%*cExtCommDedupTable\n", int( indentCount ), ' ' );
+   } else {
+      ctx.printf( "ExtCommDedupTable\n" );
+   }
+   dedupTable_->dumpState( ctx, indentCount + 2 );
+   producerRtList_->dumpState( ctx, indentCount + 2 );
+}
+
+ExtCommDedupTable::Ptr extCommDedupTableFactory(
+      const Kel::Ptr<const BgpParseExtendedCommunityRule>& parseExtCommRule ) {
+   ExtCommDedupTable::Ptr table = Kel::makePtr<ExtCommDedupTable>( parseExtCommRule );
+   table->hasNotificationActiveIs( true );
+   return table;
+}
+
+} // namespace Routing::Bgp
