@@ -131,9 +131,17 @@ class Ptr {
       return result;
    }
 
+   // Between related types the pointers are converted to the base first: a
+   // base that is not the first of its class sits at another address.
    template <class U>
    bool operator==( const Ptr<U>& other ) const noexcept {
-      return static_cast<const void*>( p_ ) == static_cast<const void*>( other.ptr() );
+      if constexpr ( std::is_convertible_v<U*, T*> ) {
+         return p_ == static_cast<T*>( other.ptr() );
+      } else if constexpr ( std::is_convertible_v<T*, U*> ) {
+         return static_cast<U*>( p_ ) == other.ptr();
+      } else {
+         return static_cast<const void*>( p_ ) == static_cast<const void*>( other.ptr() );
+      }
    }
    bool operator==( std::nullptr_t ) const noexcept { return p_ == nullptr; }
 
