@@ -1,0 +1,238 @@
+#include "Kel/Ptr.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+#include <type_traits>
+#include <unordered_set>
+#include <vector>
+
+namespace {
+
+struct Deaths {
+   int count = 0;
+};
+
+class Base : public Kel::PtrInterface {
+ public:
+   using Ptr = Kel::Ptr<Base>;
+   using PtrConst = Kel::Ptr<const Base>;
+   explicit Base( Deaths* deaths ) : deaths_( deaths ) {}
+   ~Base() override { ++deaths_->count; }
+
+ private:
+   Deaths* deaths_;
+};
+
+class Derived : public Base {
+ public:
+   using Ptr = Kel::Ptr<Derived>;
+   explicit Derived( Deaths* deaths, int v = 0 ) : Base( deaths ), value( v ) {}
+   int value;
+};
+
+// A counted class whose counted base is not its first base, so that a
+// pointer to the base is not the same address as a pointer to the whole.
+struct Padding {
+   virtual ~Padding() = default;
+   long pad[ 3 ] = {};
+};
+class Mixed : public Padding, public Base {
+ public:
+   using Ptr = Kel::Ptr<Mixed>;
+   explicit Mixed( Deaths* deaths ) : Base( deaths ) {}
+};
+
+static_assert( std::is_convertible_v<Derived::Ptr, Base::Ptr> );
+static_assert( std::is_convertible_v<Base::Ptr, Base::PtrConst> );
+static_assert( std::is_convertible_v<Derived::Ptr, Base::PtrConst> );
+static_assert( !std::is_convertible_v<Base::Ptr, Derived::Ptr> );
+static_assert( !std::is_convertible_v<Base::PtrConst, Base::Ptr> );
+static_assert( !std::is_convertible_v<Base::Ptr, bool> ); // explicit only
+static_assert( std::is_nothrow_move_constructible_v<Base::Ptr> );
+static_assert( sizeof( Base::Ptr ) == sizeof( void* ) );
+
+TEST( Ptr, NullByDefaultAndComparedWithNullptr ) {
+   Base::Ptr p;
+   EXPECT_FALSE( p );
+   EXPECT_EQ( nullptr, p.ptr() );
+   EXPECT_TRUE( p == nullptr );
+   EXPECT_TRUE( nullptr == p );
+   EXPECT_FALSE( p != nullptr );
+   Base::Ptr q = nullptr;
+   EXPECT_TRUE( p == q );
+   Deaths deaths;
+   p = Kel::makePtr<Base>( &deaths );
+   EXPECT_TRUE( p );
+   EXPECT_TRUE( p != nullptr );
+   EXPECT_FALSE( p == q );
+}
+
+TEST( Ptr, CopiesCountMovesHandOverAndTheLastReleaseDestroysOnce ) {
+   Deaths deaths;
+   Base::Ptr a = Kel::makePtr<Base>( &deaths );
+   EXPECT_EQ( 1u, a->refCount() );
+   Base::Ptr b = a;
+   EXPECT_EQ( 2u, a->refCount() );
+   Base::Ptr c = std::move( b );
+   EXPECT_EQ( nullptr, b );
+   EXPECT_EQ( 2u, a->refCount() );
+   c = c; // self-assignment keeps the reference
+   EXPECT_EQ( 2u, a->refCount() );
+   c = std::move( c );
+   EXPECT_EQ( 2u, a->refCount() );
+   b = a; // copy-assign into an empty pointer
+   EXPECT_EQ( 3u, a->refCount() );
+
+   // Assigning over the last reference to another object releases it.
+   Base::Ptr other = Kel::makePtr<Base>( &deaths );
+   other = a;
+   EXPECT_EQ( 1, deaths.count );
+   EXPECT_EQ( 4u, a->refCount() );
+
+   // A raw pointer can always be turned back into an owning one.
+   Base::Ptr fromRaw( a.ptr() );
+   EXPECT_EQ( 5u, a->refCount() );
+   EXPECT_EQ( a, fromRaw );
+
+   a = nullptr;
+   b = nullptr;
+   c = nullptr;
+   other = nullptr;
+   EXPECT_EQ( 1, deaths.count );
+   fromRaw = nullptr;
+   EXPECT_EQ( 2, deaths.count );
+}
+
+TEST( Ptr, ConvertsToBaseAndConstAndCastsBackDown ) {
+   Deaths deaths;
+   Derived::Ptr d = Kel::makePtr<Derived>( &deaths, 7 );
+   Base::Ptr b = d;
+   Base::PtrConst bc = d;
+   Kel::Ptr<const Derived> dc = d;
+   EXPECT_EQ( 4u, d->refCount() );
+   EXPECT_EQ( d, b );
+   EXPECT_EQ( bc, dc );
+   EXPECT_EQ( 7, dc->value );
+   EXPECT_EQ( 7, ( *d ).value );
+
+   // Converting moves hand the reference over.
+   Base::Ptr moved = std::move( d );
+   EXPECT_EQ( nullptr, d );
+   EXPECT_EQ( 4u, moved->refCount() );
+
+   Derived::Ptr back = Kel::ptrCast<Derived>( moved );
+   EXPECT_EQ( 5u, back->refCount() );
+   Derived::Ptr taken = Kel::ptrCast<Derived>( std::move( moved ) );
+   EXPECT_EQ( nullptr, moved );
+   EXPECT_EQ( 5u, back->refCount() );
+   EXPECT_EQ( 7, taken->value );
+
+   Base* raw = back.ptr();
+   Base::Ptr adopted = Base::Ptr::adopt( back.release() );
+   EXPECT_EQ( nullptr, back );
+   EXPECT_EQ( raw, adopted.ptr() );
+   EXPECT_EQ( 5u, adopted->refCount() );
+   b = nullptr;
+   bc = nullptr;
+   dc = nullptr;
+   taken = nullptr;
+   EXPECT_EQ( 0, deaths.count );
+   adopted = nullptr;
+   EXPECT_EQ( 1, deaths.count );
+}
+
+TEST( Ptr, EqualityAndHashAreByIdentity ) {
+   Deaths deaths;
+   Derived::Ptr one = Kel::makePtr<Derived>( &deaths, 1 );
+   Derived::Ptr alsoOne = Kel::makePtr<Derived>( &deaths, 1 );
+   EXPECT_NE( one, alsoOne ); // equal contents, two objects
+   Base::PtrConst sameAsOne = one;
+   EXPECT_EQ( one, sameAsOne );
+   EXPECT_EQ( sameAsOne, one );
+
+   std::unordered_set<Base::PtrConst> set;
+   set.insert( one );
+   set.insert( sameAsOne );
+   set.insert( alsoOne );
+   EXPECT_EQ( 2u, set.size() );
+   EXPECT_EQ( 1u, set.count( Base::PtrConst( one ) ) );
+   EXPECT_EQ( std::hash<const void*>()( one.ptr() ), std::hash<Derived::Ptr>()( one ) );
+}
+
+TEST( Ptr, IdentityHoldsWhenTheCountedBaseIsNotTheFirstBase ) {
+   Deaths deaths;
+   Mixed::Ptr whole = Kel::makePtr<Mixed>( &deaths );
+   Base::Ptr part = whole;
+   ASSERT_NE( static_cast<const void*>( whole.ptr() ), static_cast<const void*>( part.ptr() ) );
+   EXPECT_TRUE( whole == part );
+   EXPECT_TRUE( part == whole );
+   EXPECT_FALSE( whole != part );
+   Base::Ptr stranger = Kel::makePtr<Base>( &deaths );
+   EXPECT_TRUE( whole != stranger );
+   Mixed::Ptr none;
+   Base::Ptr noPart;
+   EXPECT_TRUE( none == noPart );
+   EXPECT_FALSE( none == part );
+   part = nullptr;
+   whole = nullptr;
+   EXPECT_EQ( 1, deaths.count );
+}
+
+// onZeroReferences() may run work that needs the object before it goes.
+class Announcer : public Kel::PtrInterface {
+ public:
+   explicit Announcer( std::vector<int>* log ) : log_( log ) {}
+   ~Announcer() override { log_->push_back( 2 ); }
+
+ protected:
+   void onZeroReferences() const noexcept override {
+      log_->push_back( 1 );
+      PtrInterface::onZeroReferences();
+   }
+
+ private:
+   std::vector<int>* log_;
+};
+
+TEST( Ptr, ZeroReferencesHookRunsBeforeDestructionAndCopiesStartUncounted ) {
+   std::vector<int> log;
+   auto p = Kel::makePtr<Announcer>( &log );
+   p->hasNotificationActiveIs( true );
+   auto q = p;
+   // A copy of the object is a new object: no count, no flags.
+   Announcer copy( *p );
+   EXPECT_EQ( 0u, copy.refCount() );
+   EXPECT_FALSE( copy.hasNotificationActive() );
+   EXPECT_TRUE( p->hasNotificationActive() );
+   p = nullptr;
+   EXPECT_TRUE( log.empty() );
+   q = nullptr;
+   EXPECT_EQ( ( std::vector<int>{ 1, 2 } ), log );
+}
+
+TEST( PtrConcurrency, CopiesAndReleasesFromManyThreadsDestroyOnce ) {
+   Deaths deaths;
+   constexpr int kThreads = 4;
+   for ( int round = 0; round < 200; ++round ) {
+      std::vector<std::thread> threads;
+      {
+         Base::Ptr shared = Kel::makePtr<Base>( &deaths );
+         for ( int t = 0; t < kThreads; ++t ) {
+            threads.emplace_back( [ shared ] {
+               for ( int i = 0; i < 200; ++i ) {
+                  Base::Ptr copy = shared;
+                  Base::Ptr moved = std::move( copy );
+               }
+            } );
+         }
+      } // the threads may now hold the last references
+      for ( auto& t : threads ) {
+         t.join();
+      }
+   }
+   EXPECT_EQ( 200, deaths.count );
+}
+
+} // namespace
