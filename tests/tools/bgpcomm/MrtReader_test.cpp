@@ -7,7 +7,9 @@
 
 #include <bzlib.h>
 
+#include <cstdlib>
 #include <fstream>
+#include <map>
 #include <iterator>
 
 namespace BgpcommTest {
@@ -423,6 +425,30 @@ TEST( MrtReader, Bgp4mpUpdatesGiveOneRoutePerAnnouncedPrefix ) {
    ASSERT_EQ( got.problems.size(), 1u );
    EXPECT_TRUE( got.problems[ 0 ].recordSkipped );
    EXPECT_NE( got.problems[ 0 ].reason.find( "UPDATE NLRI" ), std::string::npos );
+}
+
+TEST( MrtReader, ReadsTheBundledGoBgpDumpWithoutProblems ) {
+   const char* source = std::getenv( "OVBGP_SOURCE_DIR" );
+   if ( !source ) GTEST_SKIP() << "OVBGP_SOURCE_DIR not set";
+   RouteCollector got;
+   MrtFileSummary s = MrtReader( got ).readFile( std::string( source ) + "/samples/gobgp-table.mrt" );
+   EXPECT_TRUE( s.readToEnd );
+   EXPECT_TRUE( got.problems.empty() );
+   ASSERT_EQ( got.routes.size(), 33u );
+   std::map< std::string, const CollectedRoute* > byPrefix;
+   for ( const CollectedRoute& r : got.routes ) byPrefix[ r.prefix ] = &r;
+   ASSERT_EQ( byPrefix.size(), 33u );
+   // Route origin (three forms) and link bandwidth from the collector's policy.
+   ASSERT_TRUE( byPrefix.count( "10.20.1.0/24" ) );
+   EXPECT_EQ( byPrefix[ "10.20.1.0/24" ]->community( CommunityKind::extended ),
+              "0003fde900000064" "0103c00002010007" "0203000100020009" "4004fde947f42400" );
+   // Seventy standard communities: an extended-length attribute.
+   ASSERT_TRUE( byPrefix.count( "10.0.5.0/24" ) );
+   EXPECT_EQ( byPrefix[ "10.0.5.0/24" ]->community( CommunityKind::standard ).size(), 70u * 8 );
+   // VPN routes, route distinguishers of type 1 and 2.
+   EXPECT_TRUE( byPrefix.count( "192.0.2.1:5:10.31.0.0/24" ) );
+   EXPECT_TRUE( byPrefix.count( "65538:7:10.32.0.0/24" ) );
+   EXPECT_TRUE( byPrefix.count( "65000:100:2001:db8:30::/48" ) );
 }
 
 } // namespace
