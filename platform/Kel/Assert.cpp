@@ -10,23 +10,37 @@ namespace {
 
 // The source named in the message is the tree-relative path without its
 // extension ("OvBgp/OvBgpCommunity"), however the compiler spelled __FILE__.
-// Platform files are named from inside platform/ ("Kel/Strep").
-const char* lastRoot( const char* file, const char* root ) {
-   const char* found = nullptr;
-   for ( const char* p = std::strstr( file, root ); p; p = std::strstr( p + 1, root ) ) {
-      found = p;
+// Platform files are named from inside platform/ ("Kel/Strep"). The room
+// that appears last in the path is the tree's own: the tree itself may sit
+// under a directory named like one of its rooms.
+struct Room {
+   const char* name; // "OvBgp/"
+   bool named;       // whether the source keeps the room's name
+};
+constexpr Room kRooms[] = { { "OvBgp/", true }, { "platform/", false }, { "tools/", true } };
+
+// roomStart(): where the last "/<room>" of file begins (after the slash),
+// or file itself when it starts with "<room>"; null when neither.
+const char* roomStart( const char* file, const char* room ) {
+   const size_t length = std::strlen( room );
+   const char* found = std::strncmp( file, room, length ) == 0 ? file : nullptr;
+   for ( const char* p = std::strstr( file, room ); p; p = std::strstr( p + 1, room ) ) {
+      if ( p > file && p[ -1 ] == '/' ) {
+         found = p;
+      }
    }
    return found;
 }
 
 void writeSource( const char* file ) {
    const char* start = file;
-   if ( const char* hit = lastRoot( file, "/OvBgp/" ) ) {
-      start = hit + 1;
-   } else if ( const char* platform = lastRoot( file, "/platform/" ) ) {
-      start = platform + std::strlen( "/platform/" );
-   } else if ( const char* tools = lastRoot( file, "/tools/" ) ) {
-      start = tools + 1;
+   const char* last = nullptr;
+   for ( const Room& room : kRooms ) {
+      const char* hit = roomStart( file, room.name );
+      if ( hit && ( !last || hit > last ) ) {
+         last = hit;
+         start = room.named ? hit : hit + std::strlen( room.name );
+      }
    }
    const char* dot = std::strrchr( start, '.' );
    const char* slash = std::strrchr( start, '/' );
