@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <functional>
 #include <new>
 
 #include "Kel/Assert.h"
@@ -59,6 +60,20 @@ DynamicBufferInterface::~DynamicBufferInterface() {
    if ( begin_ != local_ ) {
       std::free( begin_ );
    }
+}
+
+void DynamicBufferInterface::appendGrowing( std::string_view text ) {
+   // Growing frees the old storage, which text may be part of.
+   const char* from = text.data();
+   const bool inside = std::less_equal<const char*>()( begin_, from ) &&
+                       std::less<const char*>()( from, write_ );
+   const size_t offset = inside ? size_t( from - begin_ ) : 0;
+   grow( text.size() );
+   if ( inside ) {
+      from = begin_ + offset;
+   }
+   std::memcpy( write_, from, text.size() );
+   write_ += text.size();
 }
 
 void DynamicBufferInterface::grow( size_t needed ) {

@@ -36,8 +36,13 @@ class DynamicBufferInterface {
       reserve( 1 );
       *write_++ = c;
    }
+   // append( text ): text may be a view of this buffer's own contents.
    void append( std::string_view text ) {
-      std::memcpy( reserve( text.size() ), text.data(), text.size() );
+      if ( size_t( end_ - write_ ) < text.size() ) {
+         appendGrowing( text );
+         return;
+      }
+      std::memcpy( write_, text.data(), text.size() );
       write_ += text.size();
    }
    // appendDecimal(): no padding, no leading zeros.
@@ -61,6 +66,7 @@ class DynamicBufferInterface {
 
  private:
    void grow( size_t needed );
+   void appendGrowing( std::string_view text );
 
    char* begin_;
    char* write_;
