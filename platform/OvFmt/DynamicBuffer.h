@@ -42,8 +42,11 @@ class DynamicBufferInterface {
          appendGrowing( text );
          return;
       }
-      std::memcpy( write_, text.data(), text.size() );
-      write_ += text.size();
+      // An empty view may have no data at all, which memcpy must not get.
+      if ( !text.empty() ) {
+         std::memcpy( write_, text.data(), text.size() );
+         write_ += text.size();
+      }
    }
    // appendDecimal(): no padding, no leading zeros.
    void appendDecimal( U64 value );
