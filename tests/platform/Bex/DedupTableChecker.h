@@ -93,8 +93,8 @@ inline U64 valueOf( const Bex::DedupHandle* handle ) {
    return static_cast<const TestHandle*>( handle )->value();
 }
 
-// CheckingNotifiee: counts callbacks and, for contents below its limit, the
-// live members per content; any callback that finds a content live twice,
+// CheckingNotifiee: counts callbacks and, for TestHandle contents below its
+// limit, the live members per content; any callback that finds a content live twice,
 // removed while not live, or a handle in the wrong state counts a violation.
 class CheckingNotifiee : public Bex::DedupHashTableLifeTimeNotifiee {
  public:
@@ -108,7 +108,8 @@ class CheckingNotifiee : public Bex::DedupHashTableLifeTimeNotifiee {
          violation( "handleInsert of a handle that is not deduped" );
          return;
       }
-      U64 v = valueOf( handle.ptr() );
+      const auto* member = dynamic_cast<const TestHandle*>( handle.ptr() );
+      U64 v = member ? member->value() : live_.size();
       if ( v < live_.size() && live_[ v ].fetch_add( 1 ) != 0 ) {
          violation( "content " + std::to_string( v ) + " inserted while already live" );
       }
@@ -122,7 +123,8 @@ class CheckingNotifiee : public Bex::DedupHashTableLifeTimeNotifiee {
       if ( handle->refCount() != 1 ) {
          violation( "handleRemove with " + std::to_string( handle->refCount() ) + " references" );
       }
-      U64 v = valueOf( handle );
+      const auto* member = dynamic_cast<const TestHandle*>( handle );
+      U64 v = member ? member->value() : live_.size();
       if ( v < live_.size() && live_[ v ].fetch_sub( 1 ) != 1 ) {
          violation( "content " + std::to_string( v ) + " removed while not live" );
       }

@@ -54,6 +54,7 @@ static_assert( std::is_nothrow_move_constructible_v<Base::Ptr> );
 static_assert( sizeof( Base::Ptr ) == sizeof( void* ) );
 
 TEST( Ptr, NullByDefaultAndComparedWithNullptr ) {
+   Deaths deaths;
    Base::Ptr p;
    EXPECT_FALSE( p );
    EXPECT_EQ( nullptr, p.ptr() );
@@ -62,7 +63,6 @@ TEST( Ptr, NullByDefaultAndComparedWithNullptr ) {
    EXPECT_FALSE( p != nullptr );
    Base::Ptr q = nullptr;
    EXPECT_TRUE( p == q );
-   Deaths deaths;
    p = Kel::makePtr<Base>( &deaths );
    EXPECT_TRUE( p );
    EXPECT_TRUE( p != nullptr );
@@ -78,7 +78,8 @@ TEST( Ptr, CopiesCountMovesHandOverAndTheLastReleaseDestroysOnce ) {
    Base::Ptr c = std::move( b );
    EXPECT_EQ( nullptr, b );
    EXPECT_EQ( 2u, a->refCount() );
-   c = c; // self-assignment keeps the reference
+   Base::Ptr& sameC = c;
+   c = sameC; // self-assignment keeps the reference
    EXPECT_EQ( 2u, a->refCount() );
    c = std::move( c );
    EXPECT_EQ( 2u, a->refCount() );
