@@ -1,0 +1,10 @@
+// OvBgp/OvBgpCommunityList.h: all the community lists in one include: the
+// standard and large lists and the tables that intern them.
+//
+//   #include "OvBgp/OvBgpCommunityList.h"
+//   auto shared = commListFactory()->dedup( commListDedupTableFactory().ptr() );
+#pragma once
+
+#include "OvBgp/CommList.h"
+#include "OvBgp/CommListDedupTable.h"
+#include "OvBgp/LargeCommList.h"
