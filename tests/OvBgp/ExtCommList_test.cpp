@@ -1,0 +1,310 @@
+// Extended community lists: interning through their classification lists,
+// the wire selection, pruning, matching, text forms, snapshots, the store,
+// and the route-target list collection.
+#include "OvBgp/ExtCommList.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <random>
+#include <thread>
+
+#include "Acl/CommunityValue.h"
+#include "Bex/DumpContext.h"
+#include "KelStow/StoreManager.h"
+#include "OvBgp/ExtCommListDedupTable.h"
+#include "OvBgp/Parse/ExtComm.h"
+#include "Routing/Bgp/OvBgpGlobals.h"
+#include "Routing/RouteMap/PosixRegex.h"
+
+namespace Routing::Bgp {
+namespace {
+
+constexpr U64 kRt100 = 0x0002fde800000064;     // RT 65000:100
+constexpr U64 kRt200 = 0x0002fde8000000c8;     // RT 65000:200
+constexpr U64 kOrigin = 0x0003fde800000064;    // SoO 65000:100
+constexpr U64 kQos = 0x0400000000000001;       // no rule: plain value
+constexpr U64 kLbLow = 0x4004fde84cee6b28;     // link bandwidth 1.25e8
+constexpr U64 kLbHigh = 0x4004fde84e6e6b28;    // link bandwidth 1e9
+constexpr U64 kValidation = 0x4300000000000000; // origin validation: valid
+
+class ExtCommListTest : public ::testing::Test {
+ protected:
+   ExtCommListTest()
+         : container_( bgpParseExtCommContainerSmFactory() ),
+           values_( extCommDedupTableFactory( container_->extCommParser() ) ),
+           lists_( extCommListDedupTableFactory() ) {}
+
+   ExtComm::PtrConst value( U64 content ) const {
+      return ExtComm::dedupContent( values_.ptr(), ExtCommContent( content ) );
+   }
+   ExtCommList::PtrConst intern( std::initializer_list<U64> contents ) const {
+      ExtCommList::Ptr list = extCommListFactory();
+      for ( U64 c : contents ) {
+         list->commIs( value( c ) );
+      }
+      return list->dedup( lists_.ptr() );
+   }
+   bool typed() const { return value( kRt100 )->classification() == extCommClassificationRouteTarget; }
+
+   BgpParseExtCommContainerSm::Ptr container_;
+   ExtCommDedupTable::Ptr values_;
+   ExtCommListDedupTable::Ptr lists_;
+};
+
+Kel::String hex( const Kel::String& octets ) {
+   static const char digits[] = "0123456789abcdef";
+   Kel::String out;
+   for ( unsigned char c : octets ) {
+      out += digits[ c >> 4 ];
+      out += digits[ c & 15 ];
+   }
+   return out;
+}
+
+TEST_F( ExtCommListTest, SameValuesInAnyOrderInternToOneList ) {
+   auto a = intern( { kRt200, kQos, kRt100, kRt100 } );
+   auto b = intern( { kRt100, kRt200, kQos } );
+   EXPECT_EQ( a, b );
+   EXPECT_TRUE( a->isDeduped() );
+   EXPECT_EQ( a->totalCommunities(), 3u );
+   EXPECT_EQ( a->commVector().capacity(), 3u );
+   auto c = intern( { kRt100, kQos } );
+   EXPECT_NE( a, c );
+   EXPECT_EQ( a->comm( kRt200 ), value( kRt200 ) );
+   EXPECT_EQ( a->comm( kRt200 + 1 ), nullptr );
+   EXPECT_EQ( lists_->dedupTable()->size(), 2u );
+   c = nullptr;
+   EXPECT_EQ( lists_->dedupTable()->size(), 1u );
+}
+
+TEST_F( ExtCommListTest, RouteTargetListsAreSharedAndAnnouncedOnce ) {
+   if ( !typed() ) {
+      GTEST_SKIP() << "typed plug-ins not registered";
+   }
+   struct Observer : NotifyingRtExtCommListCollection::Notifiee {
+      int calls = 0;
+      void handleRtExtCommList( const RtExtCommListLifeTimeNotifier::PtrConst& ) override { ++calls; }
+   } observer;
+   auto collection = lists_->notifyingRtExtCommListCollection();
+   collection->notifieeList().add( &observer );
+
+   auto pathA = intern( { kRt100, kRt200, kQos } );
+   auto pathB = intern( { kRt100, kRt200, kOrigin } );
+   EXPECT_NE( pathA, pathB );
+   auto rtsA = pathA->classificationList( extCommClassificationRouteTarget );
+   EXPECT_EQ( rtsA, pathB->classificationList( extCommClassificationRouteTarget ) );
+   EXPECT_EQ( collection->rtExtCommList().size(), 1u );
+   EXPECT_EQ( observer.calls, 1 );
+   EXPECT_EQ( pathA->classificationList( extCommClassificationLinkBandwidth ), nullptr );
+
+   Bex::DumpContext ctx;
+   collection->dumpState( ctx, 0 );
+   EXPECT_EQ( ctx.str().substr( 0, ctx.str().find( '\n' ) + 1 ),
+              "NotifyingRtExtCommListCollection rtExtCommLists #1;\n" );
+
+   rtsA = nullptr;
+   pathA = nullptr;
+   EXPECT_EQ( collection->rtExtCommList().size(), 1u ); // pathB still uses it
+   pathB = nullptr;
+   EXPECT_TRUE( collection->rtExtCommList().empty() );
+   EXPECT_EQ( observer.calls, 2 );
+
+   // A table going away empties its collection, however many lists live on.
+   auto kept = intern( { kRt100 } );
+   lists_ = nullptr;
+   EXPECT_TRUE( collection->rtExtCommList().empty() );
+   EXPECT_EQ( static_cast<const RtExtCommClassificationList*>(
+                    kept->classificationList( extCommClassificationRouteTarget ).ptr() )
+                    ->lifeTimeNotifier(),
+              nullptr );
+   collection->notifieeList().remove( &observer );
+}
+
+TEST_F( ExtCommListTest, WireFormSelectsMembersAndSizesTheHeader ) {
+   auto empty = intern( {} );
+   for ( unsigned s = 0; s < 16; ++s ) {
+      EXPECT_EQ( empty->serialize( ExtCommList::Serialization( s ) ), "" );
+   }
+   EXPECT_EQ( empty->hash(), 0u );
+   EXPECT_EQ( empty->toStrep(), "[  ]" );
+   EXPECT_EQ( ExtCommList::PtrConst()->toStrep(), "NULL" );
+
+   auto list = intern( { kQos, kRt100, kLbLow } );
+   auto all = ExtCommList::serialization( true, false, false );
+   EXPECT_EQ( all, ExtCommList::Serialization( ExtCommList::Serialization::all ) );
+   EXPECT_EQ( ExtCommList::serialization( true, true, true ).value(), 1u );
+   EXPECT_EQ( ExtCommList::serialization( false, true, false ).value(), 2u | 4u );
+   EXPECT_EQ( hex( list->serialize( all ) ),
+              "c01018" "0002fde800000064" "0400000000000001" "4004fde84cee6b28" );
+   EXPECT_EQ( hex( list->serialize( ExtCommList::serialization( false, false, false ) ) ),
+              "c01010" "0002fde800000064" "0400000000000001" );
+   if ( typed() ) {
+      EXPECT_EQ( list->serializableCommunities( ExtCommList::serialization( false, true, false ) ), 3u );
+   }
+   EXPECT_EQ( intern( { 0x4102c0a80001002a } )->serialize( ExtCommList::Serialization::transitive ),
+              "" );
+
+   ExtCommList::Ptr big = extCommListFactory();
+   for ( U64 i = 0; i < 40; ++i ) {
+      big->commIs( value( kQos + i ) );
+   }
+   Kel::String wire = big->dedup( lists_.ptr() )->serialize( all );
+   EXPECT_EQ( wire.size(), 4u + 320u );
+   EXPECT_EQ( hex( wire.substr( 0, 4 ) ), "d0100140" );
+}
+
+TEST_F( ExtCommListTest, PruneKeepsTheChosenLinkBandwidthOnly ) {
+   if ( !typed() ) {
+      GTEST_SKIP() << "typed plug-ins not registered";
+   }
+   auto one = intern( { kRt100, kLbHigh } );
+   EXPECT_TRUE( one->hasLinkBandwidth() );
+   EXPECT_FALSE( one->hasPrunableValues() );
+   EXPECT_EQ( one->prune( lists_.ptr() ), one );
+
+   auto two = intern( { kRt100, kLbHigh, kLbLow } );
+   EXPECT_TRUE( two->hasPrunableValues() );
+   auto pruned = two->prune( lists_.ptr() );
+   ASSERT_TRUE( pruned );
+   EXPECT_EQ( pruned->totalCommunities(), 2u );
+   // isBetterThan() answers whether its argument beats the value asked, so
+   // the first valid member seen is replaced only by one it beats.
+   EXPECT_NE( pruned->comm( kLbLow ), nullptr );
+   EXPECT_EQ( pruned->comm( kLbHigh ), nullptr );
+
+   auto validation = intern( { kValidation, kLbLow } );
+   EXPECT_TRUE( validation->hasOriginValidationState() );
+   EXPECT_EQ( hex( validation->serialize( ExtCommList::serialization( false, true, true ) ) ),
+              "c01010" "4004fde84cee6b28" "4300000000000000" );
+}
+
+TEST_F( ExtCommListTest, MatchesPlainAndClassificationForms ) {
+   auto list = intern( { kRt100, kQos } );
+   auto matches = [ & ]( const char* pattern ) {
+      Routing::RouteMap::PosixRegex regex( pattern );
+      return list->matchCommunitiesRegex( &regex );
+   };
+   EXPECT_TRUE( matches( "65000:100" ) );
+   EXPECT_FALSE( matches( "65000:200" ) );
+   if ( typed() ) {
+      // Members without a form of their own still take their place in the
+      // joined text, so the route target is followed by a space here.
+      EXPECT_TRUE( matches( "^RT:65000:100 $" ) );
+      EXPECT_FALSE( matches( "Route-Target" ) );
+      EXPECT_FALSE( list->hasPolicyMatchStrepUICommunities() );
+   }
+}
+
+TEST_F( ExtCommListTest, SnapshotsCopyPartsAndMembers ) {
+   auto list = intern( { kRt100, kRt200, kQos } );
+   auto snapshot = list->commSnapshot();
+   EXPECT_EQ( snapshot->comm().size(), 3u );
+   EXPECT_EQ( snapshot->classificationList().size(), list->classificationLists().size() );
+   EXPECT_EQ( snapshot->commDel( 1 ), nullptr );
+   EXPECT_EQ( snapshot->commDel( kQos ), value( kQos ) );
+   EXPECT_EQ( list->totalCommunities(), 3u );
+   EXPECT_THROW( snapshot->commIs( nullptr ), Kel::NullArgumentException );
+   EXPECT_TRUE( intern( {} )->commSnapshot()->comm().empty() );
+   EXPECT_EQ( ExtCommList::getStringValue( Acl::CommunityValue( 1, 2, 3 ) ), "2:3" );
+}
+
+TEST_F( ExtCommListTest, FlagSetsHaveRangesAndReflectiveText ) {
+   EXPECT_THROW( ExtCommList::CommVectorAttrs( 64u ), Kel::RangeException );
+   EXPECT_THROW( ExtCommList::Serialization( 16u ), Kel::RangeException );
+   EXPECT_THROW( ExtCommClassificationList::CommVectorAttrs( 4u ), Kel::RangeException );
+   EXPECT_EQ( valueToStrep( ExtCommList::Serialization( 6u ) ),
+              "Value('Routing::Bgp::ExtCommList::Serialization', ** {'all': False, 'transitive': "
+              "True, 'linkBandwidth': True, 'originAsValidity': False})" );
+   for ( unsigned octet = 0; octet < 64; ++octet ) {
+      Kel::String text = valueToStrep( ExtCommList::CommVectorAttrs( octet ) );
+      EXPECT_EQ( ExtCommList::CommVectorAttrs( text.data(), text.data() + text.size() ).value(), octet );
+   }
+   EXPECT_EQ( valueToStrep( ExtCommClassificationList::CommVectorAttrs( 3u ) ),
+              "Value('Routing::Bgp::ExtCommClassificationList::CommVectorAttrs', ** {'sorted': True, "
+              "'hasPrunableValues': True})" );
+}
+
+TEST_F( ExtCommListTest, StoreImageRebuildsTheSameList ) {
+   auto list = intern( { kRt100, kLbLow, kQos } );
+   auto store = KelStow::StoreManager::inMemory();
+   U64 at = list->stow( store.ptr() );
+   auto rebuilt = ExtCommList::destow( store->translate( at ), store.ptr() );
+   EXPECT_EQ( rebuilt->dedupState(), Bex::dedupHandleStateStowed() );
+   // Members come back as plain values with their stored classification.
+   ASSERT_EQ( rebuilt->comms(), list->comms() );
+   for ( size_t i = 0; i < list->comms(); ++i ) {
+      EXPECT_EQ( rebuilt->commVector()[ i ]->community(), list->commVector()[ i ]->community() );
+      EXPECT_EQ( rebuilt->commVector()[ i ]->classification(),
+                 list->commVector()[ i ]->classification() );
+   }
+   EXPECT_EQ( rebuilt->hasLinkBandwidth(), list->hasLinkBandwidth() );
+   EXPECT_EQ( rebuilt->serialize( ExtCommList::Serialization::all ),
+              list->serialize( ExtCommList::Serialization::all ) );
+   EXPECT_EQ( rebuilt->classificationLists().size(), list->classificationLists().size() );
+   EXPECT_THROW( ExtCommList::destow( store->translate( list->commVector()[ 0 ]->stow( store.ptr() ) ),
+                                      store.ptr() ),
+                 KelStow::StoreException );
+}
+
+TEST( ExtCommClassificationLists, KeepOneListPerKindInOrder ) {
+   ExtCommClassificationLists lists;
+   EXPECT_TRUE( lists == ExtCommClassificationLists() );
+   for ( auto c : { extCommClassificationOriginValidationState, extCommClassificationRouteTarget,
+                    extCommClassificationLinkBandwidth } ) {
+      lists.insert( extCommClassificationListFactory( c ) );
+   }
+   std::vector<int> order;
+   for ( const auto& l : lists ) {
+      order.push_back( l->classification() );
+   }
+   EXPECT_EQ( order, ( std::vector<int>{ 1, 7, 9 } ) );
+   EXPECT_EQ( lists.lookup( extCommClassificationColor ), nullptr );
+   EXPECT_DEATH( lists.insert( extCommClassificationListFactory( extCommClassificationLinkBandwidth ) ),
+                 "existingElementClassification != classification \\(OvBgp/OvBgpCommunityList\\)" );
+}
+
+TEST( ExtCommListConcurrency, ListsInternedAndReleasedFromFourThreads ) {
+   OvBgpGlobals::multiThreadedIs( true );
+   auto container = bgpParseExtCommContainerSmFactory();
+   auto values = extCommDedupTableFactory( container->extCommParser() );
+   auto lists = extCommListDedupTableFactory();
+   OvBgpGlobals::multiThreadedIs( false );
+   ASSERT_TRUE( lists->dedupTable()->threadSafe() );
+   const U64 pool[] = { kRt100, kRt200, kOrigin, kQos, kLbLow, kLbHigh, kValidation };
+   std::atomic<int> wrong{ 0 };
+   auto work = [ & ]( unsigned seed ) {
+      std::mt19937 rng( seed );
+      std::vector<ExtCommList::PtrConst> held( 8 );
+      for ( int i = 0; i < 20000; ++i ) {
+         ExtCommList::Ptr list = extCommListFactory();
+         unsigned mask = rng() & 0x7F;
+         for ( int b = 0; b < 7; ++b ) {
+            if ( mask & ( 1u << b ) ) {
+               list->commIs( ExtComm::dedupContent( values.ptr(), ExtCommContent( pool[ b ] ) ) );
+            }
+         }
+         auto shared = list->dedup( lists.ptr() );
+         if ( shared->totalCommunities() != unsigned( __builtin_popcount( mask ) ) ) {
+            ++wrong;
+         }
+         held[ rng() % held.size() ] = shared;
+      }
+   };
+   std::vector<std::thread> threads;
+   for ( unsigned t = 0; t < 4; ++t ) {
+      threads.emplace_back( work, 77 + t );
+   }
+   for ( auto& t : threads ) {
+      t.join();
+   }
+   EXPECT_EQ( wrong.load(), 0 );
+   EXPECT_EQ( lists->dedupTable()->size(), 0u );
+   EXPECT_EQ( lists->rtExtCommClassificationListDedupTable()->size(), 0u );
+   EXPECT_EQ( lists->extCommClassificationListDedupTable()->size(), 0u );
+   EXPECT_TRUE( lists->notifyingRtExtCommListCollection()->rtExtCommList().empty() );
+   EXPECT_EQ( values->dedupTable()->size(), 0u );
+}
+
+} // namespace
+} // namespace Routing::Bgp
