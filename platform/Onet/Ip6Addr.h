@@ -2,7 +2,10 @@
 // out follows RFC 5952 (lower case, no leading zeros, the longest run of two
 // or more zero groups shown as "::", IPv4-mapped addresses as
 // ::ffff:a.b.c.d); text in accepts every RFC 4291 form. Addresses order by
-// their octets, which is numeric order.
+// their octets, which is numeric order. Only IPv4-mapped addresses print
+// dotted: glibc's inet_ntop also prints the deprecated IPv4-compatible form
+// (first six groups zero, seventh not) as "::192.0.2.1", where this prints
+// "::c000:201" as RFC 5952 asks.
 //
 //   Onet::Ip6Addr addr = Onet::Ip6Addr::parse( "2001:db8::1" );
 //   char buf[ Onet::Ip6Addr::maxTextLength ]; size_t n = addr.toChars( buf );
