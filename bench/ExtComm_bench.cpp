@@ -1,0 +1,213 @@
+// bench/ExtComm_bench.cpp: interning extended communities. The hit path of
+// ExtComm::dedupContent (a path carrying a value that is already interned)
+// against the weak_ptr map a user would otherwise write and against a floor
+// that does only the unavoidable work (the hash of the content and one probe
+// of a plain open-addressing array of contents); the miss path (parse and
+// insert); and the policy text of a route target, which must not touch the
+// heap when it fits the local buffer.
+
+#include <benchmark/benchmark.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <new>
+#include <random>
+#include <vector>
+
+#include "Kel/Hash.h"
+#include "OvBgp/OvBgpCommunity.h"
+#include "OvBgp/Parse/ExtComm.h"
+#include "OvFmt/DynamicBuffer.h"
+#include "bench/BenchReport.h"
+#include "bench/Baseline.h"
+
+// Every allocation of the program is counted, so that a benchmark can show
+// how many its operation makes.
+namespace {
+std::atomic<U64> allocations{ 0 };
+}
+void* operator new( std::size_t size ) {
+   allocations.fetch_add( 1, std::memory_order_relaxed );
+   if ( void* p = std::malloc( size ? size : 1 ) ) {
+      return p;
+   }
+   throw std::bad_alloc();
+}
+void operator delete( void* p ) noexcept { std::free( p ); }
+void operator delete( void* p, std::size_t ) noexcept { std::free( p ); }
+
+namespace {
+
+using namespace Routing::Bgp;
+
+constexpr size_t kWorkingSet = 20000;
+
+// A realistic mix: mostly route targets of the three layouts, then route
+// origins, link bandwidths, colours and values of types without a rule.
+std::vector<U64> makeContents() {
+   std::mt19937_64 rng( 42 );
+   std::vector<U64> out;
+   while ( out.size() < kWorkingSet ) {
+      U64 r = rng();
+      switch ( out.size() % 10 ) {
+      case 0: case 1: case 2: case 3: out.push_back( 0x0002000000000000 | ( r & 0xFFFFFFFFFFFF ) ); break;
+      case 4: out.push_back( 0x0102000000000000 | ( r & 0xFFFFFFFFFFFF ) ); break;
+      case 5: out.push_back( 0x0202000000000000 | ( r & 0xFFFFFFFFFFFF ) ); break;
+      case 6: out.push_back( 0x0003000000000000 | ( r & 0xFFFFFFFFFFFF ) ); break;
+      case 7: out.push_back( 0x4004000000000000 | ( r & 0xFFFF00000000 ) | 0x4cee6b28 ); break;
+      case 8: out.push_back( 0x030b000000000000 | ( r & 0xFFFFFFFF ) ); break;
+      default: out.push_back( 0x8000000000000000 | ( r & 0x00FFFFFFFFFFFFFF ) ); break;
+      }
+   }
+   std::sort( out.begin(), out.end() );
+   out.erase( std::unique( out.begin(), out.end() ), out.end() );
+   return out;
+}
+
+struct Fixture {
+   Fixture() : contents( makeContents() ), queries( contents ) {
+      std::shuffle( queries.begin(), queries.end(), std::mt19937( 7 ) );
+      container = bgpParseExtCommContainerSmFactory();
+      table = extCommDedupTableFactory( container->extCommParser() );
+      for ( U64 c : contents ) {
+         held.push_back( ExtComm::dedupContent( table.ptr(), ExtCommContent( c ) ) );
+         baselineHeld.push_back( baseline.intern( c ) );
+      }
+      // The floor: a power-of-two array of contents at load one half.
+      size_t capacity = 1;
+      while ( capacity < contents.size() * 2 ) {
+         capacity <<= 1;
+      }
+      floorKeys.assign( capacity, 0 );
+      floorMask = capacity - 1;
+      for ( U64 c : contents ) {
+         size_t i = Kel::hashSingleAttr( 0, c ) & floorMask;
+         while ( floorKeys[ i ] ) {
+            i = ( i + 1 ) & floorMask;
+         }
+         floorKeys[ i ] = c;
+      }
+   }
+
+   struct BaselineValue {
+      explicit BaselineValue( U64 c ) : content( c ) {}
+      U64 content;
+   };
+
+   std::vector<U64> contents;
+   std::vector<U64> queries;
+   BgpParseExtCommContainerSm::Ptr container;
+   ExtCommDedupTable::Ptr table;
+   std::vector<ExtComm::PtrConst> held;
+   Baseline::WeakMapInterner<BaselineValue> baseline;
+   std::vector<std::shared_ptr<const BaselineValue>> baselineHeld;
+   std::vector<U64> floorKeys;
+   size_t floorMask = 0;
+};
+
+Fixture& fixture() {
+   static Fixture f;
+   return f;
+}
+
+void BM_DedupContentHit( benchmark::State& state ) {
+   Fixture& f = fixture();
+   size_t i = 0;
+   for ( auto _ : state ) {
+      ExtComm::PtrConst v = ExtComm::dedupContent( f.table.ptr(), ExtCommContent( f.queries[ i ] ) );
+      benchmark::DoNotOptimize( v.ptr() );
+      i = i + 1 == f.queries.size() ? 0 : i + 1;
+   }
+}
+BENCHMARK( BM_DedupContentHit );
+
+void BM_BaselineHit( benchmark::State& state ) {
+   Fixture& f = fixture();
+   size_t i = 0;
+   for ( auto _ : state ) {
+      auto v = f.baseline.intern( f.queries[ i ] );
+      benchmark::DoNotOptimize( v.get() );
+      i = i + 1 == f.queries.size() ? 0 : i + 1;
+   }
+}
+BENCHMARK( BM_BaselineHit );
+
+void BM_FloorProbe( benchmark::State& state ) {
+   Fixture& f = fixture();
+   size_t i = 0;
+   for ( auto _ : state ) {
+      const U64 c = f.queries[ i ];
+      size_t slot = Kel::hashSingleAttr( 0, c ) & f.floorMask;
+      while ( f.floorKeys[ slot ] != c ) {
+         slot = ( slot + 1 ) & f.floorMask;
+      }
+      benchmark::DoNotOptimize( slot );
+      i = i + 1 == f.queries.size() ? 0 : i + 1;
+   }
+}
+BENCHMARK( BM_FloorProbe );
+
+// The miss path: each content is new; it is parsed, interned, and released
+// a while later (so its removal is in the figure too).
+void BM_DedupContentMiss( benchmark::State& state ) {
+   Fixture& f = fixture();
+   std::vector<ExtComm::PtrConst> ring( 4096 );
+   U64 next = 0;
+   size_t slot = 0;
+   for ( auto _ : state ) {
+      const U64 content = 0x0002fde900000000 + ( next++ & 0xFFFFFFFF );
+      ring[ slot ] = ExtComm::dedupContent( f.table.ptr(), ExtCommContent( content ) );
+      slot = ( slot + 1 ) & 4095;
+   }
+}
+BENCHMARK( BM_DedupContentMiss );
+
+void BM_RouteTargetPolicyTextToBuffer( benchmark::State& state ) {
+   Fixture& f = fixture();
+   ExtComm::PtrConst rt = ExtComm::dedupContent( f.table.ptr(), ExtCommContent( 0x0202fde800640005 ) );
+   const ExtComm::StrepFormat format = ExtComm::strepFormatClassification | ExtComm::strepFormatUI;
+   const U64 before = allocations.load();
+   for ( auto _ : state ) {
+      OvFmt::DynamicBuffer<64> buf;
+      rt->appendStrepForPolicy( format, buf );
+      benchmark::DoNotOptimize( buf.data() );
+   }
+   state.counters[ "allocs/op" ] =
+         double( allocations.load() - before ) / double( std::max<size_t>( state.iterations(), 1 ) );
+}
+BENCHMARK( BM_RouteTargetPolicyTextToBuffer );
+
+void BM_RouteTargetPolicyTextShort( benchmark::State& state ) {
+   Fixture& f = fixture();
+   ExtComm::PtrConst rt = ExtComm::dedupContent( f.table.ptr(), ExtCommContent( 0x0002fde800000064 ) );
+   const U64 before = allocations.load();
+   for ( auto _ : state ) {
+      Kel::String text = rt->toStrepForPolicy( ExtComm::strepFormatClassification );
+      benchmark::DoNotOptimize( text.data() );
+   }
+   state.counters[ "allocs/op" ] =
+         double( allocations.load() - before ) / double( std::max<size_t>( state.iterations(), 1 ) );
+}
+BENCHMARK( BM_RouteTargetPolicyTextShort );
+
+} // namespace
+
+int main( int argc, char** argv ) {
+   benchmark::Initialize( &argc, argv );
+   if ( benchmark::ReportUnrecognizedArguments( argc, argv ) ) {
+      return 1;
+   }
+   fixture();
+   BenchReport::CapturingReporter reporter;
+   benchmark::RunSpecifiedBenchmarks( &reporter );
+   std::printf( "\n%zu extended communities interned, queried in shuffled order\n",
+                fixture().contents.size() );
+   BenchReport::printRatio( reporter, "dedupContent hit / baseline hit", "BM_DedupContentHit",
+                            "BM_BaselineHit", 1.0 / 3 );
+   BenchReport::printRatio( reporter, "dedupContent hit / floor (hash + one probe)",
+                            "BM_DedupContentHit", "BM_FloorProbe", 2.0 );
+   BenchReport::printRatio( reporter, "dedupContent miss / hit", "BM_DedupContentMiss",
+                            "BM_DedupContentHit", 0 );
+   benchmark::Shutdown();
+   return 0;
+}
