@@ -448,6 +448,58 @@ def count_routes(bgpcomm, path):
     return len(r.stdout.splitlines()) if r.returncode == 0 else -1
 
 
+def collect(args, a, b, workdir, deadline, started):
+    """Runs the daemons up to a complete dump; returns GoBGP's view and the dump."""
+    for d in (a, b):
+        d.start()
+    for d in (a, b):
+        def api_up(d=d):
+            if d.proc.poll() is not None:
+                raise Failure("%s exited with status %d" % (d.name, d.proc.returncode))
+            return d.cli("global", check=False).returncode == 0
+        wait_for(d.name + " API", api_up, 30, deadline)
+    wait_for("the iBGP session", lambda: "Establ" in b.cli("neighbor").stdout, 90, deadline)
+    for family, prefix, extra in ROUTES:
+        nh = IPV6_NH if family in ("ipv6", "vpnv6") else IPV4_NH
+        a.cli("global", "rib", "-a", family, "add", prefix, *extra, *nh)
+
+    def learned():
+        return sum(len(json.loads(b.cli("global", "rib", "-a", f, "-j").stdout or "{}"))
+                   for f in FAMILIES)
+    wait_for("the collector to learn %d routes" % len(ROUTES),
+             lambda: learned() == len(ROUTES), 60, deadline)
+    expected = gobgp_view(b)
+    # What GoBGP holds must be what was asked for, or the comparison proves little.
+    for family, prefix, extra in ROUTES:
+        carried = set(expected.get(prefix, {}))
+        if "rd" not in extra and carried != kinds_asked(family, prefix, extra):
+            raise Failure("the collector's %s carries %s, not the kinds asked for" % (
+                prefix, sorted(carried)))
+    log("collector learned all %d routes after %.0f s; waiting for its dump" % (
+        len(ROUTES), time.monotonic() - started))
+
+    # A dump that starts after this point holds every route.
+    dump_path = os.path.join(workdir, "table.dump")
+    size_before = os.path.getsize(dump_path) if os.path.exists(dump_path) else 0
+    last = os.path.join(workdir, "last.mrt")
+    seen = [None]
+
+    def complete_dump():
+        if not os.path.exists(dump_path) or os.path.getsize(dump_path) <= size_before:
+            return False
+        with open(last, "wb") as f:
+            f.write(last_dump(dump_path))
+        seen[0] = count_routes(args.bgpcomm, last)
+        return seen[0] == len(ROUTES)
+    try:
+        wait_for("a complete table dump", complete_dump, 150, deadline)
+    except Failure:
+        raise Failure("no dump with all %d routes (bgpcomm read %s from the last)" % (
+            len(ROUTES), seen[0]))
+    log("dump complete after %.0f s" % (time.monotonic() - started))
+    return expected, last
+
+
 def run(args):
     deadline = time.monotonic() + DEADLINE_SECONDS
     started = time.monotonic()
@@ -463,56 +515,19 @@ def run(args):
                # A relative name: the daemon formats it as a time layout.
                + '[[mrt-dump]]\n  [mrt-dump.config]\n    dump-type = "table"\n'
                '    file-name = "table.dump"\n    dump-interval = 60\n')
-    dump_path = os.path.join(workdir, "table.dump")
     ok = False
     try:
-        for d in (a, b):
-            d.start()
-        for d in (a, b):
-            wait_for(d.name + " API", lambda d=d: d.proc.poll() is None
-                     and d.cli("global", check=False).returncode == 0, 30, deadline)
-        wait_for("the iBGP session", lambda: "Establ" in b.cli("neighbor").stdout, 90, deadline)
-        for family, prefix, extra in ROUTES:
-            nh = IPV6_NH if family in ("ipv6", "vpnv6") else IPV4_NH
-            a.cli("global", "rib", "-a", family, "add", prefix, *extra, *nh)
-
-        def learned():
-            return sum(len(json.loads(b.cli("global", "rib", "-a", f, "-j").stdout or "{}"))
-                       for f in FAMILIES)
-        wait_for("the collector to learn %d routes" % len(ROUTES),
-                 lambda: learned() == len(ROUTES), 60, deadline)
-        expected_gobgp = gobgp_view(b)
-        # What GoBGP holds must be what was asked for, or the check below proves little.
-        for family, prefix, extra in ROUTES:
-            key = prefix if "rd" not in extra else None
-            if key and set(expected_gobgp.get(key, {})) != kinds_asked(family, prefix, extra):
-                raise Failure("the collector's %s carries %s, not the kinds asked for" % (
-                    prefix, sorted(expected_gobgp.get(key, {}))))
-        log("collector learned all %d routes after %.0f s; waiting for its dump" % (
-            len(ROUTES), time.monotonic() - started))
-
-        # A dump written after this point holds every route.
-        size_before = os.path.getsize(dump_path) if os.path.exists(dump_path) else 0
-        last = os.path.join(workdir, "last.mrt")
-
-        def complete_dump():
-            if not os.path.exists(dump_path) or os.path.getsize(dump_path) <= size_before:
-                return False
-            with open(last, "wb") as f:
-                f.write(last_dump(dump_path))
-            return count_routes(args.bgpcomm, last) == len(ROUTES)
-        wait_for("a complete table dump", complete_dump, 150, deadline)
-        log("dump complete after %.0f s" % (time.monotonic() - started))
-    except Failure:
-        for d in (a, b):
-            log("%s log:\n%s" % (d.name, d.log_tail()))
-        raise
-    finally:
-        for d in (a, b):
-            d.stop()
-    try:
+        try:
+            expected, last = collect(args, a, b, workdir, deadline, started)
+        except Failure:
+            for d in (a, b):
+                log("%s log:\n%s" % (d.name, d.log_tail()))
+            raise
+        finally:
+            for d in (a, b):
+                d.stop()
         got = bgpcomm_view(args.bgpcomm, last, addr_a, AS_NUMBER)
-        problems = compare("gobgp", expected_gobgp, got, KINDS)
+        problems = compare("gobgp", expected, got, KINDS)
         # bgpdump reads the unicast records only, and standard and large communities.
         unicast = {p: got[p] for f, p, _ in ROUTES if f in ("ipv4", "ipv6") and p in got}
         problems += compare("bgpdump", bgpdump_view(last), unicast,

@@ -27,23 +27,26 @@ constexpr size_t bgpHeaderLength = 19;
 struct NlriField {
    U16 afi = 0;
    U8 safi = 0;
-   std::span< const U8 > octets;
+   std::span<const U8> octets;
 };
 
 // walkNlri(): calls fn( nlri octets ) for each NLRI; returns "" or why the
 // field does not split into whole NLRI.
-template < typename Fn >
+template<typename Fn>
 std::string walkNlri( const NlriField& field, bool addPath, std::string* text, Fn fn ) {
-   std::span< const U8 > rest = field.octets;
+   std::span<const U8> rest = field.octets;
    while ( !rest.empty() ) {
       if ( addPath ) {
-         if ( rest.size() < 4 ) return "NLRI ends inside a path identifier";
+         if ( rest.size() < 4 )
+            return "NLRI ends inside a path identifier";
          rest = rest.subspan( 4 );
       }
       const char* why = nullptr;
-      if ( text ) text->clear();
+      if ( text )
+         text->clear();
       size_t used = readNlri( field.afi, field.safi, rest, text, &why );
-      if ( used == 0 ) return why;
+      if ( used == 0 )
+         return why;
       fn();
       rest = rest.subspan( used );
    }
@@ -56,20 +59,27 @@ std::string Bgp4mpDecoder::decode( const MrtRecord& record ) {
    bool as4 = false;
    bool addPath = false;
    switch ( record.subtype ) {
-    case stateChange:
-    case stateChangeAs4: return std::string(); // session events carry no routes
-    case message:
-    case messageLocal: break;
-    case messageAs4:
-    case messageAs4Local: as4 = true; break;
-    case messageAddPath:
-    case messageLocalAddPath: addPath = true; break;
-    case messageAs4AddPath:
-    case messageAs4LocalAddPath:
-      as4 = true;
-      addPath = true;
-      break;
-    default: return "unknown BGP4MP subtype " + std::to_string( record.subtype );
+      case stateChange:
+      case stateChangeAs4:
+         return std::string(); // session events carry no routes
+      case message:
+      case messageLocal:
+         break;
+      case messageAs4:
+      case messageAs4Local:
+         as4 = true;
+         break;
+      case messageAddPath:
+      case messageLocalAddPath:
+         addPath = true;
+         break;
+      case messageAs4AddPath:
+      case messageAs4LocalAddPath:
+         as4 = true;
+         addPath = true;
+         break;
+      default:
+         return "unknown BGP4MP subtype " + std::to_string( record.subtype );
    }
 
    WireCursor c( record.body );
@@ -79,34 +89,39 @@ std::string Bgp4mpDecoder::decode( const MrtRecord& record ) {
    U32 peerAs = 0;
    U16 as2, afi;
    bool asOk = as4 ? c.u32( &peerAs ) && c.skip( 4 ) : c.u16( &as2 ) && c.skip( 2 );
-   if ( !asOk || !c.skip( 2 ) || !c.u16( &afi ) ) return "BGP4MP header cut short";
-   if ( !as4 ) peerAs = as2;
+   if ( !asOk || !c.skip( 2 ) || !c.u16( &afi ) )
+      return "BGP4MP header cut short";
+   if ( !as4 )
+      peerAs = as2;
    if ( afi != afiIpv4 && afi != afiIpv6 ) {
       return "BGP4MP peer address family " + std::to_string( afi ) + " is not IPv4 or IPv6";
    }
-   std::span< const U8 > peerAddress;
+   std::span<const U8> peerAddress;
    if ( !c.bytes( afi == afiIpv4 ? 4 : 16, &peerAddress ) || !c.skip( peerAddress.size() ) ) {
       return "BGP4MP header cut short";
    }
 
    // The BGP message: header, then for an UPDATE the withdrawn routes, the
    // path attributes and the NLRI.
-   std::span< const U8 > header;
-   if ( !c.bytes( bgpHeaderLength, &header ) ) return "BGP message header cut short";
+   std::span<const U8> header;
+   if ( !c.bytes( bgpHeaderLength, &header ) )
+      return "BGP message header cut short";
    for ( size_t i = 0; i < 16; ++i ) {
-      if ( header[ i ] != 0xff ) return "BGP message marker is not all ones";
+      if ( header[ i ] != 0xff )
+         return "BGP message marker is not all ones";
    }
    U16 messageLength = loadU16( header.data() + 16 );
    if ( messageLength < bgpHeaderLength || messageLength - bgpHeaderLength > c.left() ) {
       return "BGP message length " + std::to_string( messageLength ) + " does not fit the record";
    }
-   if ( header[ 18 ] != bgpUpdate ) return std::string();
-   std::span< const U8 > update;
+   if ( header[ 18 ] != bgpUpdate )
+      return std::string();
+   std::span<const U8> update;
    c.bytes( messageLength - bgpHeaderLength, &update );
 
    WireCursor u( update );
    U16 withdrawnLength, attrLength;
-   std::span< const U8 > attrs;
+   std::span<const U8> attrs;
    if ( !u.u16( &withdrawnLength ) || !u.skip( withdrawnLength ) ) {
       return "UPDATE withdrawn routes run past the message";
    }
@@ -114,13 +129,14 @@ std::string Bgp4mpDecoder::decode( const MrtRecord& record ) {
       return "UPDATE path attributes run past the message";
    }
    std::string bad = scanPathAttributes( attrs, &scan_ );
-   if ( !bad.empty() ) return "UPDATE " + bad;
+   if ( !bad.empty() )
+      return "UPDATE " + bad;
 
    NlriField plain{ afiIpv4, safiUnicast, u.rest() };
    NlriField reach;
    // MP_REACH_NLRI: AFI, SAFI, next hop, a reserved octet, NLRI. The short
    // form table dumps use (next hop only) announces nothing here.
-   std::span< const U8 > mp = scan_.mpReach;
+   std::span<const U8> mp = scan_.mpReach;
    bool shortForm = !mp.empty() && mp[ 0 ] != 0 && size_t( mp[ 0 ] ) + 1 == mp.size();
    if ( !mp.empty() && !shortForm ) {
       WireCursor m( mp );
@@ -134,16 +150,19 @@ std::string Bgp4mpDecoder::decode( const MrtRecord& record ) {
 
    // Check that every NLRI splits before emitting any, so that a bad record
    // yields nothing rather than part of its routes.
-   auto nothing = [] {};
+   auto nothing = [] {
+   };
    bad = walkNlri( plain, addPath, nullptr, nothing );
-   if ( !bad.empty() ) return "UPDATE NLRI: " + bad;
+   if ( !bad.empty() )
+      return "UPDATE NLRI: " + bad;
    bool reachUsable = true;
    if ( !reach.octets.empty() ) {
       bad = walkNlri( reach, addPath, nullptr, nothing );
       if ( !bad.empty() ) {
          std::string where = "MP_REACH_NLRI (AFI " + std::to_string( reach.afi ) + ", SAFI " +
                              std::to_string( reach.safi ) + "): " + bad;
-         if ( nlriLayoutKnown( reach.afi, reach.safi ) ) return where;
+         if ( nlriLayoutKnown( reach.afi, reach.safi ) )
+            return where;
          // A family we cannot split is reported; the rest of the message still counts.
          ctx_.report( record.offset, where + "; its routes are skipped", false );
          reachUsable = false;
@@ -163,7 +182,8 @@ std::string Bgp4mpDecoder::decode( const MrtRecord& record ) {
       ctx_.emit( route );
    };
    walkNlri( plain, addPath, &prefix_, emit );
-   if ( reachUsable ) walkNlri( reach, addPath, &prefix_, emit );
+   if ( reachUsable )
+      walkNlri( reach, addPath, &prefix_, emit );
    return std::string();
 }
 

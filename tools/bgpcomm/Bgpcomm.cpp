@@ -11,10 +11,15 @@ int runBgpcomm( int argc, const char* const* argv, std::FILE* out, std::FILE* er
       return exitUsage;
    }
    switch ( cl.command ) {
-    case Command::help: std::fputs( usageText(), out ); return exitOk;
-    case Command::decode: return runDecode( cl, out, err );
-    case Command::mrt: return runMrt( cl, out, err );
-    case Command::gen: return runGen( cl, out, err );
+      case Command::help:
+         std::fputs( usageText(), out );
+         return exitOk;
+      case Command::decode:
+         return runDecode( cl, out, err );
+      case Command::mrt:
+         return runMrt( cl, out, err );
+      case Command::gen:
+         return runGen( cl, out, err );
    }
    return exitUsage;
 }

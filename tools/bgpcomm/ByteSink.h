@@ -30,7 +30,7 @@ class ByteSink {
    ByteSink& operator=( const ByteSink& ) = delete;
 
    // write(); throws ByteSinkError.
-   void write( std::span< const U8 > octets );
+   void write( std::span<const U8> octets );
    // close(): flushes and closes; throws ByteSinkError. Later writes are errors.
    void close();
    // compressed()

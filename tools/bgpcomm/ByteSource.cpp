@@ -3,11 +3,11 @@
 #include <bzlib.h>
 #include <zlib.h>
 
-#include <cerrno>
-#include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <cerrno>
+#include <cstring>
 
 namespace Bgpcomm {
 
@@ -24,19 +24,21 @@ struct ByteSource::Decoder {
    bool zInit = false;
    bool bzInit = false;
    ~Decoder() {
-      if ( zInit ) inflateEnd( &zs );
-      if ( bzInit ) BZ2_bzDecompressEnd( &bz );
+      if ( zInit )
+         inflateEnd( &zs );
+      if ( bzInit )
+         BZ2_bzDecompressEnd( &bz );
    }
 };
 
-ByteSource::ByteSource( const std::string& path )
-      : path_( path ), in_( new U8[ inputChunk ] ) {
+ByteSource::ByteSource( const std::string& path ) : path_( path ), in_( new U8[ inputChunk ] ) {
    if ( path == "-" ) {
       fd_ = 0;
       path_ = "standard input";
    } else {
       fd_ = ::open( path.c_str(), O_RDONLY | O_CLOEXEC );
-      if ( fd_ < 0 ) fail( std::strerror( errno ) );
+      if ( fd_ < 0 )
+         fail( std::strerror( errno ) );
       ownsFd_ = true;
    }
    struct stat st;
@@ -46,7 +48,8 @@ ByteSource::ByteSource( const std::string& path )
          fd_ = -1;
          fail( "is a directory" );
       }
-      if ( S_ISREG( st.st_mode ) ) rawSize_ = U64( st.st_size );
+      if ( S_ISREG( st.st_mode ) )
+         rawSize_ = U64( st.st_size );
    }
    // The magic needs up to three octets; short files are plain.
    while ( inEnd_ < 3 && refill() ) {
@@ -54,25 +57,26 @@ ByteSource::ByteSource( const std::string& path )
    const U8* m = in_.get();
    if ( inEnd_ >= 2 && m[ 0 ] == 0x1f && m[ 1 ] == 0x8b ) {
       compression_ = Compression::gzip;
-      decoder_ = std::make_unique< Decoder >();
+      decoder_ = std::make_unique<Decoder>();
       // 16 + window bits: gzip framing only.
-      if ( inflateInit2( &decoder_->zs, 16 + MAX_WBITS ) != Z_OK ) fail( "zlib init failed" );
+      if ( inflateInit2( &decoder_->zs, 16 + MAX_WBITS ) != Z_OK )
+         fail( "zlib init failed" );
       decoder_->zInit = true;
    } else if ( inEnd_ >= 3 && m[ 0 ] == 'B' && m[ 1 ] == 'Z' && m[ 2 ] == 'h' ) {
       compression_ = Compression::bzip2;
-      decoder_ = std::make_unique< Decoder >();
-      if ( BZ2_bzDecompressInit( &decoder_->bz, 0, 0 ) != BZ_OK ) fail( "bzip2 init failed" );
+      decoder_ = std::make_unique<Decoder>();
+      if ( BZ2_bzDecompressInit( &decoder_->bz, 0, 0 ) != BZ_OK )
+         fail( "bzip2 init failed" );
       decoder_->bzInit = true;
    }
 }
 
 ByteSource::~ByteSource() {
-   if ( ownsFd_ && fd_ >= 0 ) ::close( fd_ );
+   if ( ownsFd_ && fd_ >= 0 )
+      ::close( fd_ );
 }
 
-void ByteSource::fail( const std::string& what ) const {
-   throw ByteSourceError( path_, what );
-}
+void ByteSource::fail( const std::string& what ) const { throw ByteSourceError( path_, what ); }
 
 size_t ByteSource::readRaw( U8* dest, size_t size ) {
    for ( ;; ) {
@@ -81,14 +85,17 @@ size_t ByteSource::readRaw( U8* dest, size_t size ) {
          rawPosition_ += U64( n );
          return size_t( n );
       }
-      if ( errno != EINTR ) fail( std::strerror( errno ) );
+      if ( errno != EINTR )
+         fail( std::strerror( errno ) );
    }
 }
 
 // refill(): appends file octets to the input chunk; false at the end of the file.
 bool ByteSource::refill() {
-   if ( rawEof_ ) return false;
-   if ( inBegin_ == inEnd_ ) inBegin_ = inEnd_ = 0;
+   if ( rawEof_ )
+      return false;
+   if ( inBegin_ == inEnd_ )
+      inBegin_ = inEnd_ = 0;
    if ( inEnd_ == inputChunk ) {
       std::memmove( in_.get(), in_.get() + inBegin_, inEnd_ - inBegin_ );
       inEnd_ -= inBegin_;
@@ -104,11 +111,15 @@ bool ByteSource::refill() {
 }
 
 size_t ByteSource::read( U8* dest, size_t size ) {
-   if ( size == 0 ) return 0;
+   if ( size == 0 )
+      return 0;
    switch ( compression_ ) {
-    case Compression::gzip: return readGzip( dest, size );
-    case Compression::bzip2: return readBzip2( dest, size );
-    case Compression::none: break;
+      case Compression::gzip:
+         return readGzip( dest, size );
+      case Compression::bzip2:
+         return readBzip2( dest, size );
+      case Compression::none:
+         break;
    }
    if ( inBegin_ < inEnd_ ) {
       size_t n = std::min( size, inEnd_ - inBegin_ );
@@ -141,12 +152,15 @@ size_t ByteSource::readGzip( U8* dest, size_t size ) {
    zs.avail_out = uInt( size );
    while ( zs.avail_out == size ) {
       if ( inBegin_ == inEnd_ && !refill() ) {
-         if ( !streamEnded_ ) fail( "gzip data is truncated" );
+         if ( !streamEnded_ )
+            fail( "gzip data is truncated" );
          return 0;
       }
       if ( streamEnded_ ) {
-         if ( !nextStreamFollows( "\x1f\x8b" ) ) return 0;
-         if ( inflateReset( &zs ) != Z_OK ) fail( "zlib reset failed" );
+         if ( !nextStreamFollows( "\x1f\x8b" ) )
+            return 0;
+         if ( inflateReset( &zs ) != Z_OK )
+            fail( "zlib reset failed" );
          streamEnded_ = false;
       }
       zs.next_in = in_.get() + inBegin_;
@@ -164,25 +178,28 @@ size_t ByteSource::readGzip( U8* dest, size_t size ) {
 
 size_t ByteSource::readBzip2( U8* dest, size_t size ) {
    bz_stream& bz = decoder_->bz;
-   bz.next_out = reinterpret_cast< char* >( dest );
+   bz.next_out = reinterpret_cast<char*>( dest );
    bz.avail_out = unsigned( size );
    while ( bz.avail_out == size ) {
       if ( inBegin_ == inEnd_ && !refill() ) {
-         if ( !streamEnded_ ) fail( "bzip2 data is truncated" );
+         if ( !streamEnded_ )
+            fail( "bzip2 data is truncated" );
          return 0;
       }
       if ( streamEnded_ ) {
-         if ( !nextStreamFollows( "BZh" ) ) return 0;
+         if ( !nextStreamFollows( "BZh" ) )
+            return 0;
          BZ2_bzDecompressEnd( &bz );
          decoder_->bzInit = false;
          bz = bz_stream{};
-         if ( BZ2_bzDecompressInit( &bz, 0, 0 ) != BZ_OK ) fail( "bzip2 init failed" );
+         if ( BZ2_bzDecompressInit( &bz, 0, 0 ) != BZ_OK )
+            fail( "bzip2 init failed" );
          decoder_->bzInit = true;
-         bz.next_out = reinterpret_cast< char* >( dest );
+         bz.next_out = reinterpret_cast<char*>( dest );
          bz.avail_out = unsigned( size );
          streamEnded_ = false;
       }
-      bz.next_in = reinterpret_cast< char* >( in_.get() + inBegin_ );
+      bz.next_in = reinterpret_cast<char*>( in_.get() + inBegin_ );
       bz.avail_in = unsigned( inEnd_ - inBegin_ );
       int rc = BZ2_bzDecompress( &bz );
       inBegin_ = inEnd_ - bz.avail_in;

@@ -66,12 +66,12 @@ class ByteSource {
    Compression compression_ = Compression::none;
    U64 rawPosition_ = 0;
    U64 rawSize_ = 0;
-   std::unique_ptr< U8[] > in_;
+   std::unique_ptr<U8[]> in_;
    size_t inBegin_ = 0;
    size_t inEnd_ = 0;
    bool rawEof_ = false;
    bool streamEnded_ = false;
-   std::unique_ptr< Decoder > decoder_;
+   std::unique_ptr<Decoder> decoder_;
 };
 
 } // namespace Bgpcomm

@@ -33,9 +33,11 @@ const char* usageText() {
 
 CommandLine parseCommandLine( int argc, const char* const* argv ) {
    CommandLine cl;
-   if ( argc < 2 ) throw UsageError( "no command given" );
+   if ( argc < 2 )
+      throw UsageError( "no command given" );
    std::string_view name = argv[ 1 ];
-   if ( name == "help" || name == "--help" || name == "-h" ) return cl;
+   if ( name == "help" || name == "--help" || name == "-h" )
+      return cl;
    if ( name == "decode" ) {
       cl.command = Command::decode;
    } else if ( name == "mrt" ) {
@@ -67,12 +69,15 @@ CommandLine parseCommandLine( int argc, const char* const* argv ) {
          joined = true;
       }
       auto takeValue = [ & ]() -> std::string_view {
-         if ( joined ) return value;
-         if ( i + 1 >= argc ) throw UsageError( std::string( arg ) + " wants a value" );
+         if ( joined )
+            return value;
+         if ( i + 1 >= argc )
+            throw UsageError( std::string( arg ) + " wants a value" );
          return argv[ ++i ];
       };
       auto flag = [ & ]( bool* target ) {
-         if ( joined ) throw UsageError( std::string( arg ) + " takes no value" );
+         if ( joined )
+            throw UsageError( std::string( arg ) + " takes no value" );
          *target = true;
       };
       Command c = cl.command;
@@ -91,28 +96,35 @@ CommandLine parseCommandLine( int argc, const char* const* argv ) {
          cl.seed = parseCount( arg, takeValue(), 0, UINT64_MAX );
       } else if ( ( arg == "-o" || arg == "--output" ) && c == Command::gen ) {
          cl.output = takeValue();
-         if ( cl.output.empty() ) throw UsageError( "-o wants a file name" );
+         if ( cl.output.empty() )
+            throw UsageError( "-o wants a file name" );
       } else {
          throw UsageError( "unknown option '" + std::string( arg ) + "' for " +
                            std::string( name ) );
       }
    }
    switch ( cl.command ) {
-    case Command::decode:
-      if ( cl.operands.empty() ) throw UsageError( "decode wants at least one HEX argument" );
-      break;
-    case Command::mrt:
-      if ( cl.operands.empty() ) throw UsageError( "mrt wants at least one FILE" );
-      if ( cl.json && cl.stats ) throw UsageError( "--json and --stats exclude each other" );
-      break;
-    case Command::gen:
-      if ( !haveRoutes ) throw UsageError( "gen wants --routes N" );
-      if ( cl.output.empty() ) throw UsageError( "gen wants -o FILE" );
-      if ( !cl.operands.empty() ) {
-         throw UsageError( "gen takes no operand ('" + cl.operands[ 0 ] + "')" );
-      }
-      break;
-    case Command::help: break;
+      case Command::decode:
+         if ( cl.operands.empty() )
+            throw UsageError( "decode wants at least one HEX argument" );
+         break;
+      case Command::mrt:
+         if ( cl.operands.empty() )
+            throw UsageError( "mrt wants at least one FILE" );
+         if ( cl.json && cl.stats )
+            throw UsageError( "--json and --stats exclude each other" );
+         break;
+      case Command::gen:
+         if ( !haveRoutes )
+            throw UsageError( "gen wants --routes N" );
+         if ( cl.output.empty() )
+            throw UsageError( "gen wants -o FILE" );
+         if ( !cl.operands.empty() ) {
+            throw UsageError( "gen takes no operand ('" + cl.operands[ 0 ] + "')" );
+         }
+         break;
+      case Command::help:
+         break;
    }
    return cl;
 }

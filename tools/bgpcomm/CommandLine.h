@@ -28,7 +28,7 @@ struct CommandLine {
    bool json = false;                 // decode, mrt
    bool stats = false;                // mrt
    bool progress = true;              // mrt: allowed to draw a bar
-   std::vector< std::string > operands; // decode: hex; mrt: files
+   std::vector<std::string> operands; // decode: hex; mrt: files
    U64 routes = 0;                    // gen
    U64 seed = 1;                      // gen
    std::string output;                // gen

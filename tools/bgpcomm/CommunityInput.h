@@ -24,7 +24,7 @@ class CommunityInputError : public std::invalid_argument {
 // CommunityInput: the kind and the value octets (a whole number of units).
 struct CommunityInput {
    CommunityKind kind = CommunityKind::standard;
-   std::vector< U8 > octets;
+   std::vector<U8> octets;
    bool isAttribute = false; // the input had an attribute header
    U8 attrFlags = 0;
 };

@@ -19,32 +19,32 @@ namespace Bgpcomm {
 
 // LargeValue / Ip6ExtendedValue: one large community (three words) and one
 // IPv6-address-specific extended community (20 octets).
-using LargeValue = std::array< U32, 3 >;
-using Ip6ExtendedValue = std::array< U8, 20 >;
+using LargeValue = std::array<U32, 3>;
+using Ip6ExtendedValue = std::array<U8, 20>;
 
 // CommunityValues: decodes into vectors it keeps, so repeated use allocates
 // only when a route has more values than any before.
 class CommunityValues {
  public:
    // decode(): fills the vector of the kind from octets (a multiple of its unit).
-   void decode( CommunityKind kind, std::span< const U8 > octets );
+   void decode( CommunityKind kind, std::span<const U8> octets );
 
-   const std::vector< U32 >& standard() const { return standard_; }
-   const std::vector< U64 >& extended() const { return extended_; }
-   const std::vector< LargeValue >& large() const { return large_; }
-   const std::vector< Ip6ExtendedValue >& ip6Extended() const { return ip6Extended_; }
+   const std::vector<U32>& standard() const { return standard_; }
+   const std::vector<U64>& extended() const { return extended_; }
+   const std::vector<LargeValue>& large() const { return large_; }
+   const std::vector<Ip6ExtendedValue>& ip6Extended() const { return ip6Extended_; }
 
    // size(): values of the kind after the last decode().
    size_t size( CommunityKind kind ) const;
 
    // appendJson(): decode(), then the JSON array of the values.
-   void appendJson( std::string& out, CommunityKind kind, std::span< const U8 > octets );
+   void appendJson( std::string& out, CommunityKind kind, std::span<const U8> octets );
 
  private:
-   std::vector< U32 > standard_;
-   std::vector< U64 > extended_;
-   std::vector< LargeValue > large_;
-   std::vector< Ip6ExtendedValue > ip6Extended_;
+   std::vector<U32> standard_;
+   std::vector<U64> extended_;
+   std::vector<LargeValue> large_;
+   std::vector<Ip6ExtendedValue> ip6Extended_;
 };
 
 } // namespace Bgpcomm

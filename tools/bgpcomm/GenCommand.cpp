@@ -12,9 +12,9 @@ int runGen( const CommandLine& cl, std::FILE* out, std::FILE* err ) {
       std::fprintf( out,
                     "%s: %llu routes, %llu IPv4 and %llu IPv6 prefixes, %llu peers, "
                     "%llu records\n",
-                    cl.output.c_str(), ( unsigned long long )s.routes,
-                    ( unsigned long long )s.ipv4Prefixes, ( unsigned long long )s.ipv6Prefixes,
-                    ( unsigned long long )s.peers, ( unsigned long long )s.records );
+                    cl.output.c_str(), (unsigned long long)s.routes,
+                    (unsigned long long)s.ipv4Prefixes, (unsigned long long)s.ipv6Prefixes,
+                    (unsigned long long)s.peers, (unsigned long long)s.records );
    } catch ( const ByteSinkError& e ) {
       std::fprintf( err, "bgpcomm: %s\n", e.what() );
       return exitUsage;

@@ -5,9 +5,12 @@ namespace Bgpcomm {
 namespace {
 
 int digitValue( char c ) {
-   if ( c >= '0' && c <= '9' ) return c - '0';
-   if ( c >= 'a' && c <= 'f' ) return c - 'a' + 10;
-   if ( c >= 'A' && c <= 'F' ) return c - 'A' + 10;
+   if ( c >= '0' && c <= '9' )
+      return c - '0';
+   if ( c >= 'a' && c <= 'f' )
+      return c - 'a' + 10;
+   if ( c >= 'A' && c <= 'F' )
+      return c - 'A' + 10;
    return -1;
 }
 
@@ -17,12 +20,12 @@ bool isSeparator( char c ) {
 
 } // namespace
 
-std::vector< U8 > parseHex( std::string_view text ) {
+std::vector<U8> parseHex( std::string_view text ) {
    size_t start = 0;
    if ( text.size() >= 2 && text[ 0 ] == '0' && ( text[ 1 ] == 'x' || text[ 1 ] == 'X' ) ) {
       start = 2;
    }
-   std::vector< U8 > octets;
+   std::vector<U8> octets;
    octets.reserve( text.size() / 2 );
    int high = -1;
    size_t digits = 0;
@@ -30,7 +33,8 @@ std::vector< U8 > parseHex( std::string_view text ) {
       char c = text[ i ];
       int v = digitValue( c );
       if ( v < 0 ) {
-         if ( isSeparator( c ) && high < 0 ) continue;
+         if ( isSeparator( c ) && high < 0 )
+            continue;
          std::string what = isSeparator( c ) ? "separator inside an octet" : "bad hex digit '";
          if ( !isSeparator( c ) ) {
             what += c;
@@ -46,14 +50,15 @@ std::vector< U8 > parseHex( std::string_view text ) {
          high = -1;
       }
    }
-   if ( digits == 0 ) throw HexError( "no hex digits" );
+   if ( digits == 0 )
+      throw HexError( "no hex digits" );
    if ( high >= 0 ) {
       throw HexError( "odd number of hex digits (" + std::to_string( digits ) + ")" );
    }
    return octets;
 }
 
-void appendHex( std::string& out, std::span< const U8 > octets ) {
+void appendHex( std::string& out, std::span<const U8> octets ) {
    static constexpr char digits[] = "0123456789abcdef";
    size_t at = out.size();
    out.resize( at + 2 * octets.size() );

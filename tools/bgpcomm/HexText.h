@@ -24,9 +24,9 @@ class HexError : public std::invalid_argument {
 // parseHex(): an optional "0x" prefix, then hex digits; ':', '-', '.', '_' and
 // blanks between octets are ignored. Throws HexError for anything else, for an
 // odd digit count and for no digits at all.
-std::vector< U8 > parseHex( std::string_view text );
+std::vector<U8> parseHex( std::string_view text );
 
 // appendHex(): lower-case digits, two per octet, no separators.
-void appendHex( std::string& out, std::span< const U8 > octets );
+void appendHex( std::string& out, std::span<const U8> octets );
 
 } // namespace Bgpcomm

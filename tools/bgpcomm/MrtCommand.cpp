@@ -6,8 +6,8 @@
 #include "tools/bgpcomm/ProgressBar.h"
 #include "tools/bgpcomm/RoutePrinter.h"
 
-#include <optional>
 #include <sys/stat.h>
+#include <optional>
 
 namespace Bgpcomm {
 
@@ -18,7 +18,8 @@ namespace {
 class CommandSink : public MrtRouteSink {
  public:
    CommandSink( OutputBuffer& out, std::FILE* err, bool json, bool stats )
-         : out_( out ), err_( err ),
+         : out_( out ),
+           err_( err ),
            printer_( out, json ? RoutePrinter::Format::json : RoutePrinter::Format::lines ),
            statsWanted_( stats ) {}
 
@@ -33,7 +34,7 @@ class CommandSink : public MrtRouteSink {
    void problem( const MrtProblem& problem ) override {
       out_.flush(); // keep the report next to the routes around it
       std::fprintf( err_, "%.*s: record at offset %llu: %s\n", int( problem.file.size() ),
-                    problem.file.data(), ( unsigned long long )problem.recordOffset,
+                    problem.file.data(), (unsigned long long)problem.recordOffset,
                     problem.reason.c_str() );
    }
 
@@ -60,7 +61,7 @@ int runMrt( const CommandLine& cl, std::FILE* out, std::FILE* err ) {
    MrtReader reader( sink );
    int status = exitOk;
    for ( const std::string& path : cl.operands ) {
-      std::optional< ProgressBar > bar;
+      std::optional<ProgressBar> bar;
       if ( cl.progress && ProgressBar::wanted( fileSize( path ) ) ) {
          bar.emplace( path, fileSize( path ) );
          reader.progressIs( [ &bar ]( U64 done, U64 ) { bar->update( done ); } );
@@ -70,14 +71,16 @@ int runMrt( const CommandLine& cl, std::FILE* out, std::FILE* err ) {
       try {
          MrtFileSummary s = reader.readFile( path );
          sink.stats().addFile( s.records, s.problems );
-         if ( s.problems && status == exitOk ) status = exitProblems;
+         if ( s.problems && status == exitOk )
+            status = exitProblems;
       } catch ( const ByteSourceError& e ) {
          buffer.flush();
          std::fprintf( err, "bgpcomm: %s\n", e.what() );
          status = exitUsage;
       }
    }
-   if ( cl.stats ) sink.stats().print( buffer );
+   if ( cl.stats )
+      sink.stats().print( buffer );
    return status;
 }
 

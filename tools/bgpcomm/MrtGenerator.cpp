@@ -53,19 +53,19 @@ class Zipf {
  public:
    Zipf( size_t n, double s ) : cdf_( n ) {
       double total = 0;
-      for ( size_t i = 0; i < n; ++i ) cdf_[ i ] = total += 1.0 / std::pow( double( i + 1 ), s );
+      for ( size_t i = 0; i < n; ++i )
+         cdf_[ i ] = total += 1.0 / std::pow( double( i + 1 ), s );
    }
    size_t pick( Rng& rng ) const {
       double u = rng.unit() * cdf_.back();
-      return size_t( std::upper_bound( cdf_.begin(), cdf_.end(), u ) - cdf_.begin() ) %
-             cdf_.size();
+      return size_t( std::upper_bound( cdf_.begin(), cdf_.end(), u ) - cdf_.begin() ) % cdf_.size();
    }
 
  private:
-   std::vector< double > cdf_;
+   std::vector<double> cdf_;
 };
 
-using Octets = std::vector< U8 >;
+using Octets = std::vector<U8>;
 
 void put16( Octets& o, U32 v ) {
    o.push_back( U8( v >> 8 ) );
@@ -78,12 +78,14 @@ void put32( Octets& o, U32 v ) {
 
 // Autonomous systems that tag routes: well-known transit numbers, others
 // from the public 2-octet range, private ones, and 4-octet numbers.
-std::vector< U32 > makeAsPool( Rng& rng ) {
-   std::vector< U32 > pool = { 174,  209,  701,   1239,  1273,  1299,  2914,  3257,
-                               3320, 3356, 3491,  5511,  6453,  6461,  6762,  6830,
-                               6939, 7018, 9002,  12956, 13030, 20485, 31133, 34549 };
-   while ( pool.size() < 120 ) pool.push_back( rng.between( 1000, 64000 ) );
-   while ( pool.size() < 150 ) pool.push_back( rng.between( 64512, 65534 ) );
+std::vector<U32> makeAsPool( Rng& rng ) {
+   std::vector<U32> pool = { 174,  209,  701,  1239,  1273,  1299,  2914,  3257,
+                             3320, 3356, 3491, 5511,  6453,  6461,  6762,  6830,
+                             6939, 7018, 9002, 12956, 13030, 20485, 31133, 34549 };
+   while ( pool.size() < 120 )
+      pool.push_back( rng.between( 1000, 64000 ) );
+   while ( pool.size() < 150 )
+      pool.push_back( rng.between( 64512, 65534 ) );
    while ( pool.size() < 200 ) {
       pool.push_back( rng.chance( 0.8 ) ? rng.between( 131072, 400000 )
                                         : rng.between( 4200000000u, 4294967294u ) );
@@ -91,43 +93,57 @@ std::vector< U32 > makeAsPool( Rng& rng ) {
    return pool;
 }
 
-U32 pickAs2( Rng& rng, const std::vector< U32 >& asPool ) {
+U32 pickAs2( Rng& rng, const std::vector<U32>& asPool ) {
    for ( ;; ) {
       U32 as = asPool[ rng.below( U32( asPool.size() ) ) ];
-      if ( as < 65536 ) return as;
+      if ( as < 65536 )
+         return as;
    }
 }
 
 // A standard set: values of one to three tagging networks, with the usual
 // shapes (small codes, region codes, blackhole), now and then a well-known one.
-Octets makeStandardSet( Rng& rng, const std::vector< U32 >& asPool ) {
+Octets makeStandardSet( Rng& rng, const std::vector<U32>& asPool ) {
    size_t count = rng.chance( 0.02 ) ? rng.between( 20, 40 ) : rng.between( 1, 12 );
    U32 taggers[ 3 ];
-   for ( U32& t : taggers ) t = pickAs2( rng, asPool );
-   std::vector< U32 > values;
+   for ( U32& t : taggers )
+      t = pickAs2( rng, asPool );
+   std::vector<U32> values;
    while ( values.size() < count ) {
       U32 as = taggers[ rng.below( 3 ) ];
       U32 low;
       switch ( rng.below( 6 ) ) {
-       case 0: low = rng.between( 1, 999 ); break;
-       case 1: low = rng.between( 1000, 9999 ); break;
-       case 2: low = rng.between( 20000, 29999 ); break;
-       case 3: low = rng.chance( 0.05 ) ? 666 : rng.between( 100, 130 ); break;
-       default: low = rng.between( 1, 65535 ); break;
+         case 0:
+            low = rng.between( 1, 999 );
+            break;
+         case 1:
+            low = rng.between( 1000, 9999 );
+            break;
+         case 2:
+            low = rng.between( 20000, 29999 );
+            break;
+         case 3:
+            low = rng.chance( 0.05 ) ? 666 : rng.between( 100, 130 );
+            break;
+         default:
+            low = rng.between( 1, 65535 );
+            break;
       }
       U32 v = as << 16 | low;
       if ( rng.chance( 0.01 ) ) {
          static constexpr U32 wellKnown[] = { 0xFFFFFF01, 0xFFFFFF02, 0xFFFFFF03, 0xFFFF029A };
          v = wellKnown[ rng.below( 4 ) ];
       }
-      if ( std::find( values.begin(), values.end(), v ) == values.end() ) values.push_back( v );
+      if ( std::find( values.begin(), values.end(), v ) == values.end() )
+         values.push_back( v );
    }
    Octets o;
-   for ( U32 v : values ) put32( o, v );
+   for ( U32 v : values )
+      put32( o, v );
    return o;
 }
 
-Octets makeLargeSet( Rng& rng, const std::vector< U32 >& asPool ) {
+Octets makeLargeSet( Rng& rng, const std::vector<U32>& asPool ) {
    size_t count = rng.between( 1, 4 );
    U32 admin = asPool[ rng.below( U32( asPool.size() ) ) ];
    Octets o;
@@ -144,75 +160,76 @@ Octets makeLargeSet( Rng& rng, const std::vector< U32 >& asPool ) {
 // One extended community of the kinds networks use: route targets of the
 // three administrator forms, route origin, link bandwidth, color,
 // encapsulation, and types nobody has assigned.
-void putExtended( Octets& o, Rng& rng, const std::vector< U32 >& asPool ) {
+void putExtended( Octets& o, Rng& rng, const std::vector<U32>& asPool ) {
    U32 as2 = pickAs2( rng, asPool );
    U32 as4 = asPool[ rng.below( U32( asPool.size() ) ) ];
    U32 ip = 0x0A000000 | rng.below( 1 << 16 );
    switch ( rng.below( 10 ) ) {
-    case 0:
-    case 1:
-    case 2: // route target, 2-octet AS
-      o.insert( o.end(), { 0x00, 0x02 } );
-      put16( o, as2 );
-      put32( o, rng.below( 5000 ) );
-      return;
-    case 3: // route target, 4-octet AS
-      o.insert( o.end(), { 0x02, 0x02 } );
-      put32( o, as4 );
-      put16( o, rng.below( 5000 ) );
-      return;
-    case 4: // route target, IPv4 address
-      o.insert( o.end(), { 0x01, 0x02 } );
-      put32( o, ip );
-      put16( o, rng.below( 5000 ) );
-      return;
-    case 5: { // route origin, any of the three forms
-      U8 type = U8( rng.below( 3 ) );
-      o.insert( o.end(), { type, 0x03 } );
-      if ( type == 0 ) {
+      case 0:
+      case 1:
+      case 2: // route target, 2-octet AS
+         o.insert( o.end(), { 0x00, 0x02 } );
          put16( o, as2 );
          put32( o, rng.below( 5000 ) );
-      } else {
-         put32( o, type == 1 ? ip : as4 );
+         return;
+      case 3: // route target, 4-octet AS
+         o.insert( o.end(), { 0x02, 0x02 } );
+         put32( o, as4 );
          put16( o, rng.below( 5000 ) );
+         return;
+      case 4: // route target, IPv4 address
+         o.insert( o.end(), { 0x01, 0x02 } );
+         put32( o, ip );
+         put16( o, rng.below( 5000 ) );
+         return;
+      case 5: { // route origin, any of the three forms
+         U8 type = U8( rng.below( 3 ) );
+         o.insert( o.end(), { type, 0x03 } );
+         if ( type == 0 ) {
+            put16( o, as2 );
+            put32( o, rng.below( 5000 ) );
+         } else {
+            put32( o, type == 1 ? ip : as4 );
+            put16( o, rng.below( 5000 ) );
+         }
+         return;
       }
-      return;
-    }
-    case 6: { // link bandwidth: an IEEE float of octets per second
-      static constexpr float rates[] = { 1.25e8f, 1.25e9f, 3.125e9f, 1.25e10f };
-      float rate = rates[ rng.below( 4 ) ];
-      U32 bits;
-      std::memcpy( &bits, &rate, 4 );
-      o.insert( o.end(), { 0x40, 0x04 } );
-      put16( o, as2 );
-      put32( o, bits );
-      return;
-    }
-    case 7: // color
-      o.insert( o.end(), { 0x03, 0x0b, 0x00, 0x00 } );
-      put32( o, rng.between( 1, 1000 ) );
-      return;
-    case 8: { // encapsulation
-      static constexpr U32 tunnels[] = { 7, 8, 9, 10, 11, 13 };
-      o.insert( o.end(), { 0x03, 0x0c, 0x00, 0x00, 0x00, 0x00 } );
-      put16( o, tunnels[ rng.below( 6 ) ] );
-      return;
-    }
-    default: { // unassigned type
-      static constexpr U8 types[] = { 0x1d, 0x27, 0x3a, 0x5e, 0x7c };
-      o.push_back( types[ rng.below( 5 ) ] );
-      o.push_back( U8( rng.below( 256 ) ) );
-      put16( o, U32( rng.below( 65536 ) ) );
-      put32( o, U32( rng.next() ) );
-      return;
-    }
+      case 6: { // link bandwidth: an IEEE float of octets per second
+         static constexpr float rates[] = { 1.25e8f, 1.25e9f, 3.125e9f, 1.25e10f };
+         float rate = rates[ rng.below( 4 ) ];
+         U32 bits;
+         std::memcpy( &bits, &rate, 4 );
+         o.insert( o.end(), { 0x40, 0x04 } );
+         put16( o, as2 );
+         put32( o, bits );
+         return;
+      }
+      case 7: // color
+         o.insert( o.end(), { 0x03, 0x0b, 0x00, 0x00 } );
+         put32( o, rng.between( 1, 1000 ) );
+         return;
+      case 8: { // encapsulation
+         static constexpr U32 tunnels[] = { 7, 8, 9, 10, 11, 13 };
+         o.insert( o.end(), { 0x03, 0x0c, 0x00, 0x00, 0x00, 0x00 } );
+         put16( o, tunnels[ rng.below( 6 ) ] );
+         return;
+      }
+      default: { // unassigned type
+         static constexpr U8 types[] = { 0x1d, 0x27, 0x3a, 0x5e, 0x7c };
+         o.push_back( types[ rng.below( 5 ) ] );
+         o.push_back( U8( rng.below( 256 ) ) );
+         put16( o, U32( rng.below( 65536 ) ) );
+         put32( o, U32( rng.next() ) );
+         return;
+      }
    }
 }
 
-Octets makeExtendedSet( Rng& rng, const std::vector< U32 >& asPool ) {
+Octets makeExtendedSet( Rng& rng, const std::vector<U32>& asPool ) {
    size_t count = rng.between( 1, 4 );
    Octets o;
-   for ( size_t i = 0; i < count; ++i ) putExtended( o, rng, asPool );
+   for ( size_t i = 0; i < count; ++i )
+      putExtended( o, rng, asPool );
    return o;
 }
 
@@ -222,22 +239,23 @@ Octets makeIp6ExtendedSet( Rng& rng ) {
    Octets o;
    for ( size_t i = 0; i < count; ++i ) {
       o.insert( o.end(), { 0x00, U8( rng.chance( 0.8 ) ? 0x02 : 0x03 ), 0x20, 0x01, 0x0d, 0xb8 } );
-      for ( int j = 0; j < 12; ++j ) o.push_back( j < 10 ? 0 : U8( rng.below( 256 ) ) );
+      for ( int j = 0; j < 12; ++j )
+         o.push_back( j < 10 ? 0 : U8( rng.below( 256 ) ) );
       put16( o, rng.below( 1000 ) );
    }
    return o;
 }
 
 struct Peer {
-   std::array< U8, 16 > address{};
+   std::array<U8, 16> address{};
    bool ipv6 = false;
    U32 as = 0;
 };
 
-std::vector< Peer > makePeers() {
+std::vector<Peer> makePeers() {
    // Documentation addresses; a mix of address families and AS sizes.
    static constexpr U32 ases[] = { 3356, 1299, 174, 6939, 2914, 263075, 4200000001u, 6453 };
-   std::vector< Peer > peers;
+   std::vector<Peer> peers;
    for ( U32 i = 0; i < 8; ++i ) {
       Peer p;
       p.as = ases[ i ];
@@ -258,7 +276,8 @@ std::vector< Peer > makePeers() {
 // longer masks when it reaches the multicast range, so any count stays distinct.
 class PrefixCursor {
  public:
-   explicit PrefixCursor( bool ipv6 ) : ipv6_( ipv6 ), next_( ipv6 ? 0x2001000000000000ull : 1ull << 56 ) {}
+   explicit PrefixCursor( bool ipv6 )
+         : ipv6_( ipv6 ), next_( ipv6 ? 0x2001000000000000ull : 1ull << 56 ) {}
 
    // nextPrefix(): fills 16 octets of address and returns the length.
    unsigned nextPrefix( Rng& rng, U8* address ) {
@@ -274,13 +293,15 @@ class PrefixCursor {
       U64 a = next_;
       next_ += size;
       std::memset( address, 0, 16 );
-      for ( int i = 0; i < 8; ++i ) address[ i ] = U8( a >> ( 56 - 8 * i ) );
+      for ( int i = 0; i < 8; ++i )
+         address[ i ] = U8( a >> ( 56 - 8 * i ) );
       return bits;
    }
 
  private:
    unsigned ipv4Length( Rng& rng ) const {
-      if ( round_ > 0 ) return std::min( 24u + round_ * 2 + rng.below( 2 ), 32u );
+      if ( round_ > 0 )
+         return std::min( 24u + round_ * 2 + rng.below( 2 ), 32u );
       U32 r = rng.below( 10 );
       return r < 6 ? 24 : r < 8 ? rng.between( 22, 23 ) : rng.between( 16, 21 );
    }
@@ -297,17 +318,24 @@ class PrefixCursor {
 class Generator {
  public:
    Generator( const MrtGeneratorOptions& options, ByteSink& out )
-         : options_( options ), out_( out ), rng_( options.seed ), peers_( makePeers() ),
-           standardZipf_( standardSets, zipfExponent ), largeZipf_( largeSets, zipfExponent ),
+         : options_( options ),
+           out_( out ),
+           rng_( options.seed ),
+           peers_( makePeers() ),
+           standardZipf_( standardSets, zipfExponent ),
+           largeZipf_( largeSets, zipfExponent ),
            extendedZipf_( extendedSets, zipfExponent ),
            ip6ExtendedZipf_( ip6ExtendedSets, zipfExponent ) {
       asPool_ = makeAsPool( rng_ );
-      for ( size_t i = 0; i < standardSets; ++i ) standard_.push_back( makeStandardSet( rng_, asPool_ ) );
-      for ( size_t i = 0; i < largeSets; ++i ) large_.push_back( makeLargeSet( rng_, asPool_ ) );
+      for ( size_t i = 0; i < standardSets; ++i )
+         standard_.push_back( makeStandardSet( rng_, asPool_ ) );
+      for ( size_t i = 0; i < largeSets; ++i )
+         large_.push_back( makeLargeSet( rng_, asPool_ ) );
       for ( size_t i = 0; i < extendedSets; ++i ) {
          extended_.push_back( makeExtendedSet( rng_, asPool_ ) );
       }
-      for ( size_t i = 0; i < ip6ExtendedSets; ++i ) ip6Extended_.push_back( makeIp6ExtendedSet( rng_ ) );
+      for ( size_t i = 0; i < ip6ExtendedSets; ++i )
+         ip6Extended_.push_back( makeIp6ExtendedSet( rng_ ) );
    }
 
    MrtGeneratorSummary run() {
@@ -334,13 +362,13 @@ class Generator {
       b_.beginRecord( dumpTime, mrtTableDumpV2, 1 );
       b_.u32( 0xC00002FE ); // collector id 192.0.2.254
       b_.u16( sizeof view - 1 );
-      b_.bytes( std::span< const U8 >( reinterpret_cast< const U8* >( view ), sizeof view - 1 ) );
+      b_.bytes( std::span<const U8>( reinterpret_cast<const U8*>( view ), sizeof view - 1 ) );
       b_.u16( U16( peers_.size() ) );
       for ( const Peer& p : peers_ ) {
          bool as4 = p.as > 65535;
          b_.u8( U8( ( p.ipv6 ? 1 : 0 ) | ( as4 ? 2 : 0 ) ) );
          b_.u32( 0xC6336400 | U32( &p - peers_.data() + 1 ) ); // peer id 198.51.100.x
-         b_.bytes( std::span< const U8 >( p.address.data(), p.ipv6 ? 16 : 4 ) );
+         b_.bytes( std::span<const U8>( p.address.data(), p.ipv6 ? 16 : 4 ) );
          if ( as4 ) {
             b_.u32( p.as );
          } else {
@@ -357,12 +385,12 @@ class Generator {
       U64 written = 0;
       while ( written < routes ) {
          unsigned bits = cursor.nextPrefix( rng_, address );
-         U32 count = std::min< U64 >( rng_.between( 1, 7 ), routes - written );
+         U32 count = std::min<U64>( rng_.between( 1, 7 ), routes - written );
          U32 first = rng_.below( U32( peers_.size() ) );
          U32 originAs = asPool_[ rng_.below( U32( asPool_.size() ) ) ];
          b_.beginRecord( dumpTime, mrtTableDumpV2, ipv6 ? 4 : 2 );
          b_.u32( U32( sequence_++ ) );
-         b_.prefix( std::span< const U8 >( address, 16 ), bits );
+         b_.prefix( std::span<const U8>( address, 16 ), bits );
          b_.u16( U16( count ) );
          for ( U32 i = 0; i < count; ++i ) {
             U32 peer = ( first + i ) % U32( peers_.size() );
@@ -389,7 +417,8 @@ class Generator {
       v.push_back( 2 ); // AS_SEQUENCE
       v.push_back( U8( hops + 2 ) );
       put32( v, peer.as );
-      for ( U32 i = 0; i < hops; ++i ) put32( v, asPool_[ rng_.below( U32( asPool_.size() ) ) ] );
+      for ( U32 i = 0; i < hops; ++i )
+         put32( v, asPool_[ rng_.below( U32( asPool_.size() ) ) ] );
       put32( v, originAs );
       b_.attribute( 0x40, 2, v ); // AS_PATH, 4-octet numbers as table dumps have them
       v.clear();
@@ -426,10 +455,10 @@ class Generator {
    MrtGeneratorOptions options_;
    ByteSink& out_;
    Rng rng_;
-   std::vector< Peer > peers_;
-   std::vector< U32 > asPool_;
+   std::vector<Peer> peers_;
+   std::vector<U32> asPool_;
    Zipf standardZipf_, largeZipf_, extendedZipf_, ip6ExtendedZipf_;
-   std::vector< Octets > standard_, large_, extended_, ip6Extended_;
+   std::vector<Octets> standard_, large_, extended_, ip6Extended_;
    MrtRecordBuilder b_;
    Octets scratch_;
    U64 sequence_ = 0;

@@ -26,12 +26,19 @@ MrtFileSummary MrtReader::readFile( const std::string& path ) {
          ++summary.records;
          std::string bad;
          switch ( record.type ) {
-          case mrtTableDumpV2: bad = tableDump.decode( record ); break;
-          case mrtBgp4mp:
-          case mrtBgp4mpEt: bad = bgp4mp.decode( record ); break;
-          default: bad = "unknown MRT record type " + std::to_string( record.type ); break;
+            case mrtTableDumpV2:
+               bad = tableDump.decode( record );
+               break;
+            case mrtBgp4mp:
+            case mrtBgp4mpEt:
+               bad = bgp4mp.decode( record );
+               break;
+            default:
+               bad = "unknown MRT record type " + std::to_string( record.type );
+               break;
          }
-         if ( !bad.empty() ) ctx.report( record.offset, bad + "; record skipped", true );
+         if ( !bad.empty() )
+            ctx.report( record.offset, bad + "; record skipped", true );
          if ( progress_ && summary.records % progressEvery == 0 ) {
             progress_( source.rawPosition(), source.rawSize() );
          }
@@ -42,7 +49,8 @@ MrtFileSummary MrtReader::readFile( const std::string& path ) {
    } catch ( const ByteSourceError& e ) {
       ctx.report( records.offset(), e.cause() + "; reading of this file stops", true );
    }
-   if ( progress_ ) progress_( source.rawPosition(), source.rawSize() );
+   if ( progress_ )
+      progress_( source.rawPosition(), source.rawSize() );
    summary.routes = ctx.routes();
    summary.problems = ctx.problems();
    return summary;

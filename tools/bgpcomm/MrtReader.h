@@ -25,7 +25,7 @@ struct MrtFileSummary {
 class MrtReader {
  public:
    // Progress: octets of the file consumed so far and its size (0 if unknown).
-   using Progress = std::function< void( U64 done, U64 total ) >;
+   using Progress = std::function<void( U64 done, U64 total )>;
 
    explicit MrtReader( MrtRouteSink& sink ) : sink_( sink ) {}
 

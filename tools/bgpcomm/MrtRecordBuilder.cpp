@@ -46,7 +46,7 @@ void MrtRecordBuilder::endLength16( size_t mark ) {
    buf_[ mark + 1 ] = U8( length );
 }
 
-void MrtRecordBuilder::attribute( U8 flags, U8 type, std::span< const U8 > value,
+void MrtRecordBuilder::attribute( U8 flags, U8 type, std::span<const U8> value,
                                   bool forceExtended ) {
    bool extended = forceExtended || value.size() > 255;
    u8( extended ? U8( flags | 0x10 ) : U8( flags & ~0x10 ) );
@@ -59,7 +59,7 @@ void MrtRecordBuilder::attribute( U8 flags, U8 type, std::span< const U8 > value
    bytes( value );
 }
 
-void MrtRecordBuilder::prefix( std::span< const U8 > address, unsigned bits ) {
+void MrtRecordBuilder::prefix( std::span<const U8> address, unsigned bits ) {
    u8( U8( bits ) );
    bytes( address.first( ( bits + 7 ) / 8 ) );
 }

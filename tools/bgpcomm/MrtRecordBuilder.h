@@ -23,7 +23,7 @@ class MrtRecordBuilder {
    void u16( U16 v );
    void u32( U32 v );
    void u64( U64 v );
-   void bytes( std::span< const U8 > v ) { buf_.insert( buf_.end(), v.begin(), v.end() ); }
+   void bytes( std::span<const U8> v ) { buf_.insert( buf_.end(), v.begin(), v.end() ); }
 
    // beginLength16() / endLength16(): a 2-octet length of what is written between them.
    size_t beginLength16();
@@ -31,18 +31,18 @@ class MrtRecordBuilder {
 
    // attribute(): a path attribute; the extended-length flag is set when the
    // value needs it (or when forced, as some writers always do).
-   void attribute( U8 flags, U8 type, std::span< const U8 > value, bool forceExtended = false );
+   void attribute( U8 flags, U8 type, std::span<const U8> value, bool forceExtended = false );
 
    // prefix(): NLRI encoding of a prefix: bit length, then the octets it covers.
-   void prefix( std::span< const U8 > address, unsigned bits );
+   void prefix( std::span<const U8> address, unsigned bits );
 
    // data() / size() / clear()
-   std::span< const U8 > data() const { return buf_; }
+   std::span<const U8> data() const { return buf_; }
    size_t size() const { return buf_.size(); }
    void clear() { buf_.clear(); }
 
  private:
-   std::vector< U8 > buf_;
+   std::vector<U8> buf_;
    size_t recordStart_ = 0;
 };
 

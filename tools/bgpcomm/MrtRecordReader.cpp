@@ -13,22 +13,24 @@ constexpr size_t initialBuffer = 1 << 20;
 
 } // namespace
 
-MrtRecordReader::MrtRecordReader( ByteSource& source )
-      : source_( source ), buf_( initialBuffer ) {}
+MrtRecordReader::MrtRecordReader( ByteSource& source ) : source_( source ), buf_( initialBuffer ) {}
 
 // ensure(): at least n octets from begin_ are buffered, unless the data ends first.
 bool MrtRecordReader::ensure( size_t n ) {
-   if ( end_ - begin_ >= n ) return true;
+   if ( end_ - begin_ >= n )
+      return true;
    if ( begin_ + n > buf_.size() ) {
       std::memmove( buf_.data(), buf_.data() + begin_, end_ - begin_ );
       consumed_ += begin_;
       end_ -= begin_;
       begin_ = 0;
-      if ( n > buf_.size() ) buf_.resize( std::max( n, 2 * buf_.size() ) );
+      if ( n > buf_.size() )
+         buf_.resize( std::max( n, 2 * buf_.size() ) );
    }
    while ( end_ - begin_ < n && !eof_ ) {
       size_t got = source_.read( buf_.data() + end_, buf_.size() - end_ );
-      if ( got == 0 ) eof_ = true;
+      if ( got == 0 )
+         eof_ = true;
       end_ += got;
    }
    return end_ - begin_ >= n;
@@ -37,7 +39,8 @@ bool MrtRecordReader::ensure( size_t n ) {
 bool MrtRecordReader::next( MrtRecord* record ) {
    U64 at = offset();
    if ( !ensure( headerLength ) ) {
-      if ( end_ == begin_ ) return false;
+      if ( end_ == begin_ )
+         return false;
       size_t have = end_ - begin_;
       begin_ = end_;
       throw MrtFramingError( at, "record header cut short: " + std::to_string( have ) +
@@ -60,7 +63,7 @@ bool MrtRecordReader::next( MrtRecord* record ) {
    record->timestamp = loadU32( h );
    record->type = loadU16( h + 4 );
    record->subtype = loadU16( h + 6 );
-   record->body = std::span< const U8 >( h + headerLength, length );
+   record->body = std::span<const U8>( h + headerLength, length );
    begin_ += headerLength + length;
    return true;
 }

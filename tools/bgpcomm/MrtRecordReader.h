@@ -29,7 +29,7 @@ struct MrtRecord {
    U32 timestamp = 0;
    U16 type = 0;
    U16 subtype = 0;
-   std::span< const U8 > body;
+   std::span<const U8> body;
 };
 
 // MrtFramingError: the stream cannot be split any further (a record cut short
@@ -64,7 +64,7 @@ class MrtRecordReader {
    bool ensure( size_t n );
 
    ByteSource& source_;
-   std::vector< U8 > buf_;
+   std::vector<U8> buf_;
    size_t begin_ = 0;
    size_t end_ = 0;
    U64 consumed_ = 0; // stream offset of buf_[ 0 ]

@@ -25,9 +25,9 @@ struct MrtRoute {
    U32 peerAs = 0;
    // The value octets of each community attribute (no header), empty when the
    // route does not carry it or it was dropped as malformed.
-   std::array< std::span< const U8 >, communityKindCount > communities;
+   std::array<std::span<const U8>, communityKindCount> communities;
 
-   std::span< const U8 > community( CommunityKind kind ) const {
+   std::span<const U8> community( CommunityKind kind ) const {
       return communities[ communityKindIndex( kind ) ];
    }
 };

@@ -15,14 +15,16 @@ namespace {
 // isRouteTarget(): type 0x00, 0x01 or 0x02 (transitive, three administrator
 // forms; for the IPv6-specific kind only 0x00) with subtype 0x02.
 bool isRouteTarget( CommunityKind kind, const U8* value ) {
-   if ( value[ 1 ] != 0x02 ) return false;
+   if ( value[ 1 ] != 0x02 )
+      return false;
    return kind == CommunityKind::ip6Extended ? value[ 0 ] == 0x00 : value[ 0 ] <= 0x02;
 }
 
 // insertNew(): inserts a copy only when the octets are new, so a repeat
 // costs a hash and no allocation.
 void insertNew( MrtStats::OctetSet& set, std::string_view octets ) {
-   if ( set.find( octets ) == set.end() ) set.emplace( octets );
+   if ( set.find( octets ) == set.end() )
+      set.emplace( octets );
 }
 
 // appendWire(): the decoded values of the kind back in wire form.
@@ -32,25 +34,27 @@ void appendWire( std::string& out, const CommunityValues& values, CommunityKind 
       out.append( be, 4 );
    };
    switch ( kind ) {
-    case CommunityKind::standard:
-      for ( U32 v : values.standard() ) put32( v );
-      return;
-    case CommunityKind::extended:
-      for ( U64 v : values.extended() ) {
-         put32( U32( v >> 32 ) );
-         put32( U32( v ) );
-      }
-      return;
-    case CommunityKind::large:
-      for ( const LargeValue& v : values.large() ) {
-         for ( U32 w : v ) put32( w );
-      }
-      return;
-    case CommunityKind::ip6Extended:
-      for ( const Ip6ExtendedValue& v : values.ip6Extended() ) {
-         out.append( reinterpret_cast< const char* >( v.data() ), v.size() );
-      }
-      return;
+      case CommunityKind::standard:
+         for ( U32 v : values.standard() )
+            put32( v );
+         return;
+      case CommunityKind::extended:
+         for ( U64 v : values.extended() ) {
+            put32( U32( v >> 32 ) );
+            put32( U32( v ) );
+         }
+         return;
+      case CommunityKind::large:
+         for ( const LargeValue& v : values.large() ) {
+            for ( U32 w : v )
+               put32( w );
+         }
+         return;
+      case CommunityKind::ip6Extended:
+         for ( const Ip6ExtendedValue& v : values.ip6Extended() ) {
+            out.append( reinterpret_cast<const char*>( v.data() ), v.size() );
+         }
+         return;
    }
 }
 
@@ -71,8 +75,9 @@ void MrtStats::addFile( U64 records, U64 problems ) {
 void MrtStats::add( const MrtRoute& route ) {
    ++routes_;
    for ( CommunityKind kind : allCommunityKinds ) {
-      std::span< const U8 > octets = route.community( kind );
-      if ( octets.empty() ) continue;
+      std::span<const U8> octets = route.community( kind );
+      if ( octets.empty() )
+         continue;
       PerKind& k = kinds_[ communityKindIndex( kind ) ];
       size_t unit = communityKindInfo( kind ).unit;
       ++k.attributes;
@@ -94,7 +99,7 @@ void MrtStats::add( const MrtRoute& route ) {
       for ( size_t at = 0; at < key_.size(); at += unit ) {
          std::string_view one( key_.data() + at, unit );
          insertNew( k.distinct, one );
-         if ( extendedKind && isRouteTarget( kind, reinterpret_cast< const U8* >( one.data() ) ) ) {
+         if ( extendedKind && isRouteTarget( kind, reinterpret_cast<const U8*>( one.data() ) ) ) {
             insertNew( routeTargets_, one );
          }
       }
@@ -139,13 +144,13 @@ void MrtStats::print( OutputBuffer& out, size_t topCommunities ) const {
       t += '\n';
    }
    line( "route targets seen", routeTargets_.size() );
-   std::unordered_map< U32, U64 > standardRoutes;
+   std::unordered_map<U32, U64> standardRoutes;
    for ( const auto& [ list, routes ] : kinds_[ 0 ].lists ) {
       for ( size_t at = 0; at < list.size(); at += 4 ) {
-         standardRoutes[ loadU32( reinterpret_cast< const U8* >( list.data() + at ) ) ] += routes;
+         standardRoutes[ loadU32( reinterpret_cast<const U8*>( list.data() + at ) ) ] += routes;
       }
    }
-   std::vector< std::pair< U32, U64 > > top( standardRoutes.begin(), standardRoutes.end() );
+   std::vector<std::pair<U32, U64>> top( standardRoutes.begin(), standardRoutes.end() );
    size_t n = std::min( topCommunities, top.size() );
    std::partial_sort( top.begin(), top.begin() + long( n ), top.end(),
                       []( const auto& a, const auto& b ) {

@@ -23,9 +23,9 @@ class MrtStats {
    // OctetSet: a set of octet strings, looked up by view.
    struct OctetHash {
       using is_transparent = void;
-      size_t operator()( std::string_view s ) const { return std::hash< std::string_view >()( s ); }
+      size_t operator()( std::string_view s ) const { return std::hash<std::string_view>()( s ); }
    };
-   using OctetSet = std::unordered_set< std::string, OctetHash, std::equal_to<> >;
+   using OctetSet = std::unordered_set<std::string, OctetHash, std::equal_to<>>;
 
    // add(): counts one route.
    void add( const MrtRoute& route );
@@ -52,7 +52,7 @@ class MrtStats {
       U64 attributes = 0;
       U64 octets = 0;
       U64 values = 0;
-      std::unordered_map< std::string, U64, OctetHash, std::equal_to<> > lists; // -> routes
+      std::unordered_map<std::string, U64, OctetHash, std::equal_to<>> lists; // -> routes
       OctetSet distinct;
    };
 
@@ -60,7 +60,7 @@ class MrtStats {
    U64 records_ = 0;
    U64 problems_ = 0;
    U64 routes_ = 0;
-   std::array< PerKind, communityKindCount > kinds_;
+   std::array<PerKind, communityKindCount> kinds_;
    OctetSet routeTargets_;
    CommunityValues values_;
    std::string key_;

@@ -17,7 +17,8 @@ void appendPrefix( std::string& out, U16 afi, const U8* p, unsigned bits ) {
    U8 address[ 16 ] = {};
    size_t octets = ( bits + 7 ) / 8;
    std::memcpy( address, p, octets );
-   if ( bits % 8 ) address[ octets - 1 ] &= U8( 0xff << ( 8 - bits % 8 ) );
+   if ( bits % 8 )
+      address[ octets - 1 ] &= U8( 0xff << ( 8 - bits % 8 ) );
    if ( afi == afiIpv4 ) {
       appendIpv4( out, address );
    } else {
@@ -29,7 +30,7 @@ void appendPrefix( std::string& out, U16 afi, const U8* p, unsigned bits ) {
 
 // readVpn(): labels until the bottom-of-stack bit, a route distinguisher and
 // a prefix, all counted in the leading bit length.
-size_t readVpn( U16 afi, std::span< const U8 > data, std::string* text, const char** why ) {
+size_t readVpn( U16 afi, std::span<const U8> data, std::string* text, const char** why ) {
    unsigned bits = data[ 0 ];
    size_t octets = ( bits + 7 ) / 8;
    if ( data.size() - 1 < octets ) {
@@ -45,7 +46,8 @@ size_t readVpn( U16 afi, std::span< const U8 > data, std::string* text, const ch
       bool bottom = p[ 2 ] & 1;
       p += 3;
       bits -= 24;
-      if ( bottom ) break;
+      if ( bottom )
+         break;
    }
    const U8* rd = p;
    p += 8;
@@ -64,7 +66,7 @@ size_t readVpn( U16 afi, std::span< const U8 > data, std::string* text, const ch
 
 // otherLength(): the size of one NLRI of a family shown as hex, by the layout
 // the family's document gives; 0 when no layout is known.
-size_t otherLength( U16 afi, U8 safi, std::span< const U8 > data, const char** why ) {
+size_t otherLength( U16 afi, U8 safi, std::span<const U8> data, const char** why ) {
    size_t n = data.size();
    auto need = [ & ]( size_t total ) -> size_t {
       if ( total > n ) {
@@ -74,47 +76,50 @@ size_t otherLength( U16 afi, U8 safi, std::span< const U8 > data, const char** w
       return total;
    };
    switch ( safi ) {
-    case 4:   // labeled unicast
-    case 73:  // SR policy
-    case 132: // route target constraint
-      return need( 1 + ( size_t( data[ 0 ] ) + 7 ) / 8 );
-    case 5:  // multicast VPN
-    case 70: // EVPN
-      return n < 2 ? need( 2 ) : need( 2 + data[ 1 ] );
-    case 65: // VPLS
-      return n < 2 ? need( 2 ) : need( 2 + loadU16( data.data() ) );
-    case 71: // BGP-LS
-    case 72:
-      return n < 4 ? need( 4 ) : need( 4 + loadU16( data.data() + 2 ) );
-    case 133: // flow specification
-    case 134:
-      if ( data[ 0 ] >= 0xf0 ) {
-         return n < 2 ? need( 2 ) : need( 2 + ( loadU16( data.data() ) & 0x0fff ) );
-      }
-      return need( 1 + data[ 0 ] );
-    default: break;
+      case 4:   // labeled unicast
+      case 73:  // SR policy
+      case 132: // route target constraint
+         return need( 1 + ( size_t( data[ 0 ] ) + 7 ) / 8 );
+      case 5:  // multicast VPN
+      case 70: // EVPN
+         return n < 2 ? need( 2 ) : need( 2 + data[ 1 ] );
+      case 65: // VPLS
+         return n < 2 ? need( 2 ) : need( 2 + loadU16( data.data() ) );
+      case 71: // BGP-LS
+      case 72:
+         return n < 4 ? need( 4 ) : need( 4 + loadU16( data.data() + 2 ) );
+      case 133: // flow specification
+      case 134:
+         if ( data[ 0 ] >= 0xf0 ) {
+            return n < 2 ? need( 2 ) : need( 2 + ( loadU16( data.data() ) & 0x0fff ) );
+         }
+         return need( 1 + data[ 0 ] );
+      default:
+         break;
    }
-   ( void )afi;
+   (void)afi;
    *why = "no NLRI layout known for this AFI/SAFI";
    return 0;
 }
 
 bool safiHasKnownLayout( U8 safi ) {
    switch ( safi ) {
-    case safiUnicast:
-    case safiMulticast:
-    case safiMplsVpn:
-    case 4:
-    case 5:
-    case 65:
-    case 70:
-    case 71:
-    case 72:
-    case 73:
-    case 132:
-    case 133:
-    case 134: return true;
-    default: return false;
+      case safiUnicast:
+      case safiMulticast:
+      case safiMplsVpn:
+      case 4:
+      case 5:
+      case 65:
+      case 70:
+      case 71:
+      case 72:
+      case 73:
+      case 132:
+      case 133:
+      case 134:
+         return true;
+      default:
+         return false;
    }
 }
 
@@ -130,7 +135,8 @@ void appendIpv4( std::string& out, const U8* a ) {
    char buf[ 16 ];
    char* p = buf;
    for ( int i = 0; i < 4; ++i ) {
-      if ( i ) *p++ = '.';
+      if ( i )
+         *p++ = '.';
       p = std::to_chars( p, buf + sizeof buf, a[ i ] ).ptr;
    }
    out.append( buf, p );
@@ -142,7 +148,7 @@ void appendIpv6( std::string& out, const U8* a ) {
    out += buf;
 }
 
-void appendAddress( std::string& out, std::span< const U8 > address ) {
+void appendAddress( std::string& out, std::span<const U8> address ) {
    if ( address.size() == 4 ) {
       appendIpv4( out, address.data() );
    } else if ( address.size() == 16 ) {
@@ -154,25 +160,25 @@ void appendAddress( std::string& out, std::span< const U8 > address ) {
 
 void appendRouteDistinguisher( std::string& out, const U8* rd ) {
    switch ( loadU16( rd ) ) {
-    case 0:
-      appendDecimal( out, loadU16( rd + 2 ) );
-      out += ':';
-      appendDecimal( out, loadU32( rd + 4 ) );
-      return;
-    case 1:
-      appendIpv4( out, rd + 2 );
-      out += ':';
-      appendDecimal( out, loadU16( rd + 6 ) );
-      return;
-    case 2:
-      appendDecimal( out, loadU32( rd + 2 ) );
-      out += ':';
-      appendDecimal( out, loadU16( rd + 6 ) );
-      return;
-    default:
-      out += "rd0x";
-      appendHex( out, std::span< const U8 >( rd, 8 ) );
-      return;
+      case 0:
+         appendDecimal( out, loadU16( rd + 2 ) );
+         out += ':';
+         appendDecimal( out, loadU32( rd + 4 ) );
+         return;
+      case 1:
+         appendIpv4( out, rd + 2 );
+         out += ':';
+         appendDecimal( out, loadU16( rd + 6 ) );
+         return;
+      case 2:
+         appendDecimal( out, loadU32( rd + 2 ) );
+         out += ':';
+         appendDecimal( out, loadU16( rd + 6 ) );
+         return;
+      default:
+         out += "rd0x";
+         appendHex( out, std::span<const U8>( rd, 8 ) );
+         return;
    }
 }
 
@@ -184,12 +190,9 @@ bool nlriLayoutKnown( U16 afi, U8 safi ) {
    return safiHasKnownLayout( safi );
 }
 
-unsigned addressBits( U16 afi ) {
-   return afi == afiIpv4 ? 32 : afi == afiIpv6 ? 128 : 0;
-}
+unsigned addressBits( U16 afi ) { return afi == afiIpv4 ? 32 : afi == afiIpv6 ? 128 : 0; }
 
-size_t readNlri( U16 afi, U8 safi, std::span< const U8 > data, std::string* text,
-                 const char** why ) {
+size_t readNlri( U16 afi, U8 safi, std::span<const U8> data, std::string* text, const char** why ) {
    if ( data.empty() ) {
       *why = "NLRI field is empty";
       return 0;
@@ -206,10 +209,12 @@ size_t readNlri( U16 afi, U8 safi, std::span< const U8 > data, std::string* text
          *why = "prefix runs past the end of its field";
          return 0;
       }
-      if ( text ) appendPrefix( *text, afi, data.data() + 1, bits );
+      if ( text )
+         appendPrefix( *text, afi, data.data() + 1, bits );
       return 1 + octets;
    }
-   if ( ip && safi == safiMplsVpn ) return readVpn( afi, data, text, why );
+   if ( ip && safi == safiMplsVpn )
+      return readVpn( afi, data, text, why );
    size_t length = otherLength( afi, safi, data, why );
    if ( length && text ) {
       *text += "nlri(";

@@ -25,7 +25,7 @@ void appendIpv4( std::string& out, const U8* address );
 void appendIpv6( std::string& out, const U8* address );
 
 // appendAddress(): 4 octets as IPv4, 16 as IPv6.
-void appendAddress( std::string& out, std::span< const U8 > address );
+void appendAddress( std::string& out, std::span<const U8> address );
 
 // appendRouteDistinguisher(): "AS:number", "a.b.c.d:number", or the 8 octets
 // in hex for a type that has no text form.
@@ -42,7 +42,6 @@ bool nlriLayoutKnown( U16 afi, U8 safi );
 // unicast and multicast, "RD:prefix" for MPLS VPN, otherwise
 // "nlri(AFI/SAFI):hex". Returns 0 and points why at the reason when the octets
 // do not hold one well-formed NLRI or the family's layout is unknown.
-size_t readNlri( U16 afi, U8 safi, std::span< const U8 > data, std::string* text,
-                 const char** why );
+size_t readNlri( U16 afi, U8 safi, std::span<const U8> data, std::string* text, const char** why );
 
 } // namespace Bgpcomm

@@ -15,7 +15,9 @@ class OutputBuffer {
  public:
    static constexpr size_t flushSize = 64 * 1024;
 
-   explicit OutputBuffer( std::FILE* stream ) : stream_( stream ) { text_.reserve( 2 * flushSize ); }
+   explicit OutputBuffer( std::FILE* stream ) : stream_( stream ) {
+      text_.reserve( 2 * flushSize );
+   }
    ~OutputBuffer() { flush(); }
    OutputBuffer( const OutputBuffer& ) = delete;
    OutputBuffer& operator=( const OutputBuffer& ) = delete;
@@ -25,12 +27,14 @@ class OutputBuffer {
 
    // flushIfFull()
    void flushIfFull() {
-      if ( text_.size() >= flushSize ) flush();
+      if ( text_.size() >= flushSize )
+         flush();
    }
 
    // flush(): writes the pending text and the stream's own buffer.
    void flush() {
-      if ( !text_.empty() ) std::fwrite( text_.data(), 1, text_.size(), stream_ );
+      if ( !text_.empty() )
+         std::fwrite( text_.data(), 1, text_.size(), stream_ );
       text_.clear();
       std::fflush( stream_ );
    }

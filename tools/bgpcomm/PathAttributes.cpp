@@ -21,40 +21,37 @@ std::string AttributeIssue::text() const {
    CommunityKindInfo info = communityKindInfo( kind );
    std::string name = info.attrName;
    switch ( cause ) {
-    case emptyValue: return name + " attribute has length 0; route shown without it";
-    case notMultiple:
-      return name + " attribute length " + std::to_string( length ) + " is not a multiple of " +
-             std::to_string( info.unit ) + "; route shown without it";
-    case duplicate: return "repeated " + name + " attribute ignored; the first one is used";
+      case emptyValue:
+         return name + " attribute has length 0; route shown without it";
+      case notMultiple:
+         return name + " attribute length " + std::to_string( length ) + " is not a multiple of " +
+                std::to_string( info.unit ) + "; route shown without it";
+      case duplicate:
+         return "repeated " + name + " attribute ignored; the first one is used";
    }
    return name;
 }
 
-std::string scanPathAttributes( std::span< const U8 > block, PathAttributeScan* scan ) {
+std::string scanPathAttributes( std::span<const U8> block, PathAttributeScan* scan ) {
    *scan = PathAttributeScan();
    U8 seen = 0; // bit per community kind; MP_REACH_NLRI is bit 7
    const U8* p = block.data();
    size_t left = block.size();
    while ( left > 0 ) {
       size_t at = block.size() - left;
-      if ( left < 3 ) {
-         return "path attribute header cut short at octet " + std::to_string( at ) +
-                " of the attribute block";
-      }
-      U8 flags = p[ 0 ];
-      U8 type = p[ 1 ];
-      size_t header = ( flags & flagExtendedLength ) ? 4 : 3;
+      size_t header = ( p[ 0 ] & flagExtendedLength ) ? 4 : 3;
       if ( left < header ) {
          return "path attribute header cut short at octet " + std::to_string( at ) +
                 " of the attribute block";
       }
+      U8 type = p[ 1 ];
       U32 length = header == 4 ? loadU16( p + 2 ) : p[ 2 ];
       if ( left - header < length ) {
          return "path attribute type " + std::to_string( type ) + " at octet " +
                 std::to_string( at ) + " has length " + std::to_string( length ) + " but only " +
                 std::to_string( left - header ) + " octets are left";
       }
-      std::span< const U8 > value( p + header, length );
+      std::span<const U8> value( p + header, length );
       if ( auto kind = communityKindForAttrType( type ) ) {
          U8 bit = U8( 1u << communityKindIndex( *kind ) );
          if ( seen & bit ) {

@@ -35,9 +35,9 @@ struct AttributeIssue {
 struct PathAttributeScan {
    static constexpr size_t maxIssues = 8;
 
-   std::array< std::span< const U8 >, communityKindCount > communities;
-   std::span< const U8 > mpReach; // value octets of the first MP_REACH_NLRI
-   std::array< AttributeIssue, maxIssues > issues;
+   std::array<std::span<const U8>, communityKindCount> communities;
+   std::span<const U8> mpReach; // value octets of the first MP_REACH_NLRI
+   std::array<AttributeIssue, maxIssues> issues;
    U8 issueCount = 0;
 };
 
@@ -45,6 +45,6 @@ struct PathAttributeScan {
 // header and length fits the block, else the reason (scan is then partial).
 // A community attribute of length 0 or not a multiple of its unit, and every
 // repeat of an attribute, is left out and recorded as an issue.
-std::string scanPathAttributes( std::span< const U8 > block, PathAttributeScan* scan );
+std::string scanPathAttributes( std::span<const U8> block, PathAttributeScan* scan );
 
 } // namespace Bgpcomm

@@ -39,7 +39,7 @@ void RoutePrinter::printLine( const MrtRoute& route ) {
    out += route.peer;
    for ( CommunityKind kind : allCommunityKinds ) {
       out += '\t';
-      std::span< const U8 > octets = route.community( kind );
+      std::span<const U8> octets = route.community( kind );
       if ( octets.empty() ) {
          out += '-';
       } else {
@@ -58,8 +58,9 @@ void RoutePrinter::printJson( const MrtRoute& route ) {
    out += ", \"peerAs\": ";
    appendDecimal( out, route.peerAs );
    for ( CommunityKind kind : allCommunityKinds ) {
-      std::span< const U8 > octets = route.community( kind );
-      if ( octets.empty() ) continue;
+      std::span<const U8> octets = route.community( kind );
+      if ( octets.empty() )
+         continue;
       out += ", \"";
       out += communityKindInfo( kind ).jsonKey;
       out += "\": {\"values\": ";

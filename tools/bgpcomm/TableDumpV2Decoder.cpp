@@ -30,24 +30,34 @@ std::string TableDumpV2Decoder::decode( const MrtRecord& record ) {
    U16 afi = afiIpv4;
    bool addPath = false;
    switch ( record.subtype ) {
-    case peerIndexTable: return decodePeerIndexTable( record );
-    case geoPeerTable: return std::string(); // locations only, no routes
-    case ribIpv4Unicast:
-    case ribIpv4Multicast: break;
-    case ribIpv6Unicast:
-    case ribIpv6Multicast: afi = afiIpv6; break;
-    case ribIpv4UnicastAddPath:
-    case ribIpv4MulticastAddPath: addPath = true; break;
-    case ribIpv6UnicastAddPath:
-    case ribIpv6MulticastAddPath:
-      afi = afiIpv6;
-      addPath = true;
-      break;
-    case ribGeneric:
-    case ribGenericAddPath: break;
-    default: return "unknown TABLE_DUMP_V2 subtype " + std::to_string( record.subtype );
+      case peerIndexTable:
+         return decodePeerIndexTable( record );
+      case geoPeerTable:
+         return std::string(); // locations only, no routes
+      case ribIpv4Unicast:
+      case ribIpv4Multicast:
+         break;
+      case ribIpv6Unicast:
+      case ribIpv6Multicast:
+         afi = afiIpv6;
+         break;
+      case ribIpv4UnicastAddPath:
+      case ribIpv4MulticastAddPath:
+         addPath = true;
+         break;
+      case ribIpv6UnicastAddPath:
+      case ribIpv6MulticastAddPath:
+         afi = afiIpv6;
+         addPath = true;
+         break;
+      case ribGeneric:
+      case ribGenericAddPath:
+         break;
+      default:
+         return "unknown TABLE_DUMP_V2 subtype " + std::to_string( record.subtype );
    }
-   if ( !havePeerTable_ ) return "RIB record before any PEER_INDEX_TABLE";
+   if ( !havePeerTable_ )
+      return "RIB record before any PEER_INDEX_TABLE";
    if ( record.subtype == ribGeneric || record.subtype == ribGenericAddPath ) {
       return decodeGeneric( record, record.subtype == ribGenericAddPath );
    }
@@ -60,29 +70,25 @@ std::string TableDumpV2Decoder::decodePeerIndexTable( const MrtRecord& record ) 
    if ( !c.skip( 4 ) || !c.u16( &nameLength ) || !c.skip( nameLength ) || !c.u16( &count ) ) {
       return "PEER_INDEX_TABLE header cut short";
    }
-   std::vector< Peer > peers( count );
+   std::vector<Peer> peers( count );
    for ( U16 i = 0; i < count; ++i ) {
       U8 type;
-      std::span< const U8 > address;
-      if ( !c.u8( &type ) || !c.skip( 4 ) ||
-           !c.bytes( ( type & peerTypeIpv6 ) ? 16 : 4, &address ) ) {
-         return "PEER_INDEX_TABLE cut short in peer " + std::to_string( i ) + " of " +
-                std::to_string( count );
-      }
+      std::span<const U8> address;
       U32 as = 0;
-      U16 as2;
-      bool asOk = ( type & peerTypeAs4 ) ? c.u32( &as ) : c.u16( &as2 );
-      if ( !asOk ) {
+      U16 as2 = 0;
+      if ( !c.u8( &type ) || !c.skip( 4 ) ||
+           !c.bytes( ( type & peerTypeIpv6 ) ? 16 : 4, &address ) ||
+           !( ( type & peerTypeAs4 ) ? c.u32( &as ) : c.u16( &as2 ) ) ) {
          return "PEER_INDEX_TABLE cut short in peer " + std::to_string( i ) + " of " +
                 std::to_string( count );
       }
-      if ( !( type & peerTypeAs4 ) ) as = as2;
+      if ( !( type & peerTypeAs4 ) )
+         as = as2;
       appendAddress( peers[ i ].address, address );
       peers[ i ].as = as;
    }
    if ( !c.atEnd() ) {
-      return "PEER_INDEX_TABLE has " + std::to_string( c.left() ) +
-             " octets after its last peer";
+      return "PEER_INDEX_TABLE has " + std::to_string( c.left() ) + " octets after its last peer";
    }
    peers_ = std::move( peers );
    havePeerTable_ = true;
@@ -93,20 +99,23 @@ std::string TableDumpV2Decoder::decodePeerIndexTable( const MrtRecord& record ) 
 // every entry's attributes are scanned, nothing is emitted yet.
 std::string TableDumpV2Decoder::readEntries( WireCursor& c, bool addPath ) {
    U16 count;
-   if ( !c.u16( &count ) ) return "RIB record ends before its entry count";
-   if ( entries_.size() < count ) entries_.resize( count );
+   if ( !c.u16( &count ) )
+      return "RIB record ends before its entry count";
+   if ( entries_.size() < count )
+      entries_.resize( count );
    entryCount_ = count;
    for ( U16 i = 0; i < count; ++i ) {
       Entry& e = entries_[ i ];
       U16 attrLength;
-      std::span< const U8 > attrs;
+      std::span<const U8> attrs;
       if ( !c.u16( &e.peerIndex ) || !c.skip( addPath ? 8 : 4 ) || !c.u16( &attrLength ) ||
            !c.bytes( attrLength, &attrs ) ) {
          return "RIB entry " + std::to_string( i ) + " of " + std::to_string( count ) +
                 " runs past the end of the record";
       }
       std::string bad = scanPathAttributes( attrs, &e.scan );
-      if ( !bad.empty() ) return "RIB entry " + std::to_string( i ) + ": " + bad;
+      if ( !bad.empty() )
+         return "RIB entry " + std::to_string( i ) + ": " + bad;
    }
    if ( !c.atEnd() ) {
       return std::to_string( c.left() ) + " octets after the last of " + std::to_string( count ) +
@@ -117,14 +126,17 @@ std::string TableDumpV2Decoder::readEntries( WireCursor& c, bool addPath ) {
 
 std::string TableDumpV2Decoder::decodeRib( const MrtRecord& record, U16 afi, bool addPath ) {
    WireCursor c( record.body );
-   if ( !c.skip( 4 ) ) return "RIB record ends inside its sequence number";
+   if ( !c.skip( 4 ) )
+      return "RIB record ends inside its sequence number";
    const char* why = nullptr;
    prefix_.clear();
    size_t used = readNlri( afi, safiUnicast, c.rest(), &prefix_, &why );
-   if ( used == 0 ) return std::string( "RIB record prefix: " ) + why;
+   if ( used == 0 )
+      return std::string( "RIB record prefix: " ) + why;
    c.skip( used );
    std::string bad = readEntries( c, addPath );
-   if ( !bad.empty() ) return bad;
+   if ( !bad.empty() )
+      return bad;
    emitEntries( record );
    return std::string();
 }
@@ -135,8 +147,10 @@ std::string TableDumpV2Decoder::decodeRib( const MrtRecord& record, U16 afi, boo
 // exactly; the per-entry form is tried first because writers use it.
 std::string TableDumpV2Decoder::decodeGeneric( const MrtRecord& record, bool addPath ) {
    std::string bad = readGeneric( record, false, addPath );
-   if ( !bad.empty() && addPath && readGeneric( record, true, false ).empty() ) bad.clear();
-   if ( !bad.empty() ) return bad;
+   if ( !bad.empty() && addPath && readGeneric( record, true, false ).empty() )
+      bad.clear();
+   if ( !bad.empty() )
+      return bad;
    emitEntries( record );
    return std::string();
 }
@@ -146,14 +160,16 @@ std::string TableDumpV2Decoder::readGeneric( const MrtRecord& record, bool nlriP
    WireCursor c( record.body );
    U16 afi;
    U8 safi;
-   if ( !c.skip( 4 ) || !c.u16( &afi ) || !c.u8( &safi ) ) return "RIB_GENERIC header cut short";
-   if ( nlriPathId && !c.skip( 4 ) ) return "RIB_GENERIC header cut short";
+   if ( !c.skip( 4 ) || !c.u16( &afi ) || !c.u8( &safi ) )
+      return "RIB_GENERIC header cut short";
+   if ( nlriPathId && !c.skip( 4 ) )
+      return "RIB_GENERIC header cut short";
    const char* why = nullptr;
    prefix_.clear();
    size_t used = readNlri( afi, safi, c.rest(), &prefix_, &why );
    if ( used == 0 ) {
-      return "RIB_GENERIC NLRI (AFI " + std::to_string( afi ) + ", SAFI " +
-             std::to_string( safi ) + "): " + why;
+      return "RIB_GENERIC NLRI (AFI " + std::to_string( afi ) + ", SAFI " + std::to_string( safi ) +
+             "): " + why;
    }
    c.skip( used );
    return readEntries( c, entryPathId );

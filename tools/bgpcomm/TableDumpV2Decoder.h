@@ -46,8 +46,8 @@ class TableDumpV2Decoder {
 
    MrtDecodeContext& ctx_;
    bool havePeerTable_ = false;
-   std::vector< Peer > peers_;
-   std::vector< Entry > entries_; // reused; the first entryCount_ are live
+   std::vector<Peer> peers_;
+   std::vector<Entry> entries_; // reused; the first entryCount_ are live
    size_t entryCount_ = 0;
    std::string prefix_;
 };

@@ -22,7 +22,7 @@ inline U64 loadU64( const U8* p ) { return ( U64( loadU32( p ) ) << 32 ) | loadU
 // leaves the cursor alone) when the field would run past the end.
 class WireCursor {
  public:
-   explicit WireCursor( std::span< const U8 > data ) : data_( data ) {}
+   explicit WireCursor( std::span<const U8> data ) : data_( data ) {}
 
    size_t offset() const { return pos_; }
    size_t left() const { return data_.size() - pos_; }
@@ -30,37 +30,42 @@ class WireCursor {
    const U8* here() const { return data_.data() + pos_; }
 
    bool u8( U8* v ) {
-      if ( left() < 1 ) return false;
+      if ( left() < 1 )
+         return false;
       *v = data_[ pos_++ ];
       return true;
    }
    bool u16( U16* v ) {
-      if ( left() < 2 ) return false;
+      if ( left() < 2 )
+         return false;
       *v = loadU16( here() );
       pos_ += 2;
       return true;
    }
    bool u32( U32* v ) {
-      if ( left() < 4 ) return false;
+      if ( left() < 4 )
+         return false;
       *v = loadU32( here() );
       pos_ += 4;
       return true;
    }
-   bool bytes( size_t n, std::span< const U8 >* v ) {
-      if ( left() < n ) return false;
+   bool bytes( size_t n, std::span<const U8>* v ) {
+      if ( left() < n )
+         return false;
       *v = data_.subspan( pos_, n );
       pos_ += n;
       return true;
    }
    bool skip( size_t n ) {
-      if ( left() < n ) return false;
+      if ( left() < n )
+         return false;
       pos_ += n;
       return true;
    }
-   std::span< const U8 > rest() const { return data_.subspan( pos_ ); }
+   std::span<const U8> rest() const { return data_.subspan( pos_ ); }
 
  private:
-   std::span< const U8 > data_;
+   std::span<const U8> data_;
    size_t pos_ = 0;
 };
 

@@ -20,14 +20,16 @@ std::string slurp( std::FILE* f ) {
    std::rewind( f );
    std::string s;
    char buf[ 4096 ];
-   while ( size_t n = std::fread( buf, 1, sizeof buf, f ) ) s.append( buf, n );
+   while ( size_t n = std::fread( buf, 1, sizeof buf, f ) )
+      s.append( buf, n );
    std::fclose( f );
    return s;
 }
 
-Invocation bgpcomm( std::vector< std::string > args ) {
-   std::vector< const char* > argv = { "bgpcomm" };
-   for ( const std::string& a : args ) argv.push_back( a.c_str() );
+Invocation bgpcomm( std::vector<std::string> args ) {
+   std::vector<const char*> argv = { "bgpcomm" };
+   for ( const std::string& a : args )
+      argv.push_back( a.c_str() );
    std::FILE* out = std::tmpfile();
    std::FILE* err = std::tmpfile();
    Invocation r;
@@ -37,12 +39,11 @@ Invocation bgpcomm( std::vector< std::string > args ) {
    return r;
 }
 
-size_t lines( const std::string& s ) {
-   return size_t( std::count( s.begin(), s.end(), '\n' ) );
-}
+size_t lines( const std::string& s ) { return size_t( std::count( s.begin(), s.end(), '\n' ) ); }
 
 TEST( Bgpcomm, DecodePrintsGoodInputAndFailsWithStatus2OnBad ) {
-   Invocation ok = bgpcomm( { "decode", "--json", "c00808fde80064fde800c8", "fa56ea000000000100000002" } );
+   Invocation ok =
+         bgpcomm( { "decode", "--json", "c00808fde80064fde800c8", "fa56ea000000000100000002" } );
    EXPECT_EQ( ok.status, 0 );
    EXPECT_EQ( ok.out,
               "{\"input\": \"c00808fde80064fde800c8\", \"kind\": \"communities\", "
@@ -54,8 +55,9 @@ TEST( Bgpcomm, DecodePrintsGoodInputAndFailsWithStatus2OnBad ) {
    Invocation bad = bgpcomm( { "decode", "fde80064", "c00806fde80064fde8" } );
    EXPECT_EQ( bad.status, 2 );
    EXPECT_EQ( lines( bad.out ), 1u );
-   EXPECT_EQ( bad.err, "bgpcomm: decode 'c00806fde80064fde8': COMMUNITIES attribute length 6 "
-                       "is not a multiple of 4\n" );
+   EXPECT_EQ( bad.err,
+              "bgpcomm: decode 'c00806fde80064fde8': COMMUNITIES attribute length 6 "
+              "is not a multiple of 4\n" );
 }
 
 TEST( Bgpcomm, MrtExitStatusSaysWhetherEverythingWasRead ) {
@@ -78,11 +80,11 @@ TEST( Bgpcomm, MrtExitStatusSaysWhetherEverythingWasRead ) {
    size_t ribAt = b.size();
    b.beginRecord( 1700000000, 13, 2 );
    b.u32( 0 );
-   b.prefix( std::vector< U8 >{ 10, 1, 0, 0 }, 24 );
+   b.prefix( std::vector<U8>{ 10, 1, 0, 0 }, 24 );
    b.u16( 1 );
    b.u16( 0 );
    b.u32( 0 );
-   std::vector< U8 > attrs = pathAttributes( { { 8, hexOctets( "fde800" ) } } );
+   std::vector<U8> attrs = pathAttributes( { { 8, hexOctets( "fde800" ) } } );
    b.u16( U16( attrs.size() ) );
    b.bytes( attrs );
    b.endRecord();
@@ -107,7 +109,8 @@ TEST( Bgpcomm, MrtExitStatusSaysWhetherEverythingWasRead ) {
    EXPECT_EQ( usage.status, 2 );
    EXPECT_EQ( usage.err.rfind( "bgpcomm: unknown option '--bogus' for mrt\nusage:", 0 ), 0u );
 
-   Invocation cannotWrite = bgpcomm( { "gen", "--routes", "5", "-o", testing::TempDir() + "no/such/dir.mrt" } );
+   Invocation cannotWrite =
+         bgpcomm( { "gen", "--routes", "5", "-o", testing::TempDir() + "no/such/dir.mrt" } );
    EXPECT_EQ( cannotWrite.status, 2 );
    EXPECT_NE( cannotWrite.err.find( "No such file" ), std::string::npos );
 }

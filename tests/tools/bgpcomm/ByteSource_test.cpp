@@ -10,7 +10,7 @@
 namespace BgpcommTest {
 namespace {
 
-using Octets = std::vector< U8 >;
+using Octets = std::vector<U8>;
 
 Octets pattern( size_t n ) {
    Octets o( n );
@@ -26,7 +26,7 @@ Octets gzipOf( const Octets& data ) {
    z_stream zs{};
    deflateInit2( &zs, 6, Z_DEFLATED, 16 + MAX_WBITS, 8, Z_DEFAULT_STRATEGY );
    Octets out( deflateBound( &zs, uLong( data.size() ) ) );
-   zs.next_in = const_cast< U8* >( data.data() );
+   zs.next_in = const_cast<U8*>( data.data() );
    zs.avail_in = uInt( data.size() );
    zs.next_out = out.data();
    zs.avail_out = uInt( out.size() );
@@ -39,8 +39,8 @@ Octets gzipOf( const Octets& data ) {
 Octets bzip2Of( const Octets& data ) {
    Octets out( data.size() + data.size() / 50 + 1024 );
    unsigned n = unsigned( out.size() );
-   BZ2_bzBuffToBuffCompress( reinterpret_cast< char* >( out.data() ), &n,
-                             reinterpret_cast< char* >( const_cast< U8* >( data.data() ) ),
+   BZ2_bzBuffToBuffCompress( reinterpret_cast<char*>( out.data() ), &n,
+                             reinterpret_cast<char*>( const_cast<U8*>( data.data() ) ),
                              unsigned( data.size() ), 1, 0, 0 );
    out.resize( n );
    return out;
@@ -48,10 +48,12 @@ Octets bzip2Of( const Octets& data ) {
 
 Octets readAll( const std::string& path, size_t chunk, Compression* seen = nullptr ) {
    ByteSource src( path );
-   if ( seen ) *seen = src.compression();
+   if ( seen )
+      *seen = src.compression();
    Octets all;
    Octets buf( chunk );
-   while ( size_t n = src.read( buf.data(), buf.size() ) ) all.insert( all.end(), buf.begin(), buf.begin() + long( n ) );
+   while ( size_t n = src.read( buf.data(), buf.size() ) )
+      all.insert( all.end(), buf.begin(), buf.begin() + long( n ) );
    return all;
 }
 
@@ -105,10 +107,12 @@ TEST( ByteSource, CutOrCorruptCompressedDataAndMissingFilesThrowNamingTheFile ) 
          EXPECT_NE( e.cause().find( text ), std::string::npos ) << e.what();
       }
    };
-   throwsWith( fileWith( Octets( gz.begin(), gz.end() - 100 ), "cut.gz" ), "gzip data is truncated" );
+   throwsWith( fileWith( Octets( gz.begin(), gz.end() - 100 ), "cut.gz" ),
+               "gzip data is truncated" );
    throwsWith( fileWith( Octets( bz.begin(), bz.end() - 100 ), "cut.bz2" ), "bzip2" );
    Octets bad = gz;
-   for ( size_t i = 20; i < 60; ++i ) bad[ i ] ^= 0x5a;
+   for ( size_t i = 20; i < 60; ++i )
+      bad[ i ] ^= 0x5a;
    throwsWith( fileWith( bad, "bad.gz" ), "corrupt gzip data" );
    throwsWith( tempPath( "missing.mrt" ), "No such file" );
    throwsWith( testing::TempDir(), "is a directory" );

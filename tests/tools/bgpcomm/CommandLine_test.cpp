@@ -6,12 +6,12 @@ namespace {
 
 using namespace Bgpcomm;
 
-CommandLine parse( std::vector< const char* > args ) {
+CommandLine parse( std::vector<const char*> args ) {
    args.insert( args.begin(), "bgpcomm" );
    return parseCommandLine( int( args.size() ), args.data() );
 }
 
-std::string usageErrorOf( std::vector< const char* > args ) {
+std::string usageErrorOf( std::vector<const char*> args ) {
    try {
       parse( std::move( args ) );
    } catch ( const UsageError& e ) {
@@ -24,13 +24,13 @@ TEST( CommandLine, EachCommandTakesItsOwnOptions ) {
    CommandLine d = parse( { "decode", "--json", "fde80064", "c00804fde80064" } );
    EXPECT_EQ( d.command, Command::decode );
    EXPECT_TRUE( d.json );
-   EXPECT_EQ( d.operands, ( std::vector< std::string >{ "fde80064", "c00804fde80064" } ) );
+   EXPECT_EQ( d.operands, ( std::vector<std::string>{ "fde80064", "c00804fde80064" } ) );
 
    CommandLine m = parse( { "mrt", "a.mrt", "--stats", "--no-progress", "-", "--", "--odd" } );
    EXPECT_EQ( m.command, Command::mrt );
    EXPECT_TRUE( m.stats );
    EXPECT_FALSE( m.progress );
-   EXPECT_EQ( m.operands, ( std::vector< std::string >{ "a.mrt", "-", "--odd" } ) );
+   EXPECT_EQ( m.operands, ( std::vector<std::string>{ "a.mrt", "-", "--odd" } ) );
 
    CommandLine g = parse( { "gen", "--routes=1000000", "--seed", "42", "-o", "x.mrt.gz" } );
    EXPECT_EQ( g.command, Command::gen );
@@ -49,7 +49,8 @@ TEST( CommandLine, MistakesAreUsageErrorsThatSayWhich ) {
    EXPECT_EQ( usageErrorOf( { "mrt" } ), "mrt wants at least one FILE" );
    EXPECT_EQ( usageErrorOf( { "mrt", "--json", "--stats", "f" } ),
               "--json and --stats exclude each other" );
-   EXPECT_EQ( usageErrorOf( { "mrt", "--routes", "5", "f" } ), "unknown option '--routes' for mrt" );
+   EXPECT_EQ( usageErrorOf( { "mrt", "--routes", "5", "f" } ),
+              "unknown option '--routes' for mrt" );
    EXPECT_EQ( usageErrorOf( { "mrt", "--json=yes", "f" } ), "--json takes no value" );
    EXPECT_EQ( usageErrorOf( { "gen", "-o", "f" } ), "gen wants --routes N" );
    EXPECT_EQ( usageErrorOf( { "gen", "--routes", "10" } ), "gen wants -o FILE" );

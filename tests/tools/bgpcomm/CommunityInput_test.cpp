@@ -8,7 +8,7 @@
 namespace BgpcommTest {
 namespace {
 
-std::string hexOf( const std::vector< U8 >& o ) {
+std::string hexOf( const std::vector<U8>& o ) {
    std::string s;
    appendHex( s, o );
    return s;
@@ -73,7 +73,9 @@ TEST( CommunityInput, BadInputGetsOneLineSayingWhatIsWrong ) {
               "attribute (type 8, 16, 25 or 32)" );
    EXPECT_EQ( errorOf( "c00806fde80064fde8" ),
               "COMMUNITIES attribute length 6 is not a multiple of 4" );
-   EXPECT_EQ( errorOf( "c01010" "0002fde800000064" "0002fde8" ),
+   EXPECT_EQ( errorOf( "c01010"
+                       "0002fde800000064"
+                       "0002fde8" ),
               "EXTENDED_COMMUNITIES attribute header says 16 value octets but 12 follow" );
    EXPECT_EQ( errorOf( "c02000" ), "LARGE_COMMUNITY attribute has length 0" );
    EXPECT_EQ( errorOf( "c0190cfa56ea000000000100000002" ),

@@ -19,7 +19,7 @@ std::string generated( U64 routes, U64 seed ) {
    generateMrt( { routes, seed }, out );
    out.close();
    std::ifstream in( path, std::ios::binary );
-   return std::string( std::istreambuf_iterator< char >( in ), {} );
+   return std::string( std::istreambuf_iterator<char>( in ), {} );
 }
 
 TEST( MrtGenerator, SameSeedSameOctetsOtherSeedOtherOctets ) {
@@ -33,15 +33,16 @@ struct StatsSink : MrtRouteSink {
    void route( const MrtRoute& r ) override {
       stats.add( r );
       auto ext = r.community( CommunityKind::extended );
-      for ( size_t i = 0; i < ext.size(); i += 8 ) types.insert( U16( ext[ i ] << 8 | ext[ i + 1 ] ) );
+      for ( size_t i = 0; i < ext.size(); i += 8 )
+         types.insert( U16( ext[ i ] << 8 | ext[ i + 1 ] ) );
       standardValues += r.community( CommunityKind::standard ).size() / 4;
       ipv6 += r.prefix.find( ':' ) != std::string_view::npos;
       peers.insert( std::string( r.peer ) );
    }
    void problem( const MrtProblem& p ) override { ADD_FAILURE() << p.reason; }
    MrtStats stats;
-   std::set< U16 > types;
-   std::set< std::string > peers;
+   std::set<U16> types;
+   std::set<std::string> peers;
    U64 standardValues = 0;
    U64 ipv6 = 0;
 };
@@ -65,7 +66,9 @@ TEST( MrtGenerator, TableLooksLikeARealOne ) {
    EXPECT_GT( perRoute, 4.5 );
    EXPECT_LT( perRoute, 8.0 );
    EXPECT_NEAR( double( sink.ipv6 ) / routes, 0.2, 0.01 );
-   auto share = [ & ]( CommunityKind k ) { return double( st.attributes( k ) ) / routes; };
+   auto share = [ & ]( CommunityKind k ) {
+      return double( st.attributes( k ) ) / routes;
+   };
    EXPECT_NEAR( share( CommunityKind::standard ), 0.92, 0.02 );
    EXPECT_NEAR( share( CommunityKind::large ), 0.30, 0.02 );
    EXPECT_NEAR( share( CommunityKind::extended ), 0.20, 0.02 );
@@ -84,7 +87,8 @@ TEST( MrtGenerator, TableLooksLikeARealOne ) {
       EXPECT_TRUE( sink.types.count( t ) ) << std::hex << t;
    }
    bool unassigned = false;
-   for ( U16 t : sink.types ) unassigned |= ( t >> 8 ) == 0x1d || ( t >> 8 ) == 0x3a;
+   for ( U16 t : sink.types )
+      unassigned |= ( t >> 8 ) == 0x1d || ( t >> 8 ) == 0x3a;
    EXPECT_TRUE( unassigned );
 }
 

@@ -9,18 +9,18 @@
 
 #include <cstdlib>
 #include <fstream>
-#include <map>
 #include <iterator>
+#include <map>
 
 namespace BgpcommTest {
 namespace {
 
-using Octets = std::vector< U8 >;
+using Octets = std::vector<U8>;
 
 const Octets peerA = { 192, 0, 2, 1 };
 const Octets peerB = hexOctets( "20010db8000000000000000000000002" );
 
-std::vector< TestPeer > twoPeers() {
+std::vector<TestPeer> twoPeers() {
    return { { peerA, 65001, false }, { peerB, 4200000000u, true } };
 }
 
@@ -32,7 +32,7 @@ struct Entry {
 
 // addRib(): a RIB record of an AFI-specific subtype; add-path subtypes get path ids.
 void addRib( MrtRecordBuilder& b, U16 subtype, const Octets& address, unsigned bits,
-             const std::vector< Entry >& entries ) {
+             const std::vector<Entry>& entries ) {
    bool addPath = subtype >= 8;
    b.beginRecord( 1700000000, 13, subtype );
    b.u32( 0 );
@@ -41,7 +41,8 @@ void addRib( MrtRecordBuilder& b, U16 subtype, const Octets& address, unsigned b
    for ( const Entry& e : entries ) {
       b.u16( e.peer );
       b.u32( 1600000000 );
-      if ( addPath ) b.u32( e.pathId );
+      if ( addPath )
+         b.u32( e.pathId );
       b.u16( U16( e.attrs.size() ) );
       b.bytes( e.attrs );
    }
@@ -53,14 +54,15 @@ const Octets oneLarge = hexOctets( "fa56ea00 00000001 00000002" );
 
 Octets readFileOctets( const std::string& path ) {
    std::ifstream in( path, std::ios::binary );
-   return Octets( std::istreambuf_iterator< char >( in ), {} );
+   return Octets( std::istreambuf_iterator<char>( in ), {} );
 }
 
-std::vector< std::string > routeLines( const RouteCollector& c ) {
-   std::vector< std::string > lines;
+std::vector<std::string> routeLines( const RouteCollector& c ) {
+   std::vector<std::string> lines;
    for ( const CollectedRoute& r : c.routes ) {
       std::string line = r.prefix + " " + r.peer + " " + std::to_string( r.peerAs );
-      for ( const std::string& comm : r.communities ) line += " " + comm;
+      for ( const std::string& comm : r.communities )
+         line += " " + comm;
       lines.push_back( line );
    }
    return lines;
@@ -80,14 +82,14 @@ TEST( MrtReader, GeneratedFileReadsTheSameRoutesPlainGzipAndBzip2 ) {
    }
    // bzip2: compressed here with the library, as collectors publish them.
    Octets raw = readFileOctets( plain );
-   std::vector< char > packed( raw.size() + raw.size() / 50 + 1024 );
+   std::vector<char> packed( raw.size() + raw.size() / 50 + 1024 );
    unsigned packedSize = unsigned( packed.size() );
    ASSERT_EQ( BZ2_bzBuffToBuffCompress( packed.data(), &packedSize,
-                                        reinterpret_cast< char* >( raw.data() ),
+                                        reinterpret_cast<char*>( raw.data() ),
                                         unsigned( raw.size() ), 9, 0, 0 ),
               BZ_OK );
    std::string bz = tempPath( "gen.mrt.bz2" );
-   writeFile( bz, std::span( reinterpret_cast< const U8* >( packed.data() ), packedSize ) );
+   writeFile( bz, std::span( reinterpret_cast<const U8*>( packed.data() ), packedSize ) );
    EXPECT_LT( readFileOctets( gz ).size(), raw.size() );
 
    RouteCollector fromPlain, fromGz, fromBz;
@@ -110,7 +112,7 @@ TEST( MrtReader, GeneratedFileReadsTheSameRoutesPlainGzipAndBzip2 ) {
       EXPECT_FALSE( r.peer.empty() );
       EXPECT_NE( r.peerAs, 0u );
    }
-   EXPECT_EQ( ipv6, 600u );                 // a fifth of the routes are IPv6
+   EXPECT_EQ( ipv6, 600u );                      // a fifth of the routes are IPv6
    EXPECT_NEAR( double( withLarge ), 900, 150 ); // about 30% carry large communities
 }
 
@@ -212,8 +214,10 @@ TEST( MrtReader, UnknownOrMalformedRecordsAreSkippedAndReadingGoesOn ) {
    EXPECT_NE( got.problems[ 2 ].reason.find( "RIB entry 1: path attribute type 8" ),
               std::string::npos );
    EXPECT_EQ( got.problems[ 3 ].recordOffset, badPrefixAt );
-   EXPECT_NE( got.problems[ 3 ].reason.find( "prefix longer than the address" ), std::string::npos );
-   for ( const CollectedProblem& p : got.problems ) EXPECT_TRUE( p.recordSkipped );
+   EXPECT_NE( got.problems[ 3 ].reason.find( "prefix longer than the address" ),
+              std::string::npos );
+   for ( const CollectedProblem& p : got.problems )
+      EXPECT_TRUE( p.recordSkipped );
 }
 
 TEST( MrtReader, PeerTableProblemsSkipWhatCannotBeAttributed ) {
@@ -229,8 +233,7 @@ TEST( MrtReader, PeerTableProblemsSkipWhatCannotBeAttributed ) {
    EXPECT_EQ( got.routes[ 0 ].prefix, "10.2.0.0/24" );
    EXPECT_EQ( got.routes[ 0 ].peer, "2001:db8::2" );
    ASSERT_EQ( got.problems.size(), 2u );
-   EXPECT_EQ( got.problems[ 0 ].reason,
-              "RIB record before any PEER_INDEX_TABLE; record skipped" );
+   EXPECT_EQ( got.problems[ 0 ].reason, "RIB record before any PEER_INDEX_TABLE; record skipped" );
    EXPECT_NE( got.problems[ 1 ].reason.find( "peer index 5" ), std::string::npos );
    EXPECT_FALSE( got.problems[ 1 ].recordSkipped );
 }
@@ -293,12 +296,14 @@ void addGeneric( MrtRecordBuilder& b, U16 subtype, U16 afi, U8 safi, const Octet
    b.u32( 0 );
    b.u16( afi );
    b.u8( safi );
-   if ( pathIdInNlri ) b.u32( 9 );
+   if ( pathIdInNlri )
+      b.u32( 9 );
    b.bytes( nlri );
    b.u16( 1 );
    b.u16( 0 );
    b.u32( 1600000000 );
-   if ( subtype == 12 && !pathIdInNlri ) b.u32( 9 );
+   if ( subtype == 12 && !pathIdInNlri )
+      b.u32( 9 );
    b.u16( U16( attrs.size() ) );
    b.bytes( attrs );
    b.endRecord();
@@ -314,26 +319,28 @@ TEST( MrtReader, RibGenericShowsVpnPrefixesWithRouteDistinguisherAndOthersAsHex 
    addGeneric( b, 6, 2, 128, hexOctets( "88 000641 0001c0000201 0007 20010db80001" ), a );
    // Type 2 RD (4-octet AS), two labels: 48 + 64 + 8 = 120.
    addGeneric( b, 6, 1, 128, hexOctets( "78 000640 000641 0002fa56ea00 0003 0a" ), a );
-   addGeneric( b, 6, 25, 70, hexOctets( "03 05 0102030405" ), a );     // EVPN
-   addGeneric( b, 6, 1, 4, hexOctets( "30 000641 0a0100" ), a );       // labeled unicast
+   addGeneric( b, 6, 25, 70, hexOctets( "03 05 0102030405" ), a ); // EVPN
+   addGeneric( b, 6, 1, 4, hexOctets( "30 000641 0a0100" ), a );   // labeled unicast
    size_t unknownAt = b.size();
-   addGeneric( b, 6, 1, 99, hexOctets( "18 0a0100" ), a );             // no known layout
+   addGeneric( b, 6, 1, 99, hexOctets( "18 0a0100" ), a ); // no known layout
    addGeneric( b, 12, 1, 128, hexOctets( "70 000641 0000fde800000064 0a0200" ), a );
    addGeneric( b, 12, 1, 128, hexOctets( "70 000641 0000fde800000064 0a0300" ), a, true );
 
    RouteCollector got;
    readMrtBytes( b.data(), got );
-   std::vector< std::string > prefixes;
-   for ( const CollectedRoute& r : got.routes ) prefixes.push_back( r.prefix );
-   EXPECT_EQ( prefixes, ( std::vector< std::string >{
+   std::vector<std::string> prefixes;
+   for ( const CollectedRoute& r : got.routes )
+      prefixes.push_back( r.prefix );
+   EXPECT_EQ( prefixes, ( std::vector<std::string>{
                               "65000:100:10.1.0.0/24",
                               "192.0.2.1:7:2001:db8:1::/48",
                               "4200000000:3:10.0.0.0/8",
                               "nlri(25/70):03050102030405",
-                              "nlri(1/4):30000641" "0a0100",
+                              "nlri(1/4):30000641"
+                              "0a0100",
                               "65000:100:10.2.0.0/24",
                               "65000:100:10.3.0.0/24",
-                           } ) );
+                        } ) );
    ASSERT_EQ( got.problems.size(), 1u );
    EXPECT_EQ( got.problems[ 0 ].recordOffset, unknownAt );
    EXPECT_NE( got.problems[ 0 ].reason.find( "SAFI 99" ), std::string::npos );
@@ -345,7 +352,8 @@ void addBgp4mp( MrtRecordBuilder& b, U16 type, U16 subtype, U32 peerAs, const Oc
                 U8 messageType, const Octets& payload ) {
    bool as4 = subtype == 4 || subtype == 7 || subtype == 9 || subtype == 11;
    b.beginRecord( 1700000000, type, subtype );
-   if ( type == 17 ) b.u32( 123456 );
+   if ( type == 17 )
+      b.u32( 123456 );
    if ( as4 ) {
       b.u32( peerAs );
       b.u32( 65000 );
@@ -357,7 +365,8 @@ void addBgp4mp( MrtRecordBuilder& b, U16 type, U16 subtype, U32 peerAs, const Oc
    b.u16( peer.size() == 4 ? 1 : 2 );
    b.bytes( peer );
    b.bytes( Octets( peer.size(), 0 ) );
-   for ( int i = 0; i < 16; ++i ) b.u8( 0xff );
+   for ( int i = 0; i < 16; ++i )
+      b.u8( 0xff );
    b.u16( U16( 19 + payload.size() ) );
    b.u8( messageType );
    b.bytes( payload );
@@ -429,19 +438,25 @@ TEST( MrtReader, Bgp4mpUpdatesGiveOneRoutePerAnnouncedPrefix ) {
 
 TEST( MrtReader, ReadsTheBundledGoBgpDumpWithoutProblems ) {
    const char* source = std::getenv( "OVBGP_SOURCE_DIR" );
-   if ( !source ) GTEST_SKIP() << "OVBGP_SOURCE_DIR not set";
+   if ( !source )
+      GTEST_SKIP() << "OVBGP_SOURCE_DIR not set";
    RouteCollector got;
-   MrtFileSummary s = MrtReader( got ).readFile( std::string( source ) + "/samples/gobgp-table.mrt" );
+   MrtFileSummary s =
+         MrtReader( got ).readFile( std::string( source ) + "/samples/gobgp-table.mrt" );
    EXPECT_TRUE( s.readToEnd );
    EXPECT_TRUE( got.problems.empty() );
    ASSERT_EQ( got.routes.size(), 33u );
-   std::map< std::string, const CollectedRoute* > byPrefix;
-   for ( const CollectedRoute& r : got.routes ) byPrefix[ r.prefix ] = &r;
+   std::map<std::string, const CollectedRoute*> byPrefix;
+   for ( const CollectedRoute& r : got.routes )
+      byPrefix[ r.prefix ] = &r;
    ASSERT_EQ( byPrefix.size(), 33u );
    // Route origin (three forms) and link bandwidth from the collector's policy.
    ASSERT_TRUE( byPrefix.count( "10.20.1.0/24" ) );
    EXPECT_EQ( byPrefix[ "10.20.1.0/24" ]->community( CommunityKind::extended ),
-              "0003fde900000064" "0103c00002010007" "0203000100020009" "4004fde947f42400" );
+              "0003fde900000064"
+              "0103c00002010007"
+              "0203000100020009"
+              "4004fde947f42400" );
    // Seventy standard communities: an extended-length attribute.
    ASSERT_TRUE( byPrefix.count( "10.0.5.0/24" ) );
    EXPECT_EQ( byPrefix[ "10.0.5.0/24" ]->community( CommunityKind::standard ).size(), 70u * 8 );

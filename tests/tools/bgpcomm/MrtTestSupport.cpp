@@ -4,9 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <unistd.h>
 #include <atomic>
 #include <fstream>
-#include <unistd.h>
 
 namespace BgpcommTest {
 
@@ -16,7 +16,8 @@ void RouteCollector::route( const MrtRoute& route ) {
    r.prefix = route.prefix;
    r.peer = route.peer;
    r.peerAs = route.peerAs;
-   for ( size_t i = 0; i < communityKindCount; ++i ) appendHex( r.communities[ i ], route.communities[ i ] );
+   for ( size_t i = 0; i < communityKindCount; ++i )
+      appendHex( r.communities[ i ], route.communities[ i ] );
    routes.push_back( std::move( r ) );
 }
 
@@ -25,17 +26,17 @@ void RouteCollector::problem( const MrtProblem& problem ) {
 }
 
 std::string tempPath( const std::string& name ) {
-   static std::atomic< int > counter{ 0 };
+   static std::atomic<int> counter{ 0 };
    return testing::TempDir() + "bgpcomm-" + std::to_string( ::getpid() ) + "-" +
           std::to_string( counter++ ) + "-" + name;
 }
 
-void writeFile( const std::string& path, std::span< const U8 > octets ) {
+void writeFile( const std::string& path, std::span<const U8> octets ) {
    std::ofstream out( path, std::ios::binary );
-   out.write( reinterpret_cast< const char* >( octets.data() ), std::streamsize( octets.size() ) );
+   out.write( reinterpret_cast<const char*>( octets.data() ), std::streamsize( octets.size() ) );
 }
 
-MrtFileSummary readMrtBytes( std::span< const U8 > octets, RouteCollector& into ) {
+MrtFileSummary readMrtBytes( std::span<const U8> octets, RouteCollector& into ) {
    std::string path = tempPath( "input.mrt" );
    writeFile( path, octets );
    MrtFileSummary s = MrtReader( into ).readFile( path );
@@ -43,7 +44,7 @@ MrtFileSummary readMrtBytes( std::span< const U8 > octets, RouteCollector& into 
    return s;
 }
 
-void addPeerIndexTable( MrtRecordBuilder& b, const std::vector< TestPeer >& peers ) {
+void addPeerIndexTable( MrtRecordBuilder& b, const std::vector<TestPeer>& peers ) {
    b.beginRecord( 1700000000, 13, 1 );
    b.u32( 0x0A000001 );
    b.u16( 0 ); // no view name
@@ -61,16 +62,15 @@ void addPeerIndexTable( MrtRecordBuilder& b, const std::vector< TestPeer >& peer
    b.endRecord();
 }
 
-std::vector< U8 > pathAttributes( const std::vector< std::pair< U8, std::vector< U8 > > >& attrs ) {
+std::vector<U8> pathAttributes( const std::vector<std::pair<U8, std::vector<U8>>>& attrs ) {
    MrtRecordBuilder b;
-   std::vector< U8 > origin = { 0 };
+   std::vector<U8> origin = { 0 };
    b.attribute( 0x40, 1, origin );
-   for ( const auto& [ type, value ] : attrs ) b.attribute( 0xC0, type, value );
-   return std::vector< U8 >( b.data().begin(), b.data().end() );
+   for ( const auto& [ type, value ] : attrs )
+      b.attribute( 0xC0, type, value );
+   return std::vector<U8>( b.data().begin(), b.data().end() );
 }
 
-std::vector< U8 > hexOctets( const std::string& hex ) {
-   return parseHex( hex );
-}
+std::vector<U8> hexOctets( const std::string& hex ) { return parseHex( hex ); }
 
 } // namespace BgpcommTest

@@ -23,7 +23,7 @@ struct CollectedRoute {
    std::string prefix;
    std::string peer;
    U32 peerAs = 0;
-   std::array< std::string, communityKindCount > communities;
+   std::array<std::string, communityKindCount> communities;
 
    const std::string& community( CommunityKind kind ) const {
       return communities[ communityKindIndex( kind ) ];
@@ -43,34 +43,34 @@ class RouteCollector : public MrtRouteSink {
    void route( const MrtRoute& route ) override;
    void problem( const MrtProblem& problem ) override;
 
-   std::vector< CollectedRoute > routes;
-   std::vector< CollectedProblem > problems;
+   std::vector<CollectedRoute> routes;
+   std::vector<CollectedProblem> problems;
 };
 
 // tempPath(): a fresh path in the test temporary directory.
 std::string tempPath( const std::string& name );
 
 // writeFile()
-void writeFile( const std::string& path, std::span< const U8 > octets );
+void writeFile( const std::string& path, std::span<const U8> octets );
 
 // readMrtBytes(): writes the octets to a temporary file and reads it.
-MrtFileSummary readMrtBytes( std::span< const U8 > octets, RouteCollector& into );
+MrtFileSummary readMrtBytes( std::span<const U8> octets, RouteCollector& into );
 
 // TestPeer: one PEER_INDEX_TABLE entry.
 struct TestPeer {
-   std::vector< U8 > address; // 4 or 16 octets
+   std::vector<U8> address; // 4 or 16 octets
    U32 as = 0;
    bool as4 = false;
 };
 
 // addPeerIndexTable()
-void addPeerIndexTable( MrtRecordBuilder& b, const std::vector< TestPeer >& peers );
+void addPeerIndexTable( MrtRecordBuilder& b, const std::vector<TestPeer>& peers );
 
 // communityAttributes(): path attributes ORIGIN plus the given community
 // attributes (type, value octets), in order.
-std::vector< U8 > pathAttributes( const std::vector< std::pair< U8, std::vector< U8 > > >& attrs );
+std::vector<U8> pathAttributes( const std::vector<std::pair<U8, std::vector<U8>>>& attrs );
 
 // hexOctets(): the octets of hex text (test shorthand).
-std::vector< U8 > hexOctets( const std::string& hex );
+std::vector<U8> hexOctets( const std::string& hex );
 
 } // namespace BgpcommTest

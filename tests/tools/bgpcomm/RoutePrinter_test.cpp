@@ -25,10 +25,10 @@ std::string printed( const MrtRoute& route, RoutePrinter::Format format ) {
 }
 
 TEST( RoutePrinter, JsonCarriesSortedUniqueValuesOfPresentKindsOnly ) {
-   std::vector< U8 > standard = hexOctets( "fde800c8 fde80064 fde800c8" );
-   std::vector< U8 > extended = hexOctets( "4004fde84e6e6b28 0002fde800000064" );
-   std::vector< U8 > large = hexOctets( "fa56ea00 00000001 00000002 0000fde8 00000000 00000009" );
-   std::vector< U8 > ip6 = hexOctets( "000220010db8000000000000000000000001 0064" );
+   std::vector<U8> standard = hexOctets( "fde800c8 fde80064 fde800c8" );
+   std::vector<U8> extended = hexOctets( "4004fde84e6e6b28 0002fde800000064" );
+   std::vector<U8> large = hexOctets( "fa56ea00 00000001 00000002 0000fde8 00000000 00000009" );
+   std::vector<U8> ip6 = hexOctets( "000220010db8000000000000000000000001 0064" );
    MrtRoute r;
    r.prefix = "10.1.0.0/24";
    r.peer = "192.0.2.1";
@@ -39,7 +39,8 @@ TEST( RoutePrinter, JsonCarriesSortedUniqueValuesOfPresentKindsOnly ) {
               "\"communities\": {\"values\": [4259840100, 4259840200]}, "
               "\"extCommunities\": {\"values\": [\"0x0002fde800000064\", \"0x4004fde84e6e6b28\"]}, "
               "\"largeCommunities\": {\"values\": [[65000, 0, 9], [4200000000, 1, 2]]}, "
-              "\"ipv6ExtCommunities\": {\"values\": [\"000220010db80000000000000000000000010064\"]}}\n" );
+              "\"ipv6ExtCommunities\": {\"values\": "
+              "[\"000220010db80000000000000000000000010064\"]}}\n" );
 
    r.communities = {};
    r.communities[ communityKindIndex( CommunityKind::large ) ] = large;
