@@ -7,4 +7,7 @@
 
 #include "OvBgp/CommList.h"
 #include "OvBgp/CommListDedupTable.h"
+#include "OvBgp/ExtCommIp6ClassificationList.h"
+#include "OvBgp/ExtCommIp6List.h"
+#include "OvBgp/ExtCommIp6ListDedupTable.h"
 #include "OvBgp/LargeCommList.h"
