@@ -62,8 +62,9 @@ int runMrt( const CommandLine& cl, std::FILE* out, std::FILE* err ) {
    int status = exitOk;
    for ( const std::string& path : cl.operands ) {
       std::optional<ProgressBar> bar;
-      if ( cl.progress && ProgressBar::wanted( fileSize( path ) ) ) {
-         bar.emplace( path, fileSize( path ) );
+      U64 size = fileSize( path );
+      if ( cl.progress && ProgressBar::wanted( size ) ) {
+         bar.emplace( path, size );
          reader.progressIs( [ &bar ]( U64 done, U64 ) { bar->update( done ); } );
       } else {
          reader.progressIs( nullptr );

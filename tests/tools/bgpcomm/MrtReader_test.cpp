@@ -195,7 +195,7 @@ TEST( MrtReader, UnknownOrMalformedRecordsAreSkippedAndReadingGoesOn ) {
    overrun.insert( overrun.end(), { 0xC0, 8, 40, 0, 0 } );
    addRib( b, 2, { 10, 3, 0, 0 }, 24, { { 0, good }, { 1, overrun } } );
    size_t badPrefixAt = b.size();
-   addRib( b, 2, { 10, 4, 0, 0 }, 33, { { 0, good } } );
+   addRib( b, 2, { 10, 4, 0, 0, 0 }, 33, { { 0, good } } ); // longer than IPv4
    addRib( b, 2, { 10, 5, 0, 0 }, 24, { { 1, good } } );
 
    RouteCollector got;
