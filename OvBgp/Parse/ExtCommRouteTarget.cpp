@@ -1,0 +1,144 @@
+#include "OvBgp/Parse/ExtCommRouteTarget.h"
+
+#include <ostream>
+
+#include "Kel/Assert.h"
+#include "OvFmt/DynamicBuffer.h"
+
+namespace Routing::Bgp {
+
+ExtCommRouteTargetAs::Ptr ExtCommRouteTargetAs::ExtCommRouteTargetAsIs(
+      const ExtCommContent& content, bool fourByteAs ) {
+   Ptr value = Kel::makePtr<ExtCommRouteTargetAs>( content, fourByteAs );
+   value->hasNotificationActiveIs( true );
+   return value;
+}
+
+void ExtCommRouteTargetAs::formatDerivedType( std::ostream& os ) const {
+   const U8 type = getContent().typeOctet();
+   // The factory takes any content; only the two AS types have a name here.
+   KEL_ASSERT_MSG( type == extCommPktTypeTransTwoOctetAs || type == extCommPktTypeTransFourOctetAs,
+                   "0 && \"unexpected type\"" );
+   OvFmt::DynamicBuffer<64> buf;
+   buf.append( type == extCommPktTypeTransTwoOctetAs ? "<RouteTarget2ByteASN "
+                                                     : "<RouteTarget4ByteASN " );
+   formatAsNumberToBuffer( &buf, false );
+   buf.append( ':' );
+   buf.appendDecimal( localAdmin() );
+   buf.append( ' ' );
+   os.write( buf.data(), std::streamsize( buf.size() ) );
+   formatCommunityValue( os );
+   os << '>';
+}
+
+void ExtCommRouteTargetAs::appendStrepForPolicy( StrepFormat format,
+                                                 OvFmt::DynamicBufferInterface& out ) const {
+   if ( format.has( strepFormatClassification ) ) {
+      if ( !format.has( strepFormatUI ) ) {
+         out.append( "RT:" );
+      } else {
+         out.append( fourByteAs() ? "Route-Target-AS4:" : "Route-Target-AS:" );
+      }
+   }
+   appendAsAndLocal( format, out );
+}
+
+ExtCommRouteTargetIpv4Address::Ptr ExtCommRouteTargetIpv4Address::ExtCommRouteTargetIpv4AddressIs(
+      const ExtCommContent& content ) {
+   Ptr value = Kel::makePtr<ExtCommRouteTargetIpv4Address>( content );
+   value->hasNotificationActiveIs( true );
+   return value;
+}
+
+void ExtCommRouteTargetIpv4Address::formatDerivedType( std::ostream& os ) const {
+   OvFmt::DynamicBuffer<64> buf;
+   buf.append( "<RouteTarget " );
+   appendAddressAndLocal( buf );
+   buf.append( ' ' );
+   os.write( buf.data(), std::streamsize( buf.size() ) );
+   formatCommunityValue( os );
+   os << '>';
+}
+
+void ExtCommRouteTargetIpv4Address::appendStrepForPolicy(
+      StrepFormat format, OvFmt::DynamicBufferInterface& out ) const {
+   if ( format.has( strepFormatClassification ) ) {
+      out.append( format.has( strepFormatUI ) ? "Route-Target-IP:" : "RT:" );
+   }
+   appendAddressAndLocal( out );
+}
+
+ExtCommRouteTargetAs::Ptr extCommRouteTargetAsFactory( const ExtCommContent& content,
+                                                       bool fourByteAs ) {
+   return ExtCommRouteTargetAs::ExtCommRouteTargetAsIs( content, fourByteAs );
+}
+
+ExtCommRouteTargetIpv4Address::Ptr extCommRouteTargetIpv4AddressFactory(
+      const ExtCommContent& content ) {
+   return ExtCommRouteTargetIpv4Address::ExtCommRouteTargetIpv4AddressIs( content );
+}
+
+Kel::Ptr<const ExtComm> BgpParseExtComSubTypeTransTwoOctetAsRouteTargetRule::inhale(
+      const ExtCommContent& content ) const {
+   return extCommRouteTargetAsFactory( content, false );
+}
+
+Kel::Ptr<const ExtComm> BgpParseExtComSubTypeTransIpv4AddressRouteTargetRule::inhale(
+      const ExtCommContent& content ) const {
+   return extCommRouteTargetIpv4AddressFactory( content );
+}
+
+Kel::Ptr<const ExtComm> BgpParseExtComSubTypeTransFourOctetAsRouteTargetRule::inhale(
+      const ExtCommContent& content ) const {
+   return extCommRouteTargetAsFactory( content, true );
+}
+
+BgpParseExtCommRouteTargetSm::BgpParseExtCommRouteTargetSm(
+      const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections )
+      : BgpParseExtCommPluginBaseSm( ruleCollections ) {
+   handleStartup();
+}
+
+BgpParseExtCommRouteTargetSm::Ptr BgpParseExtCommRouteTargetSm::BgpParseExtCommRouteTargetSmIs(
+      const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections ) {
+   Ptr sm = Kel::makePtr<BgpParseExtCommRouteTargetSm>( ruleCollections );
+   sm->hasNotificationActiveIs( true );
+   return sm;
+}
+
+void BgpParseExtCommRouteTargetSm::instantiateExtCommSubTypeTransTwoOctetAsSubRule(
+      const BgpParseExtCommSubTypeTransTwoOctetAsRuleKey& key,
+      const BgpParseExtCommControl& control ) const {
+   traceInstantiate( "instantiateExtCommSubTypeTransTwoOctetAsSubRule",
+                     "BgpParseExtCommRouteTargetSm" );
+   addExtCommSubTypeTransTwoOctetAsSubRule(
+         key, bgpParseExtCommRuleFactory<BgpParseExtComSubTypeTransTwoOctetAsRouteTargetRule>(
+                    control, extCommPktSubtypeTransTwoOctetAsRouteTarget ) );
+}
+
+void BgpParseExtCommRouteTargetSm::instantiateExtCommSubTypeTransIpv4AddressSubRule(
+      const BgpParseExtCommSubTypeTransIpv4AddressRuleKey& key,
+      const BgpParseExtCommControl& control ) const {
+   traceInstantiate( "instantiateExtCommSubTypeTransIpv4AddressSubRule",
+                     "BgpParseExtCommRouteTargetSm" );
+   addExtCommSubTypeTransIpv4AddressSubRule(
+         key, bgpParseExtCommRuleFactory<BgpParseExtComSubTypeTransIpv4AddressRouteTargetRule>(
+                    control, extCommPktSubtypeTransIpv4AddressRouteTarget ) );
+}
+
+void BgpParseExtCommRouteTargetSm::instantiateExtCommSubTypeTransFourOctetAsSubRule(
+      const BgpParseExtCommSubTypeTransFourOctetAsRuleKey& key,
+      const BgpParseExtCommControl& control ) const {
+   traceInstantiate( "instantiateExtCommSubTypeTransFourOctetAsSubRule",
+                     "BgpParseExtCommRouteTargetSm" );
+   addExtCommSubTypeTransFourOctetAsSubRule(
+         key, bgpParseExtCommRuleFactory<BgpParseExtComSubTypeTransFourOctetAsRouteTargetRule>(
+                    control, extCommPktSubtypeTransFourOctetAsRouteTarget ) );
+}
+
+BgpParseExtCommRouteTargetSm::Ptr bgpParseExtCommRouteTargetSmFactory(
+      const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections ) {
+   return BgpParseExtCommRouteTargetSm::BgpParseExtCommRouteTargetSmIs( ruleCollections );
+}
+
+} // namespace Routing::Bgp
