@@ -1,0 +1,85 @@
+#include "OvBgp/Parse/ExtCommTunnelEncap.h"
+
+#include <ostream>
+
+#include "OvFmt/DynamicBuffer.h"
+
+namespace Routing::Bgp {
+
+KEL_ENUM_DEFINE( TunnelType, "Routing::Bgp::TunnelType", KEL_ENUM_MEMBER( tunnelTypeL2tpv3OverIp ),
+                 KEL_ENUM_MEMBER( tunnelTypeGre ), KEL_ENUM_MEMBER( tunnelTypeIpInIp ),
+                 KEL_ENUM_MEMBER( tunnelTypeVxlan ), KEL_ENUM_MEMBER( tunnelTypeNvgre ),
+                 KEL_ENUM_MEMBER( tunnelTypeMpls ), KEL_ENUM_MEMBER( tunnelTypeMplsInGre ),
+                 KEL_ENUM_MEMBER( tunnelTypeVxlanGpe ), KEL_ENUM_MEMBER( tunnelTypeUnknown ) )
+
+ExtCommTunnelEncap::Ptr ExtCommTunnelEncap::ExtCommTunnelEncapIs( const ExtCommContent& content ) {
+   Ptr value = Kel::makePtr<ExtCommTunnelEncap>( content );
+   value->hasNotificationActiveIs( true );
+   return value;
+}
+
+void ExtCommTunnelEncap::appendStrepForPolicy( StrepFormat format,
+                                               OvFmt::DynamicBufferInterface& out ) const {
+   if ( format.has( strepFormatClassification ) ) {
+      out.append( "TunnelEncap:" );
+   }
+   const TunnelType type = tunnelType();
+   if ( bgpIsValidEnumMember( type ) ) {
+      out.append( stringValue( type ) );
+   } else {
+      out.append( "tunnelTypeUnknown-" );
+      out.appendDecimal( type );
+   }
+}
+
+void ExtCommTunnelEncap::formatDerivedType( std::ostream& os ) const {
+   const TunnelType type = tunnelType();
+   OvFmt::DynamicBuffer<64> buf;
+   buf.append( "<TunnelEncap " );
+   buf.appendDecimal( type );
+   buf.append( ':' );
+   buf.append( stringValue( bgpIsValidEnumMember( type ) ? type : tunnelTypeUnknown ) );
+   buf.append( ' ' );
+   os.write( buf.data(), std::streamsize( buf.size() ) );
+   formatCommunityValue( os );
+   os << '>';
+}
+
+ExtCommTunnelEncap::Ptr extCommTunnelEncapFactory( const ExtCommContent& content ) {
+   return ExtCommTunnelEncap::ExtCommTunnelEncapIs( content );
+}
+
+Kel::Ptr<const ExtComm> BgpParseExtComSubTypeTransOpaqueTunnelEncapRule::inhale(
+      const ExtCommContent& content ) const {
+   return extCommTunnelEncapFactory( content );
+}
+
+BgpParseExtCommTunnelEncapSm::BgpParseExtCommTunnelEncapSm(
+      const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections )
+      : BgpParseExtCommPluginBaseSm( ruleCollections ) {
+   handleStartup();
+}
+
+BgpParseExtCommTunnelEncapSm::Ptr BgpParseExtCommTunnelEncapSm::BgpParseExtCommTunnelEncapSmIs(
+      const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections ) {
+   Ptr sm = Kel::makePtr<BgpParseExtCommTunnelEncapSm>( ruleCollections );
+   sm->hasNotificationActiveIs( true );
+   return sm;
+}
+
+void BgpParseExtCommTunnelEncapSm::instantiateExtCommSubTypeTransOpaqueSubRule(
+      const BgpParseExtCommSubTypeTransOpaqueRuleKey& key,
+      const BgpParseExtCommControl& control ) const {
+   traceInstantiate( "instantiateExtCommSubTypeTransOpaqueSubRule",
+                     "BgpParseExtCommTunnelEncapSm" );
+   addExtCommSubTypeTransOpaqueSubRule(
+         key, bgpParseExtCommRuleFactory<BgpParseExtComSubTypeTransOpaqueTunnelEncapRule>(
+                    control, extCommPktSubtypeTransOpaqueEncapsulationExtendedCommunity ) );
+}
+
+BgpParseExtCommTunnelEncapSm::Ptr bgpParseExtCommTunnelEncapSmFactory(
+      const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections ) {
+   return BgpParseExtCommTunnelEncapSm::BgpParseExtCommTunnelEncapSmIs( ruleCollections );
+}
+
+} // namespace Routing::Bgp

@@ -1,0 +1,115 @@
+// OvBgp/Parse/ExtCommTunnelEncap.h: the encapsulation community, transitive
+// opaque type 0x03, subtype 0x0C, whose last two octets name a tunnel type
+// (TunnelType, the IANA numbers of BGP tunnel encapsulation types), with its
+// text forms ("TunnelEncap:tunnelTypeVxlan", "tunnelTypeUnknown-13"), the
+// sub-rule that builds it and the plug-in that registers it.
+//
+//   auto encap = extCommTunnelEncapFactory( ExtCommContent( 0x030c000000000008 ) );
+//   encap->tunnelType();  // tunnelTypeVxlan
+#pragma once
+
+#include "Kel/Enum.h"
+#include "OvBgp/OvBgpCommunity.h"
+#include "OvBgp/Parse/ExtCommPluginBase.h"
+#include "OvBgp/Parse/ExtCommRules.h"
+
+namespace Routing::Bgp {
+
+// TunnelType: the tunnel types the library names. The wire carries 16 bits;
+// tunnelTypeUnknown lies above them, so no content is ever it.
+enum TunnelType : U32 {
+   tunnelTypeL2tpv3OverIp = 1,
+   tunnelTypeGre = 2,
+   tunnelTypeIpInIp = 7,
+   tunnelTypeVxlan = 8,
+   tunnelTypeNvgre = 9,
+   tunnelTypeMpls = 10,
+   tunnelTypeMplsInGre = 11,
+   tunnelTypeVxlanGpe = 12,
+   tunnelTypeUnknown = 0x10000,
+};
+KEL_ENUM_DECLARE( TunnelType )
+
+// bgpIsValidEnumMember(): one of the eight named tunnel types (never
+// tunnelTypeUnknown).
+constexpr bool bgpIsValidEnumMember( TunnelType v ) noexcept {
+   switch ( v ) {
+      case tunnelTypeL2tpv3OverIp:
+      case tunnelTypeGre:
+      case tunnelTypeIpInIp:
+      case tunnelTypeVxlan:
+      case tunnelTypeNvgre:
+      case tunnelTypeMpls:
+      case tunnelTypeMplsInGre:
+      case tunnelTypeVxlanGpe:
+         return true;
+      case tunnelTypeUnknown:
+         return false;
+   }
+   return false;
+}
+
+// ExtCommTunnelEncap(): the tunnel type is bits 15..0; the four octets
+// before it are carried, not interpreted.
+class ExtCommTunnelEncap : public ExtCommSubtyped {
+ public:
+   using Ptr = Kel::Ptr<ExtCommTunnelEncap>;
+   using PtrConst = Kel::Ptr<const ExtCommTunnelEncap>;
+
+   explicit ExtCommTunnelEncap( const ExtCommContent& content ) noexcept
+         : ExtCommSubtyped( extCommClassificationTunnelEncap, content ) {}
+   static Ptr ExtCommTunnelEncapIs( const ExtCommContent& content );
+
+   // tunnelType(): the 16-bit value, a member or not.
+   TunnelType tunnelType() const noexcept { return TunnelType( getContent().localAdmin2Octets() ); }
+
+   // formatDerivedType(): <TunnelEncap 8:tunnelTypeVxlan 0x...>, with
+   // tunnelTypeUnknown (no number) for a value without a name.
+   void formatDerivedType( std::ostream& os ) const override;
+   // appendStrepForPolicy(): the member name or "tunnelTypeUnknown-N",
+   // prefixed "TunnelEncap:" with classification; no other flag counts.
+   void appendStrepForPolicy( StrepFormat format,
+                              OvFmt::DynamicBufferInterface& out ) const override;
+};
+
+// extCommTunnelEncapFactory(): a new value, notification on, not interned.
+ExtCommTunnelEncap::Ptr extCommTunnelEncapFactory( const ExtCommContent& content );
+
+// BgpParseExtComSubTypeTransOpaqueTunnelEncapRule(): type 0x03
+// subtype 0x0C; builds an encapsulation community.
+class BgpParseExtComSubTypeTransOpaqueTunnelEncapRule final
+      : public BgpParseExtComSubTypeTransOpaqueRuleBase {
+ public:
+   using Ptr = Kel::Ptr<BgpParseExtComSubTypeTransOpaqueTunnelEncapRule>;
+   using PtrConst = Kel::Ptr<const BgpParseExtComSubTypeTransOpaqueTunnelEncapRule>;
+
+   explicit BgpParseExtComSubTypeTransOpaqueTunnelEncapRule(
+         const BgpParseExtCommControl& control,
+         Subtype subType = extCommPktSubtypeTransOpaqueEncapsulationExtendedCommunity ) noexcept
+         : BgpParseExtComSubTypeTransOpaqueRuleBase( control, subType ) {}
+   Kel::Ptr<const ExtComm> inhale( const ExtCommContent& content ) const override;
+};
+
+// BgpParseExtCommTunnelEncapSm(): the plug-in that gives the transitive opaque
+// type rule its encapsulation sub-rule.
+class BgpParseExtCommTunnelEncapSm final : public BgpParseExtCommPluginBaseSm {
+ public:
+   using Ptr = Kel::Ptr<BgpParseExtCommTunnelEncapSm>;
+   using PtrConst = Kel::Ptr<const BgpParseExtCommTunnelEncapSm>;
+
+   // Construction offers the plug-in every type rule already registered.
+   explicit BgpParseExtCommTunnelEncapSm(
+         const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections );
+   static Ptr BgpParseExtCommTunnelEncapSmIs(
+         const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections );
+
+   void instantiateExtCommSubTypeTransOpaqueSubRule(
+         const BgpParseExtCommSubTypeTransOpaqueRuleKey& key,
+         const BgpParseExtCommControl& control ) const override;
+};
+
+// bgpParseExtCommTunnelEncapSmFactory(): a new plug-in, notification on.
+BgpParseExtCommTunnelEncapSm::Ptr bgpParseExtCommTunnelEncapSmFactory(
+      const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections );
+
+} // namespace Routing::Bgp
