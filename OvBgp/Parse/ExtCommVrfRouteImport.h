@@ -1,0 +1,77 @@
+// OvBgp/Parse/ExtCommVrfRouteImport.h: the VRF route import community,
+// transitive IPv4-address type 0x01, subtype 0x0B: an IPv4 address and a
+// 16-bit local value, with its text forms ("VRI:10.1.1.1:3",
+// "VRF-Route-Import:10.1.1.1:3"), the sub-rule that builds it and the
+// plug-in that registers it (only while the "Mvpn" toggle is on).
+//
+//   auto vri = extCommVrfRouteImportIpv4AddressFactory( ExtCommContent( 0x010b0a0101010003 ) );
+//   vri->toStrepForPolicy( ExtComm::strepFormatClassification );  // "VRI:10.1.1.1:3"
+#pragma once
+
+#include "OvBgp/Parse/ExtCommAsNumber.h"
+#include "OvBgp/Parse/ExtCommPluginBase.h"
+#include "OvBgp/Parse/ExtCommRules.h"
+
+namespace Routing::Bgp {
+
+// ExtCommVrfRouteImportIpv4Address(): address bits 47..16, local 15..0.
+class ExtCommVrfRouteImportIpv4Address : public ExtCommIpv4Address {
+ public:
+   using Ptr = Kel::Ptr<ExtCommVrfRouteImportIpv4Address>;
+   using PtrConst = Kel::Ptr<const ExtCommVrfRouteImportIpv4Address>;
+
+   explicit ExtCommVrfRouteImportIpv4Address( const ExtCommContent& content ) noexcept
+         : ExtCommIpv4Address( extCommClassificationVrfRouteImport, content ) {}
+   static Ptr ExtCommVrfRouteImportIpv4AddressIs( const ExtCommContent& content );
+
+   // formatDerivedType(): <VrfRouteImport 10.1.1.1:3 0x...>.
+   void formatDerivedType( std::ostream& os ) const override;
+   // appendStrepForPolicy(): "a.b.c.d:local", prefixed "VRI:" with
+   // classification, "VRF-Route-Import:" with classification and UI.
+   void appendStrepForPolicy( StrepFormat format,
+                              OvFmt::DynamicBufferInterface& out ) const override;
+};
+
+// extCommVrfRouteImportIpv4AddressFactory(): a new value, notification on,
+// not interned.
+ExtCommVrfRouteImportIpv4Address::Ptr extCommVrfRouteImportIpv4AddressFactory(
+      const ExtCommContent& content );
+
+// BgpParseExtComSubTypeTransIpv4AddressVrfRouteImportRule(): type 0x01
+// subtype 0x0B; builds a VRF route import community.
+class BgpParseExtComSubTypeTransIpv4AddressVrfRouteImportRule final
+      : public BgpParseExtComSubTypeTransIpv4AddressRuleBase {
+ public:
+   using Ptr = Kel::Ptr<BgpParseExtComSubTypeTransIpv4AddressVrfRouteImportRule>;
+   using PtrConst = Kel::Ptr<const BgpParseExtComSubTypeTransIpv4AddressVrfRouteImportRule>;
+
+   explicit BgpParseExtComSubTypeTransIpv4AddressVrfRouteImportRule(
+         const BgpParseExtCommControl& control,
+         Subtype subType = extCommPktSubtypeTransIpv4AddressVrfRouteImport ) noexcept
+         : BgpParseExtComSubTypeTransIpv4AddressRuleBase( control, subType ) {}
+   Kel::Ptr<const ExtComm> inhale( const ExtCommContent& content ) const override;
+};
+
+// BgpParseExtCommVrfRouteImportSm(): the plug-in that gives the transitive
+// IPv4-address type rule its VRF route import sub-rule.
+class BgpParseExtCommVrfRouteImportSm final : public BgpParseExtCommPluginBaseSm {
+ public:
+   using Ptr = Kel::Ptr<BgpParseExtCommVrfRouteImportSm>;
+   using PtrConst = Kel::Ptr<const BgpParseExtCommVrfRouteImportSm>;
+
+   // Construction offers the plug-in every type rule already registered.
+   explicit BgpParseExtCommVrfRouteImportSm(
+         const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections );
+   static Ptr BgpParseExtCommVrfRouteImportSmIs(
+         const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections );
+
+   void instantiateExtCommSubTypeTransIpv4AddressSubRule(
+         const BgpParseExtCommSubTypeTransIpv4AddressRuleKey& key,
+         const BgpParseExtCommControl& control ) const override;
+};
+
+// bgpParseExtCommVrfRouteImportSmFactory(): a new plug-in, notification on.
+BgpParseExtCommVrfRouteImportSm::Ptr bgpParseExtCommVrfRouteImportSmFactory(
+      const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections );
+
+} // namespace Routing::Bgp
