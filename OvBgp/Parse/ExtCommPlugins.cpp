@@ -4,17 +4,32 @@
 //   then VRF route import, only when the "Mvpn" toggle is on.
 // Each is built on the registry before the top-level rule exists, so its
 // sub-rules arrive through the registry's notification.
+#include "OvBgp/Parse/ExtCommColor.h"
 #include "OvBgp/Parse/ExtCommContainer.h"
+#include "OvBgp/Parse/ExtCommDefaultGateway.h"
+#include "OvBgp/Parse/ExtCommLinkBandwidth.h"
+#include "OvBgp/Parse/ExtCommOriginValidationState.h"
+#include "OvBgp/Parse/ExtCommRouteOrigin.h"
+#include "OvBgp/Parse/ExtCommRouteTarget.h"
+#include "OvBgp/Parse/ExtCommTunnelEncap.h"
+#include "OvBgp/Parse/ExtCommVrfRouteImport.h"
 
 namespace Routing::Bgp {
 
 BgpParseExtCommPluginList createExtCommParserSms(
       const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections, bool mvpnOn ) {
    BgpParseExtCommPluginList plugins;
-   // No typed community has its plug-in yet; each one joins the list above in
-   // its place.
-   (void)ruleCollections;
-   (void)mvpnOn;
+   plugins.reserve( 8 );
+   plugins.push_back( bgpParseExtCommRouteOriginSmFactory( ruleCollections ) );
+   plugins.push_back( bgpParseExtCommRouteTargetSmFactory( ruleCollections ) );
+   plugins.push_back( bgpParseExtCommTunnelEncapSmFactory( ruleCollections ) );
+   plugins.push_back( bgpParseExtCommDefaultGatewaySmFactory( ruleCollections ) );
+   plugins.push_back( bgpParseExtCommLinkBandwidthSmFactory( ruleCollections ) );
+   plugins.push_back( bgpParseExtCommColorSmFactory( ruleCollections ) );
+   plugins.push_back( bgpParseExtCommOriginValidationStateSmFactory( ruleCollections ) );
+   if ( mvpnOn ) {
+      plugins.push_back( bgpParseExtCommVrfRouteImportSmFactory( ruleCollections ) );
+   }
    return plugins;
 }
 
