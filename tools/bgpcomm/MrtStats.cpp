@@ -27,35 +27,19 @@ void insertNew( MrtStats::OctetSet& set, std::string_view octets ) {
       set.emplace( octets );
 }
 
-// appendWire(): the decoded values of the kind back in wire form.
-void appendWire( std::string& out, const CommunityValues& values, CommunityKind kind ) {
-   auto put32 = [ &out ]( U32 v ) {
-      char be[ 4 ] = { char( v >> 24 ), char( v >> 16 ), char( v >> 8 ), char( v ) };
-      out.append( be, 4 );
-   };
-   switch ( kind ) {
-      case CommunityKind::standard:
-         for ( U32 v : values.standard() )
-            put32( v );
-         return;
-      case CommunityKind::extended:
-         for ( U64 v : values.extended() ) {
-            put32( U32( v >> 32 ) );
-            put32( U32( v ) );
-         }
-         return;
-      case CommunityKind::large:
-         for ( const LargeValue& v : values.large() ) {
-            for ( U32 w : v )
-               put32( w );
-         }
-         return;
-      case CommunityKind::ip6Extended:
-         for ( const Ip6ExtendedValue& v : values.ip6Extended() ) {
-            out.append( reinterpret_cast<const char*>( v.data() ), v.size() );
-         }
-         return;
+// setKey(): the units of octets sorted and without repeats, as one string.
+// Every kind is big-endian, so octet order is value order.
+void setKey( std::string& key, std::vector<std::string_view>& units, std::span<const U8> octets,
+             size_t unit ) {
+   units.clear();
+   for ( size_t at = 0; at < octets.size(); at += unit ) {
+      units.emplace_back( reinterpret_cast<const char*>( octets.data() + at ), unit );
    }
+   std::sort( units.begin(), units.end() );
+   units.erase( std::unique( units.begin(), units.end() ), units.end() );
+   key.clear();
+   for ( std::string_view u : units )
+      key += u;
 }
 
 void appendRatio( std::string& out, U64 num, U64 den ) {
@@ -83,12 +67,9 @@ void MrtStats::add( const MrtRoute& route ) {
       ++k.attributes;
       k.octets += octets.size();
       k.values += octets.size() / unit;
-      // A list is its set of values: key it by the sorted, unique values in
-      // wire order. Lists repeat a lot, so the per-value work is done once per
-      // distinct list.
-      values_.decode( kind, octets );
-      key_.clear();
-      appendWire( key_, values_, kind );
+      // A list is its set of values. Lists repeat a lot, so the per-value
+      // work is done once per distinct list.
+      setKey( key_, units_, octets, unit );
       auto it = k.lists.find( std::string_view( key_ ) );
       if ( it != k.lists.end() ) {
          ++it->second;

@@ -7,13 +7,14 @@
 //   stats.print( out );
 #pragma once
 
-#include "tools/bgpcomm/CommunityValues.h"
+#include "tools/bgpcomm/CommunityKind.h"
 #include "tools/bgpcomm/MrtRouteSink.h"
 #include "tools/bgpcomm/OutputBuffer.h"
 
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
+#include <vector>
 
 namespace Bgpcomm {
 
@@ -62,7 +63,7 @@ class MrtStats {
    U64 routes_ = 0;
    std::array<PerKind, communityKindCount> kinds_;
    OctetSet routeTargets_;
-   CommunityValues values_;
+   std::vector<std::string_view> units_;
    std::string key_;
 };
 

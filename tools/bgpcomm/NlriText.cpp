@@ -64,63 +64,80 @@ size_t readVpn( U16 afi, std::span<const U8> data, std::string* text, const char
    return 1 + octets;
 }
 
-// otherLength(): the size of one NLRI of a family shown as hex, by the layout
-// the family's document gives; 0 when no layout is known.
-size_t otherLength( U16 afi, U8 safi, std::span<const U8> data, const char** why ) {
-   size_t n = data.size();
-   auto need = [ & ]( size_t total ) -> size_t {
-      if ( total > n ) {
-         *why = "NLRI runs past the end of its field";
-         return 0;
-      }
-      return total;
-   };
-   switch ( safi ) {
-      case 4:   // labeled unicast
-      case 73:  // SR policy
-      case 132: // route target constraint
-         return need( 1 + ( size_t( data[ 0 ] ) + 7 ) / 8 );
-      case 5:  // multicast VPN
-      case 70: // EVPN
-         return n < 2 ? need( 2 ) : need( 2 + data[ 1 ] );
-      case 65: // VPLS
-         return n < 2 ? need( 2 ) : need( 2 + loadU16( data.data() ) );
-      case 71: // BGP-LS
-      case 72:
-         return n < 4 ? need( 4 ) : need( 4 + loadU16( data.data() + 2 ) );
-      case 133: // flow specification
-      case 134:
-         if ( data[ 0 ] >= 0xf0 ) {
-            return n < 2 ? need( 2 ) : need( 2 + ( loadU16( data.data() ) & 0x0fff ) );
-         }
-         return need( 1 + data[ 0 ] );
-      default:
-         break;
-   }
-   (void)afi;
-   *why = "no NLRI layout known for this AFI/SAFI";
-   return 0;
-}
+// Layout: how one NLRI of a family says its own size.
+enum class Layout {
+   ipPrefix,     // bit length, then the octets it covers (unicast, multicast)
+   vpnPrefix,    // the same, counting labels and a route distinguisher
+   bits,         // a bit length of the whole NLRI, shown as hex
+   typeLength8,  // type octet, length octet
+   length16,     // 2-octet length
+   typeLength16, // 2-octet type, 2-octet length
+   flowSpec,     // 1-octet length below 240, else 12 bits of two octets
+   unknown,
+};
 
-bool safiHasKnownLayout( U8 safi ) {
+Layout layoutOf( U16 afi, U8 safi ) {
+   bool ip = afi == afiIpv4 || afi == afiIpv6;
    switch ( safi ) {
       case safiUnicast:
       case safiMulticast:
+         return ip ? Layout::ipPrefix : Layout::unknown;
       case safiMplsVpn:
-      case 4:
-      case 5:
-      case 65:
-      case 70:
-      case 71:
+         return ip ? Layout::vpnPrefix : Layout::unknown;
+      case 4:   // labeled unicast
+      case 73:  // SR policy
+      case 132: // route target constraint
+         return Layout::bits;
+      case 5:  // multicast VPN
+      case 70: // EVPN
+         return Layout::typeLength8;
+      case 65: // VPLS
+         return Layout::length16;
+      case 71: // BGP-LS
       case 72:
-      case 73:
-      case 132:
-      case 133:
+         return Layout::typeLength16;
+      case 133: // flow specification
       case 134:
-         return true;
+         return Layout::flowSpec;
       default:
-         return false;
+         return Layout::unknown;
    }
+}
+
+// hexLength(): the size of one NLRI of a family shown as hex; 0 (and why)
+// when the field is too short for it.
+size_t hexLength( Layout layout, std::span<const U8> data, const char** why ) {
+   size_t n = data.size();
+   size_t total = 0;
+   switch ( layout ) {
+      case Layout::bits:
+         total = 1 + ( size_t( data[ 0 ] ) + 7 ) / 8;
+         break;
+      case Layout::typeLength8:
+         total = n < 2 ? 2 : 2 + data[ 1 ];
+         break;
+      case Layout::length16:
+         total = n < 2 ? 2 : 2 + loadU16( data.data() );
+         break;
+      case Layout::typeLength16:
+         total = n < 4 ? 4 : 4 + loadU16( data.data() + 2 );
+         break;
+      case Layout::flowSpec:
+         if ( data[ 0 ] >= 0xf0 ) {
+            total = n < 2 ? 2 : 2 + ( loadU16( data.data() ) & 0x0fff );
+         } else {
+            total = 1 + data[ 0 ];
+         }
+         break;
+      default:
+         *why = "no NLRI layout known for this AFI/SAFI";
+         return 0;
+   }
+   if ( total > n ) {
+      *why = "NLRI runs past the end of its field";
+      return 0;
+   }
+   return total;
 }
 
 } // namespace
@@ -182,13 +199,7 @@ void appendRouteDistinguisher( std::string& out, const U8* rd ) {
    }
 }
 
-bool nlriLayoutKnown( U16 afi, U8 safi ) {
-   bool ip = afi == afiIpv4 || afi == afiIpv6;
-   if ( !ip && ( safi == safiUnicast || safi == safiMulticast || safi == safiMplsVpn ) ) {
-      return false;
-   }
-   return safiHasKnownLayout( safi );
-}
+bool nlriLayoutKnown( U16 afi, U8 safi ) { return layoutOf( afi, safi ) != Layout::unknown; }
 
 unsigned addressBits( U16 afi ) { return afi == afiIpv4 ? 32 : afi == afiIpv6 ? 128 : 0; }
 
@@ -197,8 +208,8 @@ size_t readNlri( U16 afi, U8 safi, std::span<const U8> data, std::string* text, 
       *why = "NLRI field is empty";
       return 0;
    }
-   bool ip = afi == afiIpv4 || afi == afiIpv6;
-   if ( ip && ( safi == safiUnicast || safi == safiMulticast ) ) {
+   Layout layout = layoutOf( afi, safi );
+   if ( layout == Layout::ipPrefix ) {
       unsigned bits = data[ 0 ];
       if ( bits > addressBits( afi ) ) {
          *why = "prefix longer than the address";
@@ -213,9 +224,9 @@ size_t readNlri( U16 afi, U8 safi, std::span<const U8> data, std::string* text, 
          appendPrefix( *text, afi, data.data() + 1, bits );
       return 1 + octets;
    }
-   if ( ip && safi == safiMplsVpn )
+   if ( layout == Layout::vpnPrefix )
       return readVpn( afi, data, text, why );
-   size_t length = otherLength( afi, safi, data, why );
+   size_t length = hexLength( layout, data, why );
    if ( length && text ) {
       *text += "nlri(";
       appendDecimal( *text, afi );
