@@ -3,6 +3,7 @@
 #include "tools/bgpcomm/Bgp4mpDecoder.h"
 #include "tools/bgpcomm/ByteSource.h"
 #include "tools/bgpcomm/MrtRecordReader.h"
+#include "tools/bgpcomm/TableDumpDecoder.h"
 #include "tools/bgpcomm/TableDumpV2Decoder.h"
 
 namespace Bgpcomm {
@@ -17,7 +18,8 @@ MrtFileSummary MrtReader::readFile( const std::string& path ) {
    ByteSource source( path );
    MrtRecordReader records( source );
    MrtDecodeContext ctx( sink_, path );
-   TableDumpV2Decoder tableDump( ctx );
+   TableDumpDecoder tableDump( ctx );
+   TableDumpV2Decoder tableDumpV2( ctx );
    Bgp4mpDecoder bgp4mp( ctx );
    MrtFileSummary summary;
    try {
@@ -26,8 +28,11 @@ MrtFileSummary MrtReader::readFile( const std::string& path ) {
          ++summary.records;
          std::string bad;
          switch ( record.type ) {
-            case mrtTableDumpV2:
+            case mrtTableDump:
                bad = tableDump.decode( record );
+               break;
+            case mrtTableDumpV2:
+               bad = tableDumpV2.decode( record );
                break;
             case mrtBgp4mp:
             case mrtBgp4mpEt:

@@ -1,6 +1,7 @@
-// MrtReader.h: reads MRT files (plain, gzip or bzip2) record by record and
-// hands every route to a sink. Bad records are reported to the same sink with
-// their offset and skipped; reading goes on while the framing holds.
+// MrtReader.h: reads MRT files (plain, gzip or bzip2) record by record (table
+// dumps of both versions, BGP4MP messages) and hands every route to a sink.
+// Bad records are reported to the same sink with their offset and skipped;
+// reading goes on while the framing holds.
 //
 //   MrtReader reader( sink );
 //   MrtFileSummary s = reader.readFile( "updates.20240101.0000.gz" );

@@ -436,6 +436,45 @@ TEST( MrtReader, Bgp4mpUpdatesGiveOneRoutePerAnnouncedPrefix ) {
    EXPECT_NE( got.problems[ 0 ].reason.find( "UPDATE NLRI" ), std::string::npos );
 }
 
+TEST( MrtReader, FirstVersionTableDumpsGiveOneRoutePerRecord ) {
+   MrtRecordBuilder b;
+   auto add = [ & ]( U16 subtype, const Octets& prefix, U8 bits, const Octets& peer, U16 as,
+                     const Octets& attrs ) {
+      b.beginRecord( 1000000000, 11, subtype );
+      b.u16( 0 ); // view
+      b.u16( 7 ); // sequence
+      b.bytes( prefix );
+      b.u8( bits );
+      b.u8( 1 ); // status
+      b.u32( 999999999 );
+      b.bytes( peer );
+      b.u16( as );
+      b.u16( U16( attrs.size() ) );
+      b.bytes( attrs );
+      b.endRecord();
+   };
+   add( 1, { 10, 1, 2, 3 }, 16, peerA, 65001, pathAttributes( { { 8, twoCommunities } } ) );
+   add( 2, hexOctets( "20010db8000100000000000000000000" ), 48, peerB, 65002,
+        pathAttributes( { { 32, oneLarge } } ) );
+   add( 1, { 10, 1, 0, 0 }, 40, peerA, 65001, {} ); // longer than the address
+   add( 3, {}, 0, {}, 0, {} );
+
+   RouteCollector got;
+   MrtFileSummary s = readMrtBytes( b.data(), got );
+   EXPECT_TRUE( s.readToEnd );
+   ASSERT_EQ( got.routes.size(), 2u );
+   EXPECT_EQ( got.routes[ 0 ].prefix, "10.1.0.0/16" ); // host bits cleared
+   EXPECT_EQ( got.routes[ 0 ].peer, "192.0.2.1" );
+   EXPECT_EQ( got.routes[ 0 ].peerAs, 65001u );
+   EXPECT_EQ( got.routes[ 0 ].community( CommunityKind::standard ), "fde80064fde800c8" );
+   EXPECT_EQ( got.routes[ 1 ].prefix, "2001:db8:1::/48" );
+   EXPECT_EQ( got.routes[ 1 ].peer, "2001:db8::2" );
+   EXPECT_EQ( got.routes[ 1 ].community( CommunityKind::large ), "fa56ea000000000100000002" );
+   ASSERT_EQ( got.problems.size(), 2u );
+   EXPECT_NE( got.problems[ 0 ].reason.find( "prefix length 40" ), std::string::npos );
+   EXPECT_EQ( got.problems[ 1 ].reason, "unknown TABLE_DUMP subtype 3; record skipped" );
+}
+
 TEST( MrtReader, ReadsTheBundledGoBgpDumpWithoutProblems ) {
    const char* source = std::getenv( "OVBGP_SOURCE_DIR" );
    if ( !source )
