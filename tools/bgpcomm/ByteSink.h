@@ -33,8 +33,6 @@ class ByteSink {
    void write( std::span<const U8> octets );
    // close(): flushes and closes; throws ByteSinkError. Later writes are errors.
    void close();
-   // compressed()
-   bool compressed() const { return gz_ != nullptr; }
 
  private:
    [[noreturn]] void fail( const std::string& what ) const;

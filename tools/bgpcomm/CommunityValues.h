@@ -26,21 +26,14 @@ using Ip6ExtendedValue = std::array<U8, 20>;
 // only when a route has more values than any before.
 class CommunityValues {
  public:
-   // decode(): fills the vector of the kind from octets (a multiple of its unit).
-   void decode( CommunityKind kind, std::span<const U8> octets );
-
-   const std::vector<U32>& standard() const { return standard_; }
-   const std::vector<U64>& extended() const { return extended_; }
-   const std::vector<LargeValue>& large() const { return large_; }
-   const std::vector<Ip6ExtendedValue>& ip6Extended() const { return ip6Extended_; }
-
-   // size(): values of the kind after the last decode().
-   size_t size( CommunityKind kind ) const;
-
-   // appendJson(): decode(), then the JSON array of the values.
+   // appendJson(): the JSON array of the values in octets (a multiple of the
+   // kind's unit).
    void appendJson( std::string& out, CommunityKind kind, std::span<const U8> octets );
 
  private:
+   void decode( CommunityKind kind, std::span<const U8> octets );
+   size_t size( CommunityKind kind ) const;
+
    std::vector<U32> standard_;
    std::vector<U64> extended_;
    std::vector<LargeValue> large_;

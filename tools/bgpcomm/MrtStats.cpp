@@ -91,10 +91,6 @@ size_t MrtStats::distinctLists( CommunityKind kind ) const {
    return kinds_[ communityKindIndex( kind ) ].lists.size();
 }
 
-size_t MrtStats::distinctValues( CommunityKind kind ) const {
-   return kinds_[ communityKindIndex( kind ) ].distinct.size();
-}
-
 void MrtStats::print( OutputBuffer& out, size_t topCommunities ) const {
    std::string& t = out.text();
    auto line = [ &t ]( const char* name, U64 value ) {

@@ -40,8 +40,6 @@ class MrtStats {
    }
    // distinctLists(): different lists (as sets) of the kind seen.
    size_t distinctLists( CommunityKind kind ) const;
-   // distinctValues()
-   size_t distinctValues( CommunityKind kind ) const;
    // routeTargets(): different route-target values, both extended sizes.
    size_t routeTargets() const { return routeTargets_.size(); }
 

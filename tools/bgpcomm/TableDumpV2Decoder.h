@@ -24,9 +24,6 @@ class TableDumpV2Decoder {
    // else why it is skipped whole (nothing of it was emitted then).
    std::string decode( const MrtRecord& record );
 
-   // peerCount(): peers in the last PEER_INDEX_TABLE read.
-   size_t peerCount() const { return peers_.size(); }
-
  private:
    struct Peer {
       std::string address;

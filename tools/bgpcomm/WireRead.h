@@ -24,7 +24,6 @@ class WireCursor {
  public:
    explicit WireCursor( std::span<const U8> data ) : data_( data ) {}
 
-   size_t offset() const { return pos_; }
    size_t left() const { return data_.size() - pos_; }
    bool atEnd() const { return pos_ == data_.size(); }
    const U8* here() const { return data_.data() + pos_; }
