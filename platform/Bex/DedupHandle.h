@@ -66,6 +66,18 @@ class DedupHandle : public Kel::PtrInterface {
    U32 userData() const noexcept { return userData_; }
    void userDataIs( U32 value ) noexcept { userData_ = value; }
 
+   // deleteRef(): Kel::PtrInterface::deleteRef() with a member's release
+   // inlined, for pointers whose type says they hold a handle (the hit path
+   // of every table: intern, use, drop). A release is one atomic decrement;
+   // the one that leaves only the table's reference goes to the table.
+   void deleteRef() const noexcept {
+      if ( tableShared() ) {
+         releaseMemberReference();
+      } else {
+         PtrInterface::deleteRef();
+      }
+   }
+
    // hash(): 32-bit hash of the content; equal contents hash equal.
    virtual U32 hash() const = 0;
    // compare(): true when other holds equal content.
@@ -80,7 +92,21 @@ class DedupHandle : public Kel::PtrInterface {
  private:
    friend class DedupHashTable;
 
-   void onLastOutsideReference() const noexcept override;
+   void releaseShared() const noexcept override { releaseMemberReference(); }
+   void releaseMemberReference() const noexcept {
+      // Read while this reference still keeps the handle in its table: once
+      // the count drops, another thread may detach and destroy it.
+      DedupHashTable* table = table_;
+      const U32 hash = tableHash_;
+      if ( refCountAtomic().fetch_sub( 1 ) <= 2 ) {
+         lastOutsideReferenceGone( table, this, hash );
+      }
+   }
+   // lastOutsideReferenceGone(): the count of handle just dropped to the
+   // table's own reference. Static: the handle may already be gone, so it is
+   // only an address here.
+   static void lastOutsideReferenceGone( DedupHashTable* table, const DedupHandle* handle,
+                                         U32 hash ) noexcept;
 
    std::atomic<DedupHandleState> state_{ dedupHandleStateNeverDeduped_ };
    U32 userData_ = 0;

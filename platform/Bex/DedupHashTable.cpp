@@ -31,14 +31,11 @@ T* allocateZeroed( size_t count ) {
 
 } // namespace
 
-void DedupHandle::onLastOutsideReference() const noexcept {
-   if ( DedupHashTable* table = table_ ) {
-      table->releaseMember( this );
-      return;
-   }
-   if ( refCountAtomic().fetch_sub( 1 ) == 1 ) {
-      onZeroReferences();
-   }
+void DedupHandle::lastOutsideReferenceGone( DedupHashTable* table, const DedupHandle* handle,
+                                            U32 hash ) noexcept {
+   // A table-shared handle always has its table: both are cleared together,
+   // and only once no outside reference is left.
+   table->releaseMember( handle, hash );
 }
 
 DedupHashTable::DedupHashTable( bool threadSafe )
@@ -132,12 +129,17 @@ void DedupHashTable::placeSlot( Shard& shard, U32 hash, DedupHandle* handle ) no
    shard.count.fetch_add( 1, std::memory_order_relaxed );
 }
 
-void DedupHashTable::eraseSlot( Shard& shard, const DedupHandle* handle ) noexcept {
-   U32 i = handle->tableHash_ & shard.mask;
-   while ( shard.slots[ i ].handle != handle ) {
-      KEL_ASSERT_MSG( shard.slots[ i ].handle, "member present in its table" );
-      i = ( i + 1 ) & shard.mask;
+U32 DedupHashTable::slotOf( const Shard& shard, U32 hash, const DedupHandle* handle ) noexcept {
+   // Compares addresses only: handle may be gone.
+   for ( U32 i = hash & shard.mask; shard.slots[ i ].handle; i = ( i + 1 ) & shard.mask ) {
+      if ( shard.slots[ i ].handle == handle ) {
+         return i;
+      }
    }
+   return kNoSlot;
+}
+
+void DedupHashTable::eraseSlot( Shard& shard, U32 i ) noexcept {
    // Backward-shift deletion: pull later entries of the probe run into the
    // hole unless they already sit between their home slot and the hole.
    U32 j = i;
@@ -157,16 +159,22 @@ void DedupHashTable::eraseSlot( Shard& shard, const DedupHandle* handle ) noexce
    shard.count.fetch_sub( 1, std::memory_order_relaxed );
 }
 
-void DedupHashTable::releaseMember( const DedupHandle* member ) noexcept {
+void DedupHashTable::releaseMember( const DedupHandle* member, U32 hash ) noexcept {
    auto* handle = const_cast<DedupHandle*>( member );
    {
-      Shard& shard = shardFor( handle->tableHash_ );
+      Shard& shard = shardFor( hash );
       ShardGuard guard( shard, threadSafe_ );
-      if ( handle->refCountAtomic().fetch_sub( 1 ) != 2 ) {
-         return; // a lookup took a new reference meanwhile
+      // The releasing thread holds no reference any more. Since its decrement
+      // a lookup may have taken one (the member stays), or that reference
+      // may have gone too and its release detached and destroyed the handle
+      // (no longer found). Only a handle found among the members, which the
+      // table's reference keeps alive, is touched.
+      const U32 slot = slotOf( shard, hash, handle );
+      if ( slot == kNoSlot || handle->refCountAtomic().load() != 1 ) {
+         return;
       }
       handle->dedupStateIs( dedupHandleStateBeingDetached_ );
-      eraseSlot( shard, handle );
+      eraseSlot( shard, slot );
       handle->tableSharedIs( false );
       handle->table_ = nullptr;
       if ( notifying_.load( std::memory_order_acquire ) ) {

@@ -8,10 +8,12 @@
 //   DedupHandle::Ptr canonical = table->dedup( candidate );
 //
 // The thread-safe variant splits the set into shards, each behind its own
-// spin lock. A member's last outside release decrements the count under the
-// shard's lock, and lookups take their reference under the same lock, so a
-// lookup never returns a member that is leaving and no thread touches a freed
-// one. Lifetime callbacks run under the shard's lock and, in the thread-safe
+// spin lock. Releases are lock-free decrements; the one that leaves only the
+// table's reference then takes the shard's lock and detaches the member if it
+// is still there with no outside reference. Lookups take their reference
+// under the same lock, so a lookup never returns a member that is leaving,
+// and a release that finds its handle revived or already gone leaves it
+// alone without touching it. Lifetime callbacks run under the shard's lock and, in the thread-safe
 // variant, one table-wide mutex, so notifiees see every table's events in the
 // order they happened and need no lock of their own; a callback must not
 // intern into or release the last outside reference of a member of the same
@@ -202,11 +204,14 @@ class DedupHashTable : public Kel::PtrInterface {
    // The shard helpers below run with the shard locked.
    static void growIfFull( Shard& shard );
    static void placeSlot( Shard& shard, U32 hash, DedupHandle* handle ) noexcept;
-   static void eraseSlot( Shard& shard, const DedupHandle* handle ) noexcept;
+   static constexpr U32 kNoSlot = ~U32( 0 );
+   static U32 slotOf( const Shard& shard, U32 hash, const DedupHandle* handle ) noexcept;
+   static void eraseSlot( Shard& shard, U32 slot ) noexcept;
    void notifyInsert( DedupHandle* handle );
    void notifyRemove( DedupHandle* handle );
-   // releaseMember(): a member's last outside reference is going.
-   void releaseMember( const DedupHandle* handle ) noexcept;
+   // releaseMember(): a member's outside references just dropped to none;
+   // handle is an identity until it is found among the members.
+   void releaseMember( const DedupHandle* handle, U32 hash ) noexcept;
 
    Shard* shards_;
    U32 shardCount_;

@@ -19,9 +19,9 @@
 namespace Kel {
 
 // PtrInterface: base of every counted object. The count is atomic and
-// sequentially consistent. Objects that live in an interning table route the
-// release that would leave only the table's own reference through
-// onLastOutsideReference(), so the table can decide under its own lock.
+// sequentially consistent. Releases of objects that live in an interning
+// table go through releaseShared(), so the table can decide what the last
+// outside reference means.
 class PtrInterface {
  public:
    PtrInterface() noexcept = default;
@@ -41,21 +41,13 @@ class PtrInterface {
    // newRef() / deleteRef(): what Ptr calls; rarely needed directly.
    void newRef() const noexcept { refCount_.fetch_add( 1 ); }
    void deleteRef() const noexcept {
-      if ( !tableShared_.load( std::memory_order_relaxed ) ) {
+      if ( !tableShared() ) {
          if ( refCount_.fetch_sub( 1 ) == 1 ) {
             onZeroReferences();
          }
          return;
       }
-      // An interned object: references beyond the table's own and ours can
-      // go without any lock; the last outside one is the table's business.
-      U32 count = refCount_.load();
-      while ( count > 2 ) {
-         if ( refCount_.compare_exchange_weak( count, count - 1 ) ) {
-            return;
-         }
-      }
-      onLastOutsideReference();
+      releaseShared();
    }
 
  protected:
@@ -63,18 +55,20 @@ class PtrInterface {
    // object; a class may first run work that needs the object alive.
    virtual void onZeroReferences() const noexcept { delete this; }
 
-   // onLastOutsideReference(): only for objects marked table-shared; called
-   // instead of a decrement that would leave the count at 1 or 0.
-   virtual void onLastOutsideReference() const noexcept {
+   // releaseShared(): every release of an object marked table-shared, in
+   // place of the plain decrement.
+   virtual void releaseShared() const noexcept {
       if ( refCount_.fetch_sub( 1 ) == 1 ) {
          onZeroReferences();
       }
    }
 
-   // Raw access for the interning table, which adjusts counts under its lock.
+   // Raw access for the interning table. The flag is published with release
+   // order, so whoever sees it set also sees the table's bookkeeping.
    std::atomic<U32>& refCountAtomic() const noexcept { return refCount_; }
+   bool tableShared() const noexcept { return tableShared_.load( std::memory_order_acquire ); }
    void tableSharedIs( bool shared ) const noexcept {
-      tableShared_.store( shared, std::memory_order_relaxed );
+      tableShared_.store( shared, std::memory_order_release );
    }
 
  private:
