@@ -452,9 +452,17 @@ TEST( DedupHashTableConcurrency, RacingLookupsInsertsAndReleasesKeepOneMemberPer
          return state;
       };
       DedupHandle::PtrConst held[ kHeld ];
+      // The answer has the content and is a member; while this thread holds
+      // the content, it is that very object (and what is held stays a member).
       auto check = [ & ]( const DedupHandle::PtrConst& p, U64 content ) {
          if ( !p || valueOf( p.ptr() ) != content || !p->isDeduped() ) {
             wrongAnswers.fetch_add( 1 );
+            return;
+         }
+         for ( const auto& h : held ) {
+            if ( h && valueOf( h.ptr() ) == content && ( h != p || !h->isDeduped() ) ) {
+               wrongAnswers.fetch_add( 1 );
+            }
          }
       };
       for ( U64 op = 0; op < kOpsPerThread; ++op ) {
