@@ -6,10 +6,9 @@
 
 #include "Kel/Exception.h"
 #include "OvBgp/ExtCommListDedupTable.h"
+#include "OvBgp/OvBgpCommunityListImpl.h"
 #include "OvBgp/RtExtCommListNotification.h"
 
-// List invariants are reported under the list module's name.
-#define OVBGP_LIST_ASSERT( cond, text ) KEL_ASSERT_SOURCE_MSG( cond, text, "OvBgp/OvBgpCommunityList" )
 
 namespace Routing::Bgp {
 

@@ -7,14 +7,13 @@
 #include "Acl/CommunityValue.h"
 #include "Kel/Exception.h"
 #include "KelStow/StoreManager.h"
-#include "OvBgp/ExtCommListDedupTable.h"
-#include "OvBgp/OvBgpSerialize.h"
 #include "OvBgp/BgpPathAttributeEnums.h"
+#include "OvBgp/ExtCommListDedupTable.h"
+#include "OvBgp/OvBgpCommunityListImpl.h"
+#include "OvBgp/OvBgpSerialize.h"
 #include "OvFmt/DynamicBuffer.h"
 #include "Routing/RouteMap/PosixRegex.h"
 
-// List invariants are reported under the list module's name.
-#define OVBGP_LIST_ASSERT( cond, text ) KEL_ASSERT_SOURCE_MSG( cond, text, "OvBgp/OvBgpCommunityList" )
 
 namespace Routing::Bgp {
 

@@ -31,6 +31,10 @@ inline Kel::TraceCategory traceBgpCommunityList( "BgpCommunityList" );
 // under, whichever file checks them.
 inline constexpr char commListAssertSource[] = "OvBgp/OvBgpCommunityList";
 
+// OVBGP_LIST_ASSERT(): a list invariant, reported under that module.
+#define OVBGP_LIST_ASSERT( cond, text )                                                  \
+   KEL_ASSERT_SOURCE_MSG( cond, text, ::Routing::Bgp::commListAssertSource )
+
 // sortUnique(): ascending, each value once.
 template <class T>
 void sortUnique( std::vector<T>& values ) {

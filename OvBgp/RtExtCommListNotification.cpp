@@ -5,17 +5,10 @@
 
 #include "Bex/DumpContext.h"
 #include "Kel/Trace.h"
+#include "OvBgp/OvBgpCommunityListImpl.h"
 
-// List invariants are reported under the list module's name.
-#define OVBGP_LIST_ASSERT( cond, text ) KEL_ASSERT_SOURCE_MSG( cond, text, "OvBgp/OvBgpCommunityList" )
 
 namespace Routing::Bgp {
-
-namespace {
-
-Kel::TraceCategory traceCommunityList( "BgpCommunityList" );
-
-} // namespace
 
 RtExtCommListLifeTimeNotifier::Ptr RtExtCommListLifeTimeNotifier::RtExtCommListLifeTimeNotifierIs(
       const RtExtCommClassificationList* list ) {
@@ -108,7 +101,7 @@ void RtExtCommListLifeTimeNotifiee::handleInsert( const Bex::DedupHandle::Ptr& h
                       "__null == rtExtCommList->lifeTimeNotifier()" );
    auto notifier = RtExtCommListLifeTimeNotifier::RtExtCommListLifeTimeNotifierIs( rtExtCommList );
    rtExtCommList->lifeTimeNotifierIs( notifier );
-   OVTRACE( traceCommunityList, 9, "%s:%d %s handle: %p rtExtCommListLifeTimeNotifier: %p", __FILE__,
+   OVTRACE( traceBgpCommunityList, 9, "%s:%d %s handle: %p rtExtCommListLifeTimeNotifier: %p", __FILE__,
             __LINE__, __func__, static_cast<const void*>( rtExtCommList ),
             static_cast<const void*>( notifier.ptr() ) );
    collection_->rtExtCommListIs( notifier );
@@ -116,7 +109,7 @@ void RtExtCommListLifeTimeNotifiee::handleInsert( const Bex::DedupHandle::Ptr& h
 
 void RtExtCommListLifeTimeNotifiee::handleRemove( Bex::DedupHandle* handle ) {
    auto* rtExtCommList = static_cast<RtExtCommClassificationList*>( handle );
-   OVTRACE( traceCommunityList, 9, "%s:%d %s handle: %p", __FILE__, __LINE__, __func__,
+   OVTRACE( traceBgpCommunityList, 9, "%s:%d %s handle: %p", __FILE__, __LINE__, __func__,
             static_cast<const void*>( rtExtCommList ) );
    const auto lifeTimeNotifier = rtExtCommList->lifeTimeNotifier();
    OVBGP_LIST_ASSERT( nullptr != lifeTimeNotifier, "__null != lifeTimeNotifier" );
@@ -126,7 +119,7 @@ void RtExtCommListLifeTimeNotifiee::handleRemove( Bex::DedupHandle* handle ) {
 
 void RtExtCommListLifeTimeNotifiee::handleNotificationStop(
       const Kel::Ptr<const Bex::DedupHashTable>& table ) {
-   OVTRACE( traceCommunityList, 9, "%s:%d %s table: %p", __FILE__, __LINE__, __func__,
+   OVTRACE( traceBgpCommunityList, 9, "%s:%d %s table: %p", __FILE__, __LINE__, __func__,
             static_cast<const void*>( table.ptr() ) );
    const std::vector<RtExtCommListLifeTimeNotifier::PtrConst> members(
          collection_->rtExtCommList().begin(), collection_->rtExtCommList().end() );
