@@ -6,6 +6,9 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cstdlib>
+#include <filesystem>
+#include <iostream>
 #include <random>
 #include <thread>
 
@@ -16,6 +19,7 @@
 #include "OvBgp/Parse/ExtComm.h"
 #include "Routing/Bgp/OvBgpGlobals.h"
 #include "Routing/RouteMap/PosixRegex.h"
+#include "tests/OvBgp/RunSelf.h"
 
 namespace Routing::Bgp {
 namespace {
@@ -245,6 +249,62 @@ TEST_F( ExtCommListTest, StoreImageRebuildsTheSameList ) {
    EXPECT_THROW( ExtCommList::destow( store->translate( list->commVector()[ 0 ]->stow( store.ptr() ) ),
                                       store.ptr() ),
                  KelStow::StoreException );
+}
+
+// What a list must look like after a rebuild: the wire octets, every member
+// with its classification, and the flags its parts give it (the flags that
+// only interning computes are not part of a rebuilt image).
+Kel::String describe( const ExtCommList& list ) {
+   Kel::String text = hex( list.serialize( ExtCommList::Serialization::all ) ) + " lb " +
+                      std::to_string( list.hasLinkBandwidth() );
+   for ( const auto& comm : list.commVector() ) {
+      text += " " + std::to_string( comm->classification() );
+   }
+   return text;
+}
+
+constexpr const char* kStoreVariable = "EXTCOMMLIST_TEST_STORE";
+
+// Runs only in the process that the store test starts.
+TEST( ExtCommListStoreChild, RebuildFromFile ) {
+   const char* path = std::getenv( kStoreVariable );
+   if ( !path ) {
+      GTEST_SKIP() << "helper of ExtCommListTest.StoreImageRebuildsInAFreshProcess";
+   }
+   auto store = KelStow::StoreManager::openFile( path );
+   const auto* slots = static_cast<const U64*>( store->translate( store->root(), 8 ) );
+   for ( U64 i = 1; i <= slots[ 0 ]; ++i ) {
+      auto list = ExtCommList::destow( store->translate( slots[ i ] ), store.ptr() );
+      std::cout << "list " << describe( *list ) << "\n";
+   }
+}
+
+TEST_F( ExtCommListTest, StoreImageRebuildsInAFreshProcess ) {
+   const std::vector<ExtCommList::PtrConst> lists = {
+      intern( { kRt100, kLbLow, kQos } ), intern( {} ), intern( { kValidation, kLbHigh, kLbLow } ),
+      intern( { kOrigin, kRt200 } ) };
+   const std::string path = ( std::filesystem::temp_directory_path() /
+                              ( "extcommlist_store_" + std::to_string( ::getpid() ) ) )
+                                  .string();
+   std::string expected;
+   {
+      auto store = KelStow::StoreManager::createFile( path );
+      std::vector<U64> offsets;
+      for ( const auto& list : lists ) {
+         offsets.push_back( list->stow( store.ptr() ) );
+         expected += "list " + describe( *list ) + "\n";
+      }
+      const U64 root = store->allocate( 8 * ( offsets.size() + 1 ), 8 );
+      auto* slots = static_cast<U64*>( store->translate( root, 8 * ( offsets.size() + 1 ) ) );
+      slots[ 0 ] = offsets.size();
+      std::copy( offsets.begin(), offsets.end(), slots + 1 );
+      store->rootIs( root );
+      store->sync();
+   }
+   RunSelfResult child = runSelf( "ExtCommListStoreChild.RebuildFromFile", { { kStoreVariable, path } } );
+   std::filesystem::remove( path );
+   ASSERT_EQ( 0, child.exitCode ) << child.out << child.err;
+   EXPECT_NE( child.out.find( expected ), std::string::npos ) << child.out;
 }
 
 TEST( ExtCommClassificationLists, KeepOneListPerKindInOrder ) {
