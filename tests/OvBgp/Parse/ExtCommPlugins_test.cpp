@@ -127,20 +127,21 @@ TEST_F( ExtCommPluginsTest, EveryPairInternsToItsClassOrFallback ) {
    EXPECT_EQ( table_->dedupTable()->size(), 0u );
 }
 
-TEST_F( ExtCommPluginsTest, AsLayoutsFollowTheTypeOctet ) {
-   auto two = intern( 0x0002fde800000064 );
-   auto four = intern( 0x0202fde800640005 );
-   auto origin = intern( 0x0203fde800640005 );
-   EXPECT_FALSE( dynamic_cast<const ExtCommRouteTargetAs&>( *two ).fourByteAs() );
-   EXPECT_TRUE( dynamic_cast<const ExtCommRouteTargetAs&>( *four ).fourByteAs() );
-   EXPECT_TRUE( dynamic_cast<const ExtCommRouteOriginAs&>( *origin ).fourByteAs() );
-   EXPECT_EQ( four->toStrepForUI( true, false, false ), "Route-Target-AS4:65000.100:5" );
-   EXPECT_EQ( intern( 0x0003fde800000064 )->toStrepForPolicy( ExtComm::strepFormatClassification ),
-              "SoO:65000:100" );
-   EXPECT_EQ( intern( 0x0102c0a80001002a )->toStrep(),
-              "<RouteTarget 192.168.0.1:42 0x0102c0a80001002a>" );
-   EXPECT_EQ( intern( 0x4004fde84cee6b28 )->toStrepForUI( false, false, false ),
-              "Link-Bandwidth-AS:65000:1 Gbps" );
+// The AS sub-rules choose the layout by their type: 2-octet under 0x00,
+// 4-octet under 0x02.
+TEST_F( ExtCommPluginsTest, AsSubRulesFollowTheTypeOctet ) {
+   EXPECT_FALSE(
+         dynamic_cast<const ExtCommAsNumber&>( *intern( 0x0002fde800000064 ) ).fourByteAs() );
+   EXPECT_TRUE(
+         dynamic_cast<const ExtCommAsNumber&>( *intern( 0x0202fde800640005 ) ).fourByteAs() );
+   EXPECT_FALSE(
+         dynamic_cast<const ExtCommAsNumber&>( *intern( 0x0003fde800000064 ) ).fourByteAs() );
+   EXPECT_TRUE(
+         dynamic_cast<const ExtCommAsNumber&>( *intern( 0x0203fde800640005 ) ).fourByteAs() );
+   EXPECT_FALSE(
+         dynamic_cast<const ExtCommAsNumber&>( *intern( 0x4004fde84cee6b28 ) ).fourByteAs() );
+   EXPECT_EQ( intern( 0x0202fde800640005 )->toStrepForUI( true, false, false ),
+              "Route-Target-AS4:65000.100:5" );
 }
 
 TEST_F( ExtCommPluginsTest, InternedRouteTargetsOfAllLayoutsReachTheProducerList ) {
@@ -182,10 +183,12 @@ TEST_F( ExtCommPluginsTest, ContainerQueuesThePluginsInTheirOrder ) {
    EXPECT_EQ( queued, expected );
 }
 
-TEST_F( ExtCommPluginsTest, MvpnOnGivesVrfRouteImport ) {
-   if ( !BgpParseExtCommContainerSm::mvpnToggleOn() ) {
-      GTEST_SKIP() << "the Mvpn toggle is off in this process";
+// Without a toggle directory (the normal run) Mvpn is on by default.
+TEST_F( ExtCommPluginsTest, MvpnOnByDefaultGivesVrfRouteImport ) {
+   if ( std::getenv( "OV_TOGGLE_DIR" ) ) {
+      GTEST_SKIP() << "a toggle directory is set in this process";
    }
+   ASSERT_TRUE( BgpParseExtCommContainerSm::mvpnToggleOn() );
    auto value = intern( 0x010b0a0101010003 );
    EXPECT_EQ( typeOf( value ), typeid( ExtCommVrfRouteImportIpv4Address ) );
    EXPECT_EQ( value->classification(), extCommClassificationVrfRouteImport );

@@ -4,8 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <sstream>
-
 #include "Kel/Exception.h"
 
 namespace Routing::Bgp {
@@ -36,13 +34,6 @@ TEST( TunnelType, TextServices ) {
    EXPECT_EQ( TunnelTypeInstance( Kel::String( "tunnelTypeGre" ) ), tunnelTypeGre );
    EXPECT_EQ( TunnelTypeInstance( 9 ), tunnelTypeNvgre );
    EXPECT_THROW( TunnelTypeInstance( Kel::String( "tunnelTypeBogus" ) ), Kel::RangeException );
-   TunnelType parsed = tunnelTypeUnknown;
-   const std::string text = "tunnelTypeL2tpv3OverIp";
-   sequenceToValue( text.data(), text.data() + text.size(), &parsed );
-   EXPECT_EQ( parsed, tunnelTypeL2tpv3OverIp );
-   std::ostringstream os;
-   os << tunnelTypeIpInIp;
-   EXPECT_EQ( os.str(), "tunnelTypeIpInIp" );
 }
 
 TEST( ExtCommTunnelEncap, FormsOnlyHonourClassification ) {
