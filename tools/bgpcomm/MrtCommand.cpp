@@ -1,6 +1,7 @@
 #include "tools/bgpcomm/Commands.h"
 
 #include "tools/bgpcomm/ByteSource.h"
+#include "tools/bgpcomm/InterningSink.h"
 #include "tools/bgpcomm/MrtReader.h"
 #include "tools/bgpcomm/MrtStats.h"
 #include "tools/bgpcomm/ProgressBar.h"
@@ -13,21 +14,23 @@ namespace Bgpcomm {
 
 namespace {
 
-// CommandSink: routes to the printer or the statistics, problems to the
-// error stream as "file: record at offset N: reason".
-class CommandSink : public MrtRouteSink {
+// CommandSink: interned routes to the printer or the statistics, problems
+// to the error stream as "file: record at offset N: reason".
+class CommandSink : public InternedRouteSink {
  public:
-   CommandSink( OutputBuffer& out, std::FILE* err, bool json, bool stats )
+   CommandSink( const CommunityTables& tables, OutputBuffer& out, std::FILE* err, bool json,
+                bool stats )
          : out_( out ),
            err_( err ),
            printer_( out, json ? RoutePrinter::Format::json : RoutePrinter::Format::lines ),
-           statsWanted_( stats ) {}
+           statsWanted_( stats ),
+           stats_( tables ) {}
 
-   void route( const MrtRoute& route ) override {
+   void route( const MrtRoute& route, const InternedRoute& lists ) override {
       if ( statsWanted_ ) {
-         stats_.add( route );
+         stats_.add( route, lists );
       } else {
-         printer_.print( route );
+         printer_.print( route, lists );
       }
    }
 
@@ -57,8 +60,10 @@ U64 fileSize( const std::string& path ) {
 
 int runMrt( const CommandLine& cl, std::FILE* out, std::FILE* err ) {
    OutputBuffer buffer( out );
-   CommandSink sink( buffer, err, cl.json, cl.stats );
-   MrtReader reader( sink );
+   CommunityTables tables;
+   CommandSink sink( tables, buffer, err, cl.json, cl.stats );
+   InterningSink interning( tables, sink );
+   MrtReader reader( interning );
    int status = exitOk;
    for ( const std::string& path : cl.operands ) {
       std::optional<ProgressBar> bar;

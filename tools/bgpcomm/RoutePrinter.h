@@ -1,15 +1,17 @@
 // RoutePrinter.h: one route as one line of output: tab-separated columns
-// (prefix, peer, then the four community lists, "-" where absent), or a JSON
-// object per line. Until the library's lists are wired in, a list column
-// shows the attribute's raw octets in hex and JSON carries the values only.
+// (prefix, peer, then the texts of the four interned lists, "-" where
+// absent), or a JSON object per line with each present list's values and
+// text (one UI form per value for extended communities).
 //
 //   RoutePrinter printer( out, RoutePrinter::Format::json );
-//   printer.print( route ); // {"prefix": "10.1.0.0/24", "peer": ..., "communities": ...}
+//   printer.print( route, lists ); // {"prefix": "10.1.0.0/24", "peer": ..., "communities": ...}
 #pragma once
 
-#include "tools/bgpcomm/CommunityValues.h"
-#include "tools/bgpcomm/MrtRouteSink.h"
+#include "tools/bgpcomm/InternedRoute.h"
+#include "tools/bgpcomm/ListText.h"
 #include "tools/bgpcomm/OutputBuffer.h"
+
+#include <string>
 
 namespace Bgpcomm {
 
@@ -21,15 +23,16 @@ class RoutePrinter {
    RoutePrinter( OutputBuffer& out, Format format ) : out_( out ), format_( format ) {}
 
    // print()
-   void print( const MrtRoute& route );
+   void print( const MrtRoute& route, const InternedRoute& lists );
 
  private:
-   void printLine( const MrtRoute& route );
-   void printJson( const MrtRoute& route );
+   void printLine( const MrtRoute& route, const InternedRoute& lists );
+   void printJson( const MrtRoute& route, const InternedRoute& lists );
 
    OutputBuffer& out_;
    Format format_;
-   CommunityValues values_;
+   ListText text_;
+   std::string scratch_; // one text before escaping, reused
 };
 
 // appendJsonString(): a JSON string literal, escaped.

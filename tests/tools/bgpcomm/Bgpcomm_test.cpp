@@ -9,68 +9,19 @@
 namespace BgpcommTest {
 namespace {
 
-// Invocation: one bgpcomm run with what it printed.
-struct Invocation {
-   int status = -1;
-   std::string out;
-   std::string err;
-};
-
-std::string slurp( std::FILE* f ) {
-   std::rewind( f );
-   std::string s;
-   char buf[ 4096 ];
-   while ( size_t n = std::fread( buf, 1, sizeof buf, f ) )
-      s.append( buf, n );
-   std::fclose( f );
-   return s;
-}
-
-Invocation bgpcomm( std::vector<std::string> args ) {
-   std::vector<const char*> argv = { "bgpcomm" };
-   for ( const std::string& a : args )
-      argv.push_back( a.c_str() );
-   std::FILE* out = std::tmpfile();
-   std::FILE* err = std::tmpfile();
-   Invocation r;
-   r.status = runBgpcomm( int( argv.size() ), argv.data(), out, err );
-   r.out = slurp( out );
-   r.err = slurp( err );
-   return r;
-}
-
 size_t lines( const std::string& s ) { return size_t( std::count( s.begin(), s.end(), '\n' ) ); }
-
-TEST( Bgpcomm, DecodePrintsGoodInputAndFailsWithStatus2OnBad ) {
-   Invocation ok =
-         bgpcomm( { "decode", "--json", "c00808fde80064fde800c8", "fa56ea000000000100000002" } );
-   EXPECT_EQ( ok.status, 0 );
-   EXPECT_EQ( ok.out,
-              "{\"input\": \"c00808fde80064fde800c8\", \"kind\": \"communities\", "
-              "\"attribute\": true, \"values\": [4259840100, 4259840200]}\n"
-              "{\"input\": \"fa56ea000000000100000002\", \"kind\": \"largeCommunities\", "
-              "\"attribute\": false, \"values\": [[4200000000, 1, 2]]}\n" );
-   EXPECT_EQ( ok.err, "" );
-
-   Invocation bad = bgpcomm( { "decode", "fde80064", "c00806fde80064fde8" } );
-   EXPECT_EQ( bad.status, 2 );
-   EXPECT_EQ( lines( bad.out ), 1u );
-   EXPECT_EQ( bad.err,
-              "bgpcomm: decode 'c00806fde80064fde8': COMMUNITIES attribute length 6 "
-              "is not a multiple of 4\n" );
-}
 
 TEST( Bgpcomm, MrtExitStatusSaysWhetherEverythingWasRead ) {
    std::string good = tempPath( "good.mrt" );
-   Invocation gen = bgpcomm( { "gen", "--routes", "500", "--seed", "9", "-o", good } );
+   Invocation gen = runTool( { "gen", "--routes", "500", "--seed", "9", "-o", good } );
    ASSERT_EQ( gen.status, 0 ) << gen.err;
    EXPECT_NE( gen.out.find( "500 routes" ), std::string::npos );
 
-   Invocation read = bgpcomm( { "mrt", good } );
+   Invocation read = runTool( { "mrt", good } );
    EXPECT_EQ( read.status, 0 );
    EXPECT_EQ( lines( read.out ), 500u );
    EXPECT_EQ( read.err, "" );
-   Invocation json = bgpcomm( { "mrt", "--json", good } );
+   Invocation json = runTool( { "mrt", "--json", good } );
    EXPECT_EQ( lines( json.out ), 500u );
    EXPECT_EQ( json.out.rfind( "{\"prefix\": ", 0 ), 0u );
 
@@ -92,7 +43,7 @@ TEST( Bgpcomm, MrtExitStatusSaysWhetherEverythingWasRead ) {
    writeFile( bad, b.data() );
    std::string missing = tempPath( "missing.mrt" );
 
-   Invocation withProblem = bgpcomm( { "mrt", bad } );
+   Invocation withProblem = runTool( { "mrt", bad } );
    EXPECT_EQ( withProblem.status, 3 );
    EXPECT_EQ( withProblem.out, "10.1.0.0/24\t192.0.2.1\t-\t-\t-\t-\n" );
    EXPECT_EQ( withProblem.err, bad + ": record at offset " + std::to_string( ribAt ) +
@@ -100,17 +51,17 @@ TEST( Bgpcomm, MrtExitStatusSaysWhetherEverythingWasRead ) {
                                      "route shown without it\n" );
 
    // An unreadable file is a status 2, and the other files are still read.
-   Invocation unreadable = bgpcomm( { "mrt", "--stats", missing, good } );
+   Invocation unreadable = runTool( { "mrt", "--stats", missing, good } );
    EXPECT_EQ( unreadable.status, 2 );
    EXPECT_NE( unreadable.err.find( missing + ": No such file" ), std::string::npos );
    EXPECT_NE( unreadable.out.find( "routes: 500\n" ), std::string::npos );
 
-   Invocation usage = bgpcomm( { "mrt", "--bogus", good } );
+   Invocation usage = runTool( { "mrt", "--bogus", good } );
    EXPECT_EQ( usage.status, 2 );
    EXPECT_EQ( usage.err.rfind( "bgpcomm: unknown option '--bogus' for mrt\nusage:", 0 ), 0u );
 
    Invocation cannotWrite =
-         bgpcomm( { "gen", "--routes", "5", "-o", testing::TempDir() + "no/such/dir.mrt" } );
+         runTool( { "gen", "--routes", "5", "-o", testing::TempDir() + "no/such/dir.mrt" } );
    EXPECT_EQ( cannotWrite.status, 2 );
    EXPECT_NE( cannotWrite.err.find( "No such file" ), std::string::npos );
 }

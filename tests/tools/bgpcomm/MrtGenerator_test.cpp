@@ -1,6 +1,7 @@
 #include "MrtTestSupport.h"
 
 #include "tools/bgpcomm/ByteSink.h"
+#include "tools/bgpcomm/InterningSink.h"
 #include "tools/bgpcomm/MrtGenerator.h"
 #include "tools/bgpcomm/MrtStats.h"
 
@@ -29,9 +30,10 @@ TEST( MrtGenerator, SameSeedSameOctetsOtherSeedOtherOctets ) {
 }
 
 // StatsSink: statistics plus the extended community type/subtype pairs seen.
-struct StatsSink : MrtRouteSink {
-   void route( const MrtRoute& r ) override {
-      stats.add( r );
+struct StatsSink : InternedRouteSink {
+   explicit StatsSink( const CommunityTables& tables ) : stats( tables ) {}
+   void route( const MrtRoute& r, const InternedRoute& lists ) override {
+      stats.add( r, lists );
       auto ext = r.community( CommunityKind::extended );
       for ( size_t i = 0; i < ext.size(); i += 8 )
          types.insert( U16( ext[ i ] << 8 | ext[ i + 1 ] ) );
@@ -57,8 +59,10 @@ TEST( MrtGenerator, TableLooksLikeARealOne ) {
       EXPECT_EQ( s.routes, routes );
       EXPECT_GT( s.ipv4Prefixes, s.ipv6Prefixes );
    }
-   StatsSink sink;
-   MrtFileSummary read = MrtReader( sink ).readFile( path );
+   CommunityTables tables;
+   StatsSink sink( tables );
+   InterningSink interning( tables, sink );
+   MrtFileSummary read = MrtReader( interning ).readFile( path );
    ASSERT_EQ( read.routes, routes );
    const MrtStats& st = sink.stats;
 
@@ -67,7 +71,7 @@ TEST( MrtGenerator, TableLooksLikeARealOne ) {
    EXPECT_LT( perRoute, 8.0 );
    EXPECT_NEAR( double( sink.ipv6 ) / routes, 0.2, 0.01 );
    auto share = [ & ]( CommunityKind k ) {
-      return double( st.attributes( k ) ) / routes;
+      return double( st.figures( k ).attributes ) / routes;
    };
    EXPECT_NEAR( share( CommunityKind::standard ), 0.92, 0.02 );
    EXPECT_NEAR( share( CommunityKind::large ), 0.30, 0.02 );
@@ -76,10 +80,10 @@ TEST( MrtGenerator, TableLooksLikeARealOne ) {
    EXPECT_GE( sink.peers.size(), 6u );
 
    // Few distinct sets, shared by many routes.
-   EXPECT_GT( st.distinctLists( CommunityKind::standard ), 1000u );
-   EXPECT_LE( st.distinctLists( CommunityKind::standard ), 3000u );
-   EXPECT_LE( st.distinctLists( CommunityKind::large ), 800u );
-   EXPECT_LE( st.distinctLists( CommunityKind::ip6Extended ), 40u );
+   EXPECT_GT( st.figures( CommunityKind::standard ).distinctLists, 1000u );
+   EXPECT_LE( st.figures( CommunityKind::standard ).distinctLists, 3000u );
+   EXPECT_LE( st.figures( CommunityKind::large ).distinctLists, 800u );
+   EXPECT_LE( st.figures( CommunityKind::ip6Extended ).distinctLists, 40u );
    EXPECT_GT( st.routeTargets(), 100u );
 
    // Every kind of extended community the generator promises.

@@ -1,12 +1,15 @@
 #include "MrtTestSupport.h"
 
+#include "tools/bgpcomm/Commands.h"
 #include "tools/bgpcomm/HexText.h"
 
 #include <gtest/gtest.h>
 
 #include <unistd.h>
 #include <atomic>
+#include <cstdlib>
 #include <fstream>
+#include <iterator>
 
 namespace BgpcommTest {
 
@@ -72,5 +75,42 @@ std::vector<U8> pathAttributes( const std::vector<std::pair<U8, std::vector<U8>>
 }
 
 std::vector<U8> hexOctets( const std::string& hex ) { return parseHex( hex ); }
+
+namespace {
+
+std::string slurp( std::FILE* f ) {
+   std::rewind( f );
+   std::string s;
+   char buf[ 4096 ];
+   while ( size_t n = std::fread( buf, 1, sizeof buf, f ) )
+      s.append( buf, n );
+   std::fclose( f );
+   return s;
+}
+
+} // namespace
+
+Invocation runTool( const std::vector<std::string>& args ) {
+   std::vector<const char*> argv = { "bgpcomm" };
+   for ( const std::string& a : args )
+      argv.push_back( a.c_str() );
+   std::FILE* out = std::tmpfile();
+   std::FILE* err = std::tmpfile();
+   Invocation r;
+   r.status = runBgpcomm( int( argv.size() ), argv.data(), out, err );
+   r.out = slurp( out );
+   r.err = slurp( err );
+   return r;
+}
+
+std::string sourceFile( const std::string& relative ) {
+   const char* source = std::getenv( "OVBGP_SOURCE_DIR" );
+   return source ? std::string( source ) + "/" + relative : std::string();
+}
+
+std::string readText( const std::string& path ) {
+   std::ifstream in( path, std::ios::binary );
+   return std::string( std::istreambuf_iterator<char>( in ), {} );
+}
 
 } // namespace BgpcommTest

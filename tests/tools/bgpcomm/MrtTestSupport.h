@@ -73,4 +73,21 @@ std::vector<U8> pathAttributes( const std::vector<std::pair<U8, std::vector<U8>>
 // hexOctets(): the octets of hex text (test shorthand).
 std::vector<U8> hexOctets( const std::string& hex );
 
+// Invocation: one bgpcomm run, in process, with what it printed.
+struct Invocation {
+   int status = -1;
+   std::string out;
+   std::string err;
+};
+
+// runTool(): runs bgpcomm with args (the program name is added).
+Invocation runTool( const std::vector<std::string>& args );
+
+// sourceFile(): a file of the source tree ("samples/x.mrt"), from
+// OVBGP_SOURCE_DIR; empty when that is not set.
+std::string sourceFile( const std::string& relative );
+
+// readText(): a whole file; empty when it cannot be read.
+std::string readText( const std::string& path );
+
 } // namespace BgpcommTest

@@ -1,0 +1,103 @@
+#include "MrtTestSupport.h"
+
+#include "tools/bgpcomm/InterningSink.h"
+#include "tools/bgpcomm/MrtStats.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+
+namespace BgpcommTest {
+namespace {
+
+using namespace Routing::Bgp;
+
+// Counted: routes through the interning sink into the statistics.
+struct Counted : InternedRouteSink {
+   explicit Counted( const CommunityTables& tables ) : stats( tables ) {}
+   void route( const MrtRoute& r, const InternedRoute& lists ) override { stats.add( r, lists ); }
+   void problem( const MrtProblem& ) override {}
+   MrtStats stats;
+};
+
+MrtRoute routeWith( const std::vector<U8>& standard, const std::vector<U8>& extended,
+                    const std::vector<U8>& large ) {
+   MrtRoute r;
+   r.prefix = "10.0.0.0/8";
+   r.peer = "192.0.2.1";
+   r.communities[ communityKindIndex( CommunityKind::standard ) ] = standard;
+   r.communities[ communityKindIndex( CommunityKind::extended ) ] = extended;
+   r.communities[ communityKindIndex( CommunityKind::large ) ] = large;
+   return r;
+}
+
+TEST( MrtStats, FiguresComeFromTheTablesListsAndValues ) {
+   CommunityTables tables;
+   Counted counted( tables );
+   InterningSink sink( tables, counted );
+   std::vector<U8> ab = hexOctets( "fde80064 ffffff01" ), baa = hexOctets( "ffffff01 fde80064 fde80064" ),
+                   a = hexOctets( "fde80064" );
+   std::vector<U8> rtLb = hexOctets( "0002fde800000064 4004fde84e6e6b28" ),
+                   rt = hexOctets( "0002fde800000064" ), rtOther = hexOctets( "0102c0000201000a" );
+   std::vector<U8> large = hexOctets( "fa56ea00 00000001 00000002" );
+   sink.route( routeWith( ab, rtLb, {} ) );
+   sink.route( routeWith( baa, rt, {} ) );
+   sink.route( routeWith( a, rtOther, large ) );
+   sink.route( routeWith( {}, rt, {} ) );
+   sink.route( routeWith( {}, {}, {} ) );
+   const MrtStats& s = counted.stats;
+
+   EXPECT_EQ( s.routes(), 5u );
+   KindFigures st = s.figures( CommunityKind::standard );
+   EXPECT_EQ( st.attributes, 3u );
+   EXPECT_EQ( st.values, 6u );
+   EXPECT_EQ( st.octets, 24u );
+   EXPECT_EQ( st.distinctValues, 2u );
+   EXPECT_EQ( st.distinctLists, 2u ); // {A, B} twice, {A} once
+   // Interned lists are trimmed to their values.
+   EXPECT_EQ( st.internedBytes, 2 * sizeof( CommList ) + 3 * sizeof( U32 ) );
+
+   KindFigures ext = s.figures( CommunityKind::extended );
+   EXPECT_EQ( ext.attributes, 4u );
+   EXPECT_EQ( ext.values, 5u );
+   EXPECT_EQ( ext.distinctValues, 3u );
+   EXPECT_EQ( ext.distinctLists, 3u );
+   EXPECT_GT( ext.internedBytes, 3 * sizeof( ExtCommList ) + 3 * sizeof( ExtComm ) );
+   EXPECT_EQ( s.routeTargets(), 2u );
+
+   KindFigures lg = s.figures( CommunityKind::large );
+   EXPECT_EQ( lg.attributes, 1u );
+   EXPECT_EQ( lg.distinctLists, 1u );
+   EXPECT_EQ( s.figures( CommunityKind::ip6Extended ).distinctLists, 0u );
+
+   EXPECT_EQ( s.topCommunities( 5 ),
+              ( std::vector<std::pair<U32, U64>>{ { 0xfde80064, 3 }, { 0xffffff01, 2 } } ) );
+
+   char* text = nullptr;
+   size_t size = 0;
+   std::FILE* f = open_memstream( &text, &size );
+   {
+      OutputBuffer out( f );
+      s.print( out );
+   }
+   std::fclose( f );
+   std::string printed( text, size );
+   std::free( text );
+   EXPECT_NE( printed.find( "routes: 5\n" ), std::string::npos ) << printed;
+   EXPECT_NE( printed.find( "communities: routes 3, values 6, distinct values 2, distinct lists 2, "
+                            "interning ratio 1.50, attribute octets 24, interned bytes " ),
+              std::string::npos )
+         << printed;
+   EXPECT_NE( printed.find( "interning ratio: 1.33 (attributes per distinct list, all kinds)\n" ),
+              std::string::npos )
+         << printed;
+   EXPECT_NE( printed.find( "route targets seen: 2 extended, 0 IPv6-address-specific\n" ),
+              std::string::npos );
+   EXPECT_NE( printed.find( "most common communities:\n   65000:100  3 routes\n"
+                            "   no-export  2 routes\n" ),
+              std::string::npos )
+         << printed;
+}
+
+} // namespace
+} // namespace BgpcommTest

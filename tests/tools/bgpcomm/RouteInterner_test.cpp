@@ -1,0 +1,125 @@
+#include "MrtTestSupport.h"
+
+#include "OvBgp/NotifyingRouteTargetList.h"
+#include "tools/bgpcomm/RouteInterner.h"
+#include "tools/bgpcomm/WireRead.h"
+
+#include <gtest/gtest.h>
+
+namespace BgpcommTest {
+namespace {
+
+using namespace Routing::Bgp;
+
+std::vector<U8> extended( std::initializer_list<U64> values ) {
+   std::vector<U8> o;
+   for ( U64 v : values ) {
+      for ( int i = 7; i >= 0; --i )
+         o.push_back( U8( v >> ( 8 * i ) ) );
+   }
+   return o;
+}
+
+TEST( RouteInterner, SameValuesInAnyOrderWithRepeatsAreOneListOfSortedUniqueValues ) {
+   CommunityTables tables;
+   RouteInterner interner( tables );
+
+   auto std1 = interner.communities( hexOctets( "ffffff01 fde800c8 fde80064 fde800c8" ) );
+   auto std2 = interner.communities( hexOctets( "fde80064 fde800c8 ffffff01" ) );
+   ASSERT_TRUE( std1 );
+   EXPECT_EQ( std1, std2 );
+   EXPECT_EQ( *std1->commVectorRawPtr(), ( std::vector<U32>{ 0xfde80064, 0xfde800c8, 0xffffff01 } ) );
+   EXPECT_TRUE( std1->noExport() );
+
+   auto large1 = interner.largeCommunities(
+         hexOctets( "fa56ea00 00000001 00000002  0000fde8 00000000 00000009" ) );
+   auto large2 = interner.largeCommunities( hexOctets(
+         "0000fde8 00000000 00000009  fa56ea00 00000001 00000002  0000fde8 00000000 00000009" ) );
+   ASSERT_TRUE( large1 );
+   EXPECT_EQ( large1, large2 );
+   EXPECT_EQ( large1->comms(), 2u );
+   EXPECT_EQ( ( *large1->commVectorRawPtr() )[ 0 ], Acl::CommunityValue( 65000, 0, 9 ) );
+
+   auto ext1 = interner.extCommunities( extended( { 0x4004fde84e6e6b28, 0x0002fde800000064 } ) );
+   auto ext2 = interner.extCommunities(
+         extended( { 0x0002fde800000064, 0x4004fde84e6e6b28, 0x0002fde800000064 } ) );
+   ASSERT_TRUE( ext1 );
+   EXPECT_EQ( ext1, ext2 );
+   ASSERT_EQ( ext1->comms(), 2u );
+   EXPECT_EQ( ext1->commVector()[ 0 ]->community(), 0x0002fde800000064u );
+   // Values come typed from the parse rules, and route targets reach the
+   // value table's set.
+   EXPECT_EQ( ext1->commVector()[ 0 ]->classification(), extCommClassificationRouteTarget );
+   EXPECT_TRUE( ext1->hasLinkBandwidth() );
+   EXPECT_EQ( tables.extComm()->producerRtList()->rtCount(), 1u );
+
+   std::vector<U8> rt6 = hexOctets( "000220010db80000000000000000000000010064" );
+   std::vector<U8> origin6 = hexOctets( "000320010db80000000000000000000000010064" );
+   std::vector<U8> both = origin6;
+   both.insert( both.end(), rt6.begin(), rt6.end() );
+   auto ip6a = interner.ipv6ExtCommunities( both );
+   auto ip6b = interner.ipv6ExtCommunities( std::vector<U8>( both.rbegin(), both.rend() ) );
+   ASSERT_TRUE( ip6a );
+   EXPECT_NE( ip6a, ip6b ); // reversed octets are other values
+   both.insert( both.end(), rt6.begin(), rt6.end() );
+   EXPECT_EQ( interner.ipv6ExtCommunities( both ), ip6a );
+   ASSERT_EQ( ip6a->comms(), 2u );
+   EXPECT_EQ( ip6a->commVector()[ 0 ]->content().subtypeOctet, 0x02 );
+
+   // One list built per content; the repeats were found.
+   EXPECT_EQ( interner.listsBuilt(), 5u );
+   EXPECT_EQ( tables.commList()->dedupTable()->size(), 1u );
+   EXPECT_EQ( tables.extCommList()->dedupTable()->size(), 1u );
+   EXPECT_EQ( tables.extCommIp6List()->dedupTable()->size(), 2u );
+}
+
+TEST( RouteInterner, NoOctetsNoListOtherValuesOtherList ) {
+   CommunityTables tables;
+   RouteInterner interner( tables );
+   EXPECT_FALSE( interner.communities( {} ) );
+   EXPECT_FALSE( interner.extCommunities( {} ) );
+   EXPECT_FALSE( interner.largeCommunities( {} ) );
+   EXPECT_FALSE( interner.ipv6ExtCommunities( {} ) );
+
+   MrtRoute route;
+   std::vector<U8> a = hexOctets( "fde80064" ), b = hexOctets( "fde80065" );
+   route.communities[ communityKindIndex( CommunityKind::standard ) ] = a;
+   InternedRoute lists;
+   interner.intern( route, &lists );
+   CommList::PtrConst first = lists.communities;
+   ASSERT_TRUE( first );
+   EXPECT_FALSE( lists.extCommunities || lists.largeCommunities || lists.ipv6ExtCommunities );
+   route.communities[ communityKindIndex( CommunityKind::standard ) ] = b;
+   interner.intern( route, &lists );
+   EXPECT_NE( lists.communities, first );
+   EXPECT_TRUE( lists.present( CommunityKind::standard ) );
+   EXPECT_FALSE( lists.present( CommunityKind::large ) );
+}
+
+TEST( RouteInterner, ListsOutliveTheirRoutesSoALaterRouteFindsThem ) {
+   CommunityTables tables;
+   RouteInterner interner( tables );
+   const CommList* address = interner.communities( hexOctets( "fde80064" ) ).ptr();
+   // Nobody but the interner holds it now: found again, not rebuilt.
+   EXPECT_EQ( interner.communities( hexOctets( "fde80064" ) ).ptr(), address );
+   EXPECT_EQ( interner.listsBuilt(), 1u );
+}
+
+TEST( RouteInterner, ExtendedListsPushedOutOfTheRecentSlotsAreStillTheSameObjects ) {
+   // More distinct lists than recent slots: those pushed out are rebuilt
+   // and found in the list table, never doubled.
+   CommunityTables tables;
+   RouteInterner interner( tables );
+   constexpr U64 lists = 6000;
+   std::vector<ExtCommList::PtrConst> first;
+   for ( U64 i = 0; i < lists; ++i )
+      first.push_back( interner.extCommunities( extended( { 0x0002fde800000000 | i } ) ) );
+   for ( U64 i = 0; i < lists; ++i )
+      ASSERT_EQ( interner.extCommunities( extended( { 0x0002fde800000000 | i } ) ), first[ i ] );
+   EXPECT_EQ( tables.extCommList()->dedupTable()->size(), lists );
+   EXPECT_EQ( tables.extComm()->dedupTable()->size(), lists );
+   EXPECT_GT( interner.listsBuilt(), lists ); // some were pushed out
+}
+
+} // namespace
+} // namespace BgpcommTest

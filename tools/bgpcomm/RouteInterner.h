@@ -1,0 +1,61 @@
+// RouteInterner.h: turns the octets of a community attribute into the one
+// interned list of the library's tables that holds its values (sorted, each
+// once). It keeps a reference to every distinct list it made, as the routes
+// of a RIB would, so that a list seen again is found, not rebuilt: a repeat
+// costs a sort of the values into a reused buffer and one lookup, and
+// allocates nothing.
+//
+//   RouteInterner interner( tables );
+//   CommList::PtrConst list = interner.communities( octets ); // null for no octets
+#pragma once
+
+#include "tools/bgpcomm/CommunityTables.h"
+#include "tools/bgpcomm/InternedRoute.h"
+
+#include <span>
+#include <vector>
+
+namespace Bgpcomm {
+
+// RouteInterner
+class RouteInterner {
+ public:
+   explicit RouteInterner( const CommunityTables& tables );
+
+   // intern(): all four lists of route into lists (null where absent).
+   void intern( const MrtRoute& route, InternedRoute* lists );
+
+   // One kind: octets is a whole number of the kind's unit; null when empty.
+   Routing::Bgp::CommList::PtrConst communities( std::span<const U8> octets );
+   Routing::Bgp::ExtCommList::PtrConst extCommunities( std::span<const U8> octets );
+   Routing::Bgp::LargeCommList::PtrConst largeCommunities( std::span<const U8> octets );
+   Routing::Bgp::ExtCommIp6List::PtrConst ipv6ExtCommunities( std::span<const U8> octets );
+
+   // listsBuilt(): lists that were not found and had to be built, all kinds.
+   U64 listsBuilt() const { return listsBuilt_; }
+
+ private:
+   // RecentLists<List>: extended lists have no lookup by content, so the
+   // last list interned for each hash of sorted contents is kept here and
+   // checked member by member.
+   template <class List>
+   struct RecentLists {
+      static constexpr size_t slots = 4096;
+      std::vector<typename List::PtrConst> slot = std::vector<typename List::PtrConst>( slots );
+   };
+
+   const CommunityTables& tables_;
+   std::vector<U32> standard_;
+   std::vector<Acl::CommunityValue> large_;
+   std::vector<U64> extended_;
+   std::vector<Routing::Bgp::ExtCommIp6Content> ip6Extended_;
+   RecentLists<Routing::Bgp::ExtCommList> recentExtended_;
+   RecentLists<Routing::Bgp::ExtCommIp6List> recentIp6Extended_;
+   std::vector<Routing::Bgp::CommList::PtrConst> keptStandard_;
+   std::vector<Routing::Bgp::LargeCommList::PtrConst> keptLarge_;
+   std::vector<Routing::Bgp::ExtCommList::PtrConst> keptExtended_;
+   std::vector<Routing::Bgp::ExtCommIp6List::PtrConst> keptIp6Extended_;
+   U64 listsBuilt_ = 0;
+};
+
+} // namespace Bgpcomm
