@@ -2,7 +2,8 @@
 """Reads a table dump that GoBGP wrote with `bgpcomm mrt --json` and checks,
 route by route, that bgpcomm sees exactly the community values that GoBGP
 holds in its RIB (`gobgp global rib -j`) and that bgpdump reads from the same
-file (`bgpdump -m -l`: standard and large communities).
+file (`bgpdump -m -l`: standard and large communities), and that every list
+comes with its text.
 
 Two daemons run on loopback addresses only: A originates routes carrying
 every community kind GoBGP can set; B learns them over iBGP, adds route
@@ -352,6 +353,22 @@ def gobgp_view(daemon):
     return view
 
 
+def check_text(prefix, kind, entry, count):
+    """Each list carries the library's text: one UI form per value for extended
+    communities, one string for the list otherwise, never empty; standard and
+    large values print as one word each."""
+    text = entry.get("text")
+    if kind == "extCommunities":
+        ok = (isinstance(text, list) and len(text) == count
+              and all(isinstance(t, str) and t for t in text))
+    elif kind in ("communities", "largeCommunities"):
+        ok = isinstance(text, str) and len(text.split()) == count
+    else:
+        ok = isinstance(text, str) and text != ""
+    if not ok:
+        raise Failure("%s %s: no proper \"text\" (%s)" % (prefix, kind, json.dumps(text)))
+
+
 def bgpcomm_view(bgpcomm, dump, peer, peer_as):
     r = subprocess.run([bgpcomm, "mrt", "--json", dump], capture_output=True, text=True)
     if r.returncode != 0:
@@ -371,6 +388,7 @@ def bgpcomm_view(bgpcomm, dump, peer, peer_as):
                     values = [tuple(v) for v in values]
                 if values != sorted(set(values)):
                     raise Failure("%s %s values not sorted and unique" % (route["prefix"], kind))
+                check_text(route["prefix"], kind, route[kind], len(values))
                 kinds[kind] = values
         view[route["prefix"]] = kinds
     return view

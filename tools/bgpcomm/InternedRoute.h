@@ -2,7 +2,7 @@
 // library's tables (null where the route carries no such attribute), and the
 // sink that receives routes with them.
 //
-//   struct Printer : InternedRouteSink { void route( const MrtRoute& r, const InternedRoute& l ) ... };
+//   struct Printer : InternedRouteSink { void route( const MrtRoute&, const InternedRoute& ) ... };
 //   if ( lists.communities ) lists.communities->toStrep(); // "65000:100 no-export"
 #pragma once
 

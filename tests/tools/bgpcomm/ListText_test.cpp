@@ -22,7 +22,8 @@ TEST( ListText, TextsAreTheLibrarysFormsForEveryListOfTheSample ) {
       hexOctets( "0603001122334455 1d05000100000002 4300000000000002 030c00000000000b" ) };
    std::vector<std::vector<U8>> large = { hexOctets( "ffffffff ffffffff ffffffff" ) };
    std::vector<std::vector<U8>> ip6 = {
-      hexOctets( "004b20010db80000000000000000000000010064 000320010db80000000000000000000000010064" ) };
+      hexOctets( "004b20010db80000000000000000000000010064"
+                 "000320010db80000000000000000000000010064" ) };
    std::vector<U8> longList;
    for ( U32 i = 0; i < 400; ++i ) {
       for ( U8 o : { U8( 0xfd ), U8( 0xe8 ), U8( i >> 8 ), U8( i ) } )

@@ -35,8 +35,8 @@ TEST( MrtStats, FiguresComeFromTheTablesListsAndValues ) {
    CommunityTables tables;
    Counted counted( tables );
    InterningSink sink( tables, counted );
-   std::vector<U8> ab = hexOctets( "fde80064 ffffff01" ), baa = hexOctets( "ffffff01 fde80064 fde80064" ),
-                   a = hexOctets( "fde80064" );
+   std::vector<U8> ab = hexOctets( "fde80064 ffffff01" );
+   std::vector<U8> baa = hexOctets( "ffffff01 fde80064 fde80064" ), a = hexOctets( "fde80064" );
    std::vector<U8> rtLb = hexOctets( "0002fde800000064 4004fde84e6e6b28" ),
                    rt = hexOctets( "0002fde800000064" ), rtOther = hexOctets( "0102c0000201000a" );
    std::vector<U8> large = hexOctets( "fa56ea00 00000001 00000002" );

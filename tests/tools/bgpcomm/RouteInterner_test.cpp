@@ -28,7 +28,8 @@ TEST( RouteInterner, SameValuesInAnyOrderWithRepeatsAreOneListOfSortedUniqueValu
    auto std2 = interner.communities( hexOctets( "fde80064 fde800c8 ffffff01" ) );
    ASSERT_TRUE( std1 );
    EXPECT_EQ( std1, std2 );
-   EXPECT_EQ( *std1->commVectorRawPtr(), ( std::vector<U32>{ 0xfde80064, 0xfde800c8, 0xffffff01 } ) );
+   EXPECT_EQ( *std1->commVectorRawPtr(),
+              ( std::vector<U32>{ 0xfde80064, 0xfde800c8, 0xffffff01 } ) );
    EXPECT_TRUE( std1->noExport() );
 
    auto large1 = interner.largeCommunities(
