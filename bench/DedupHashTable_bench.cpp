@@ -225,6 +225,8 @@ class CapturingReporter : public benchmark::ConsoleReporter {
                if ( !fresh ) {
                   it->second = std::min( it->second, perIteration );
                }
+               realTotal += run.real_accumulated_time;
+               cpuTotal += run.cpu_accumulated_time;
             }
             if ( run.repetitions <= 1 ) {
                shown.push_back( run );
@@ -248,6 +250,10 @@ class CapturingReporter : public benchmark::ConsoleReporter {
       ConsoleReporter::Finalize();
    }
 
+   // busyFactor(): real time over CPU time of the whole run; well above 1
+   // when other work on the machine took the processor away.
+   double busyFactor() const { return cpuTotal > 0 ? realTotal / cpuTotal : 1; }
+
    // time(): the best time of benchmark name (with its argument), or 0.
    double time( const std::string& name ) const {
       auto it = best.find( name );
@@ -257,6 +263,8 @@ class CapturingReporter : public benchmark::ConsoleReporter {
  private:
    std::map<std::string, double> best;
    std::vector<Run> shown;
+   double realTotal = 0;
+   double cpuTotal = 0;
 };
 
 void printRatio( const CapturingReporter& reporter, const std::string& what,
@@ -318,6 +326,10 @@ int main( int argc, char** argv ) {
    benchmark::RunSpecifiedBenchmarks( &reporter );
 
    std::printf( "\nbest real time per operation over the repetitions; contents queried in shuffled order\n" );
+   if ( reporter.busyFactor() > 1.3 ) {
+      std::printf( "note: the machine was busy (real time %.1fx CPU time): ratios are noisy\n",
+                   reporter.busyFactor() );
+   }
    for ( int size : kWorkingSets ) {
       const std::string arg = "/" + std::to_string( size );
       const std::string base = "BM_BaselineHit" + arg;
