@@ -14,7 +14,7 @@
 namespace Baseline {
 
 // WeakMapInterner<T>: T is constructible from its std::uint64_t content.
-template <class T>
+template<class T>
 class WeakMapInterner {
  public:
    // lookup(): the live value for content, or null.

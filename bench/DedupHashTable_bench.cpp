@@ -8,10 +8,10 @@
 
 #include <benchmark/benchmark.h>
 
+#include <unistd.h>
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
-#include <unistd.h>
 #include <map>
 #include <memory>
 #include <random>
@@ -139,8 +139,8 @@ void tableHit( benchmark::State& state, bool threadSafe ) {
    size_t i = 0;
    for ( auto _ : state ) {
       const U64 content = queries[ i ];
-      Bex::DedupHandle::PtrConst v =
-            table.lookupIf( BenchValue::hashOf( content ), [ content ]( const Bex::DedupHandle* h ) {
+      Bex::DedupHandle::PtrConst v = table.lookupIf(
+            BenchValue::hashOf( content ), [ content ]( const Bex::DedupHandle* h ) {
                return static_cast<const BenchValue*>( h )->content() == content;
             } );
       benchmark::DoNotOptimize( v.ptr() );
@@ -321,11 +321,14 @@ int main( int argc, char** argv ) {
       fixture( size_t( size ) );
    }
 
-   CapturingReporter reporter( isatty( fileno( stdout ) ) ? benchmark::ConsoleReporter::OO_Defaults
-                                                          : benchmark::ConsoleReporter::OO_Tabular );
+   CapturingReporter reporter( isatty( fileno( stdout ) )
+                                     ? benchmark::ConsoleReporter::OO_Defaults
+                                     : benchmark::ConsoleReporter::OO_Tabular );
    benchmark::RunSpecifiedBenchmarks( &reporter );
 
-   std::printf( "\nbest real time per operation over the repetitions; contents queried in shuffled order\n" );
+   std::printf(
+         "\nbest real time per operation over the repetitions; contents queried in shuffled "
+         "order\n" );
    if ( reporter.busyFactor() > 1.3 ) {
       std::printf( "note: the machine was busy (real time %.1fx CPU time): ratios are noisy\n",
                    reporter.busyFactor() );
@@ -334,14 +337,17 @@ int main( int argc, char** argv ) {
       const std::string arg = "/" + std::to_string( size );
       const std::string base = "BM_BaselineHit" + arg;
       const std::string in = ", " + std::to_string( size ) + " contents";
-      printRatio( reporter, "single-thread hit / baseline hit" + in, "BM_SingleThreadHit" + arg, base,
-                  1.0 / 3 );
-      printRatio( reporter, "thread-safe hit / baseline hit" + in, "BM_ThreadSafeHit" + arg, base, 0.5 );
+      printRatio( reporter, "single-thread hit / baseline hit" + in, "BM_SingleThreadHit" + arg,
+                  base, 1.0 / 3 );
+      printRatio( reporter, "thread-safe hit / baseline hit" + in, "BM_ThreadSafeHit" + arg, base,
+                  0.5 );
    }
    const std::string mid = "/" + std::to_string( kWorkingSets[ 1 ] );
-   printRatio( reporter, "single-thread hit by content / baseline hit, " + mid.substr( 1 ) + " contents",
+   printRatio( reporter,
+               "single-thread hit by content / baseline hit, " + mid.substr( 1 ) + " contents",
                "BM_SingleThreadHitByContent" + mid, "BM_BaselineHit" + mid, 0 );
-   printRatio( reporter, "thread-safe hit by content / baseline hit, " + mid.substr( 1 ) + " contents",
+   printRatio( reporter,
+               "thread-safe hit by content / baseline hit, " + mid.substr( 1 ) + " contents",
                "BM_ThreadSafeHitByContent" + mid, "BM_BaselineHit" + mid, 0 );
    printRatio( reporter, "single-thread insert and drop / baseline", "BM_SingleThreadInsertAndDrop",
                "BM_BaselineInsertAndDrop", 0 );

@@ -117,7 +117,8 @@ TEST_P( DedupHashTableTest, LookupByContentFindsMembersOnlyAndTakesAReference ) 
 
    DedupHandle::PtrConst five = table->dedup( make( 5 ) );
    // Same hash, other content: a collision is not a hit.
-   DedupHandle::PtrConst sixSameHash = table->dedup( TestHandle::TestHandleIs( 6, goodHash( 5 ), &counters ) );
+   DedupHandle::PtrConst sixSameHash =
+         table->dedup( TestHandle::TestHandleIs( 6, goodHash( 5 ), &counters ) );
    ASSERT_NE( five, sixSameHash );
    EXPECT_EQ( 2u, table->size() );
 
@@ -132,8 +133,8 @@ TEST_P( DedupHashTableTest, LookupByContentFindsMembersOnlyAndTakesAReference ) 
    EXPECT_EQ( before, five->refCount() );
 
    // lookupIf() with the test inlined finds the same member.
-   DedupHandle::PtrConst viaIf = table->lookupIf(
-         goodHash( 5 ), []( const DedupHandle* h ) { return valueOf( h ) == 5; } );
+   DedupHandle::PtrConst viaIf =
+         table->lookupIf( goodHash( 5 ), []( const DedupHandle* h ) { return valueOf( h ) == 5; } );
    EXPECT_EQ( five, viaIf );
 }
 
@@ -175,7 +176,9 @@ TEST_P( DedupHashTableTest, MemberLeavesWithItsLastOutsideReferenceNotifyingOnce
 TEST_P( DedupHashTableTest, PreInsertRunsOnlyForTheInsertedHandleBeforeItIsVisible ) {
    auto table = newTable( threadSafe() );
    std::vector<std::pair<DedupHandle*, Bex::DedupHandleState>> calls;
-   auto preInsert = [ & ]( DedupHandle* h ) { calls.emplace_back( h, h->dedupState() ); };
+   auto preInsert = [ & ]( DedupHandle* h ) {
+      calls.emplace_back( h, h->dedupState() );
+   };
 
    TestHandle::Ptr first = make( 9 );
    DedupHandle::PtrConst interned = table->dedup( first, preInsert );
@@ -470,56 +473,48 @@ TEST( DedupHashTableConcurrency, RacingLookupsInsertsAndReleasesKeepOneMemberPer
          U64 content = r % kContents;
          unsigned slot = unsigned( r >> 8 ) % kHeld;
          bool keep = ( r >> 12 ) & 1;
-         switch ( ( r >> 16 ) % 16 ) {
-            case 0: case 1: case 2: case 3: case 4: {
-               // Look up; often only to drop the reference at once.
-               DedupHandle::PtrConst p = lookup( table, content );
-               if ( p ) {
-                  hits.fetch_add( 1, std::memory_order_relaxed );
-                  check( p, content );
-                  if ( keep ) {
-                     held[ slot ] = std::move( p );
-                  }
-               }
-               break;
-            }
-            case 5: case 6: case 7: {
-               // The interning path: look up, build and dedup on a miss.
-               DedupHandle::PtrConst p = lookup( table, content );
-               if ( !p ) {
-                  inserts.fetch_add( 1, std::memory_order_relaxed );
-                  p = table->dedup( TestHandle::TestHandleIs( content, &counters ) );
-               }
+         // Out of 16: 5 lookups, 3 interning paths, 1 bare dedup, 4 releases,
+         // 2 copies, 1 chance to pass a reference to another thread.
+         const unsigned kind = unsigned( r >> 16 ) % 16;
+         if ( kind < 5 ) {
+            // Look up; often only to drop the reference at once.
+            DedupHandle::PtrConst p = lookup( table, content );
+            if ( p ) {
+               hits.fetch_add( 1, std::memory_order_relaxed );
                check( p, content );
                if ( keep ) {
                   held[ slot ] = std::move( p );
                }
-               break;
             }
-            case 8: {
-               // A candidate that often loses to a member already there.
-               DedupHandle::PtrConst p = table->dedup( TestHandle::TestHandleIs( content, &counters ) );
-               check( p, content );
+         } else if ( kind < 8 ) {
+            // The interning path: look up, build and dedup on a miss.
+            DedupHandle::PtrConst p = lookup( table, content );
+            if ( !p ) {
+               inserts.fetch_add( 1, std::memory_order_relaxed );
+               p = table->dedup( TestHandle::TestHandleIs( content, &counters ) );
+            }
+            check( p, content );
+            if ( keep ) {
                held[ slot ] = std::move( p );
-               break;
             }
-            case 9: case 10: case 11: case 12:
-               held[ slot ] = nullptr;
-               break;
-            case 13: case 14:
-               held[ ( slot + 1 ) % kHeld ] = held[ slot ];
-               break;
-            case 15:
-               if ( ( r >> 20 ) % 8 == 0 ) {
-                  std::lock_guard<std::mutex> lock( mailboxMutex );
-                  if ( held[ slot ] && mailbox.size() < 64 ) {
-                     mailbox.push_back( std::move( held[ slot ] ) );
-                  } else if ( !mailbox.empty() ) {
-                     held[ slot ] = std::move( mailbox.back() );
-                     mailbox.pop_back();
-                  }
-               }
-               break;
+         } else if ( kind < 9 ) {
+            // A candidate that often loses to a member already there.
+            DedupHandle::PtrConst p =
+                  table->dedup( TestHandle::TestHandleIs( content, &counters ) );
+            check( p, content );
+            held[ slot ] = std::move( p );
+         } else if ( kind < 13 ) {
+            held[ slot ] = nullptr;
+         } else if ( kind < 15 ) {
+            held[ ( slot + 1 ) % kHeld ] = held[ slot ];
+         } else if ( ( r >> 20 ) % 8 == 0 ) {
+            std::lock_guard<std::mutex> lock( mailboxMutex );
+            if ( held[ slot ] && mailbox.size() < 64 ) {
+               mailbox.push_back( std::move( held[ slot ] ) );
+            } else if ( !mailbox.empty() ) {
+               held[ slot ] = std::move( mailbox.back() );
+               mailbox.pop_back();
+            }
          }
       }
    };

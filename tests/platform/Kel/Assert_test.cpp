@@ -24,7 +24,8 @@ TEST_F( AssertDeathTest, FailureWritesTheTextAndTheSourceOfTheAssertingFile ) {
    // named from inside platform/.
    EXPECT_DEATH( KEL_ASSERT_MSG( 1 + 1 == 3, "commVectorSorted()" ),
                  says( "commVectorSorted()", "Kel/Assert_test" ) );
-   EXPECT_DEATH( KEL_ASSERT_MSG( false, "__null != rule" ), says( "__null != rule", "Kel/Assert_test" ) );
+   EXPECT_DEATH( KEL_ASSERT_MSG( false, "__null != rule" ),
+                 says( "__null != rule", "Kel/Assert_test" ) );
    EXPECT_DEATH( KEL_ASSERT_SOURCE_MSG( false, "endPtr - writePtr >= ptrdiff_t( required )",
                                         "OvStrings/StringBuffer" ),
                  says( "endPtr - writePtr >= ptrdiff_t( required )", "OvStrings/StringBuffer" ) );

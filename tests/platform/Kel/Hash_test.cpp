@@ -71,7 +71,8 @@ TEST( OneAtATime, WordsGoInLeastSignificantOctetFirst ) {
    const void* address = &object;
    U8 octets[ sizeof address ];
    std::memcpy( octets, &address, sizeof address );
-   EXPECT_EQ( Kel::oneAtATimeBytes( 0, octets, sizeof octets ), Kel::oneAtATimePointer( 0, address ) );
+   EXPECT_EQ( Kel::oneAtATimeBytes( 0, octets, sizeof octets ),
+              Kel::oneAtATimePointer( 0, address ) );
 }
 
 TEST( OneAtATime, AnEmptyListHashesToZeroWhenItsCallerSkipsTheFinalStep ) {
@@ -96,8 +97,8 @@ TEST( HashSingleAttr, IsSeededAndMixesEveryInputBitIntoBothEnds ) {
       for ( int s = 0; s < kSamples; ++s ) {
          U64 v = rng();
          U32 seed = U32( rng() );
-         flipped += std::popcount(
-               Kel::hashSingleAttr( seed, v ) ^ Kel::hashSingleAttr( seed, v ^ ( U64( 1 ) << bit ) ) );
+         flipped += std::popcount( Kel::hashSingleAttr( seed, v ) ^
+                                   Kel::hashSingleAttr( seed, v ^ ( U64( 1 ) << bit ) ) );
       }
       double mean = double( flipped ) / kSamples;
       EXPECT_GT( mean, 14.0 ) << "input bit " << bit;

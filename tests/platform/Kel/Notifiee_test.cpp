@@ -66,7 +66,9 @@ TEST( NotifieeList, HandlersMayChangeTheListDuringAVisit ) {
       list.remove( &c );
       list.add( &d );
    };
-   b.onNotify = [ & ] { list.remove( &b ); };
+   b.onNotify = [ & ] {
+      list.remove( &b );
+   };
    notifyAll( list );
    EXPECT_EQ( ( std::vector<std::string>{ "a", "b" } ), log );
    EXPECT_EQ( 2u, list.size() );
@@ -89,7 +91,9 @@ TEST( NotifieeList, HandlersMayChangeTheListDuringAVisit ) {
 
    // Every observer removing every other one: only the first is notified.
    log.clear();
-   a.onNotify = [ & ] { list.clear(); };
+   a.onNotify = [ & ] {
+      list.clear();
+   };
    notifyAll( list );
    EXPECT_EQ( ( std::vector<std::string>{ "a" } ), log );
 }

@@ -11,7 +11,7 @@ using Kel::ParseException;
 
 // expectParseError(): fn throws ParseException for attribute, with every
 // fragment in its message.
-template <class Fn>
+template<class Fn>
 void expectParseError( Fn&& fn, const std::string& attribute,
                        std::initializer_list<const char*> fragments ) {
    try {
@@ -26,7 +26,7 @@ void expectParseError( Fn&& fn, const std::string& attribute,
    }
 }
 
-template <class T>
+template<class T>
 T parsed( const std::string& text ) {
    T value{};
    Kel::strepToValue( text, &value );
@@ -83,8 +83,9 @@ TEST( Strep, WriterAndReaderRoundTripFlatAndNestedValues ) {
                              .attr( "inner", inner )
                              .attr( "count", Kel::valueToStrep( U64( 12345678901234ull ) ) )
                              .str();
-   EXPECT_EQ( "Value('Ns::Outer', ** {'flag': True, 'inner': " + inner + ", 'count': 12345678901234})",
-              outer );
+   EXPECT_EQ(
+         "Value('Ns::Outer', ** {'flag': True, 'inner': " + inner + ", 'count': 12345678901234})",
+         outer );
    EXPECT_EQ( "Value('Ns::Empty', ** {})", Kel::StrepWriter( "Ns::Empty" ).str() );
 
    Kel::StrepReader reader( outer );

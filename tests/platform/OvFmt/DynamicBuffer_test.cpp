@@ -103,8 +103,18 @@ TEST( DynamicBuffer, AppendingItsOwnTextDoublesIt ) {
 }
 
 TEST( DynamicBuffer, DecimalAndHexAtTheirEdges ) {
-   const U64 decimals[] = { 0, 9, 10, 99, 100, 101, 999, 1000, 4294967295ull, 4294967296ull,
-                            9999999999999999999ull, 10000000000000000000ull,
+   const U64 decimals[] = { 0,
+                            9,
+                            10,
+                            99,
+                            100,
+                            101,
+                            999,
+                            1000,
+                            4294967295ull,
+                            4294967296ull,
+                            9999999999999999999ull,
+                            10000000000000000000ull,
                             std::numeric_limits<U64>::max() };
    for ( U64 v : decimals ) {
       DynamicBuffer<4> buf;
