@@ -67,17 +67,24 @@ bool sameValues( std::span<const U32> a, std::span<const U32> b ) noexcept {
           ( a.empty() || std::memcmp( a.data(), b.data(), a.size_bytes() ) == 0 );
 }
 
-// The flags a sorted list of these values carries.
-U32 flagsOf( const std::vector<U32>& values ) {
+// The flags a sorted list of these values carries. The three flagged
+// values are the largest there are, so only the tail is looked at.
+U32 flagsOf( const std::vector<U32>& values ) noexcept {
    U32 flags = CommList::flagCommVectorSorted;
-   if ( sortedContains( values, U32( communityNoExport ) ) ) {
-      flags |= CommList::flagNoExport;
-   }
-   if ( sortedContains( values, U32( communityNoAdvertise ) ) ) {
-      flags |= CommList::flagNoAdvertise;
-   }
-   if ( sortedContains( values, U32( communityNoExportSubconfed ) ) ) {
-      flags |= CommList::flagNoExportSubconfed;
+   for ( auto it = values.rbegin(); it != values.rend() && *it >= communityNoExport; ++it ) {
+      switch ( *it ) {
+      case communityNoExport:
+         flags |= CommList::flagNoExport;
+         break;
+      case communityNoAdvertise:
+         flags |= CommList::flagNoAdvertise;
+         break;
+      case communityNoExportSubconfed:
+         flags |= CommList::flagNoExportSubconfed;
+         break;
+      default:
+         break;
+      }
    }
    return flags;
 }

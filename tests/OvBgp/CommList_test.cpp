@@ -76,6 +76,8 @@ TEST( CommList, DedupSortsDropsDuplicatesTrimsAndSetsEachFlagFromItsValue ) {
    EXPECT_EQ( ( std::vector<bool>{ true, false, false } ), flags( kNoExport ) );
    EXPECT_EQ( ( std::vector<bool>{ false, true, false } ), flags( kNoAdvertise ) );
    EXPECT_EQ( ( std::vector<bool>{ false, false, true } ), flags( kLocalAs ) );
+   CommList::PtrConst two = intern( table, { 0xFFFFFFFF, kLocalAs, 5, kNoExport, 0xFFFFFF00 } );
+   EXPECT_TRUE( two->noExport() && !two->noAdvertise() && two->noExportSubconfed() );
 
    auto snapshot = shared->commSnapshot();
    std::vector<std::pair<U32, bool>> entries( snapshot->commBegin(), snapshot->commEnd() );
