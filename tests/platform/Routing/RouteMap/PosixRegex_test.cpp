@@ -38,6 +38,26 @@ TEST( PosixRegex, BadPatternThrowsWithRegcompReason ) {
    }
 }
 
+TEST( PosixRegex, RepeatsThatWouldExhaustMemoryAreRefused ) {
+   // regcomp copies the operand of each '+' and bounded repeat, and its
+   // closures over empty-matching copies grow with their square: each of
+   // these would take from a gigabyte to all the memory there is.
+   for ( const char* bad :
+         { "a+++++++++++++++++++++++++++++++", "((a{100}){100}){100}",
+           "(((((((((((((((((x+)+)+)+)+)+)+)+)+)+)+)+)+)+)+)+)+)+)", "(a?|b?){4096}" } ) {
+      try {
+         PosixRegex re( bad );
+         ADD_FAILURE() << bad;
+      } catch ( const Kel::ParseException& e ) {
+         EXPECT_EQ( "pattern", e.attribute() );
+         EXPECT_NE( std::string::npos, std::string( e.what() ).find( "repeats expand" ) );
+      }
+   }
+   EXPECT_EQ( REG_NOMATCH, PosixRegex( "^a{4000}$" ).execute( "aaa" ) );
+   const std::string hundred = std::string( 100, 'x' ) + "{";
+   EXPECT_EQ( 0, PosixRegex( "^(x{10}){10}[+{]+" ).execute( hundred.c_str() ) );
+}
+
 TEST( PosixRegex, MovedObjectKeepsTheCompiledPattern ) {
    PosixRegex a( "^x+$" );
    PosixRegex b( std::move( a ) );
