@@ -1,0 +1,255 @@
+// bench/MrtCommand_bench.cpp: `bgpcomm mrt FILE > /dev/null` against
+// `bgpdump -m -l FILE > /dev/null` on one generated table dump of a million
+// routes (bgpcomm gen --routes 1000000 --seed 1, written once into this
+// build's bench directory). Both print a line per route. Each program runs as
+// its own process; the time is the child's elapsed time, and wait4() gives
+// its CPU time and peak resident memory. `bgpcomm mrt --stats` runs too, for
+// its interning ratio and bytes per route. After the table, the ratios of the
+// same run, each program taken at its best (least disturbed) run. This program is bgpcomm itself when its first argument is
+// --as-bgpcomm, so the bench build needs no other binary.
+//
+// OVBGP_BENCH_MRT_ROUTES overrides the route count (a quick look, not a figure).
+
+#include <benchmark/benchmark.h>
+
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "tools/bgpcomm/ByteSink.h"
+#include "tools/bgpcomm/Commands.h"
+#include "tools/bgpcomm/MrtGenerator.h"
+
+namespace {
+
+constexpr const char* asBgpcomm = "--as-bgpcomm";
+
+// ChildRun: what one run of a program cost.
+struct ChildRun {
+   bool ok = false;
+   double wallSeconds = 0;
+   double cpuSeconds = 0; // user + system
+   long peakKb = 0;
+};
+
+// Best: the least disturbed of a program's runs, and its largest peak memory.
+struct Best {
+   double wallSeconds = 0;
+   double cpuSeconds = 0;
+   long peakKb = 0;
+   void add( const ChildRun& r ) {
+      wallSeconds = wallSeconds == 0 ? r.wallSeconds : std::min( wallSeconds, r.wallSeconds );
+      cpuSeconds = cpuSeconds == 0 ? r.cpuSeconds : std::min( cpuSeconds, r.cpuSeconds );
+      peakKb = std::max( peakKb, r.peakKb );
+   }
+};
+
+std::map<std::string, Best> best;
+
+std::string selfPath() {
+   char buf[ 4096 ];
+   ssize_t n = ::readlink( "/proc/self/exe", buf, sizeof buf - 1 );
+   return n > 0 ? std::string( buf, size_t( n ) ) : std::string();
+}
+
+// runChild(): runs argv with standard output to outPath (standard error to
+// /dev/null) and waits for it.
+ChildRun runChild( const std::vector<std::string>& argv, const std::string& outPath ) {
+   ChildRun run;
+   std::vector<char*> args;
+   for ( const std::string& a : argv )
+      args.push_back( const_cast<char*>( a.c_str() ) );
+   args.push_back( nullptr );
+   auto start = std::chrono::steady_clock::now();
+   pid_t pid = ::fork();
+   if ( pid == 0 ) {
+      int out = ::open( outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644 );
+      int null = ::open( "/dev/null", O_WRONLY );
+      if ( out < 0 || null < 0 )
+         ::_exit( 126 );
+      ::dup2( out, 1 );
+      ::dup2( null, 2 );
+      ::execvp( args[ 0 ], args.data() );
+      ::_exit( 127 );
+   }
+   if ( pid < 0 )
+      return run;
+   int status = 0;
+   struct rusage usage {};
+   if ( ::wait4( pid, &status, 0, &usage ) != pid )
+      return run;
+   auto seconds = []( const timeval& t ) { return double( t.tv_sec ) + double( t.tv_usec ) / 1e6; };
+   run.wallSeconds =
+         std::chrono::duration<double>( std::chrono::steady_clock::now() - start ).count();
+   run.cpuSeconds = seconds( usage.ru_utime ) + seconds( usage.ru_stime );
+   run.peakKb = usage.ru_maxrss;
+   run.ok = WIFEXITED( status ) && WEXITSTATUS( status ) == 0;
+   return run;
+}
+
+bool onPath( const char* program ) {
+   std::string command = std::string( "command -v " ) + program + " >/dev/null 2>&1";
+   return std::system( command.c_str() ) == 0;
+}
+
+// haveBgpdump(): installs Debian's bgpdump when it is missing and we are root.
+bool haveBgpdump() {
+   if ( onPath( "bgpdump" ) )
+      return true;
+   if ( ::geteuid() == 0 ) {
+      std::fprintf( stderr, "installing bgpdump (Debian package) for the comparison\n" );
+      int status = std::system( "(apt-get install -y --no-install-recommends bgpdump || "
+                                "(apt-get update && apt-get install -y --no-install-recommends "
+                                "bgpdump)) >/dev/null 2>&1" );
+      (void)status;
+   }
+   return onPath( "bgpdump" );
+}
+
+U64 routeCount() {
+   const char* env = std::getenv( "OVBGP_BENCH_MRT_ROUTES" );
+   return env && std::atoll( env ) > 0 ? U64( std::atoll( env ) ) : 1000000;
+}
+
+// dumpFile(): the generated dump beside this program, written on first use.
+const std::string& dumpFile() {
+   static const std::string path = [] {
+      std::string self = selfPath();
+      std::string dir = self.substr( 0, self.rfind( '/' ) + 1 );
+      std::string file = dir + "mrt-" + std::to_string( routeCount() ) + "-seed1.mrt";
+      struct stat st;
+      if ( ::stat( file.c_str(), &st ) != 0 ) {
+         std::fprintf( stderr, "generating %s\n", file.c_str() );
+         std::string partial = file + ".partial";
+         Bgpcomm::ByteSink out( partial );
+         Bgpcomm::generateMrt( { routeCount(), 1 }, out );
+         out.close();
+         std::rename( partial.c_str(), file.c_str() );
+      }
+      return file;
+   }();
+   return path;
+}
+
+std::string scratchOutput() { return dumpFile() + ".out"; }
+
+void runProgram( benchmark::State& state, const char* name, std::vector<std::string> argv,
+                 const std::string& outPath ) {
+   for ( auto _ : state ) {
+      ChildRun r = runChild( argv, outPath );
+      if ( !r.ok ) {
+         state.SkipWithError( ( argv[ 0 ] + " failed" ).c_str() );
+         return;
+      }
+      state.SetIterationTime( r.wallSeconds );
+      best[ name ].add( r );
+      state.counters[ "cpu_s" ] = r.cpuSeconds;
+      state.counters[ "peak_MB" ] = double( r.peakKb ) / 1024;
+   }
+   state.SetItemsProcessed( int64_t( state.iterations() * routeCount() ) );
+}
+
+void BM_BgpcommMrt( benchmark::State& state ) {
+   runProgram( state, "BM_BgpcommMrt",
+               { selfPath(), asBgpcomm, "mrt", "--no-progress", dumpFile() }, "/dev/null" );
+}
+
+void BM_BgpdumpMl( benchmark::State& state ) {
+   if ( !haveBgpdump() ) {
+      state.SkipWithError( "bgpdump is not installed (apt-get install bgpdump)" );
+      return;
+   }
+   runProgram( state, "BM_BgpdumpMl", { "bgpdump", "-m", "-l", dumpFile() }, "/dev/null" );
+}
+
+void BM_BgpcommMrtStats( benchmark::State& state ) {
+   runProgram( state, "BM_BgpcommMrtStats",
+               { selfPath(), asBgpcomm, "mrt", "--stats", "--no-progress", dumpFile() },
+               scratchOutput() );
+}
+
+// A run takes seconds: one iteration each, the best of three for the ratio.
+BENCHMARK( BM_BgpcommMrt )
+      ->UseManualTime()
+      ->Unit( benchmark::kMillisecond )
+      ->Iterations( 1 )
+      ->Repetitions( 3 );
+BENCHMARK( BM_BgpdumpMl )
+      ->UseManualTime()
+      ->Unit( benchmark::kMillisecond )
+      ->Iterations( 1 )
+      ->Repetitions( 3 );
+BENCHMARK( BM_BgpcommMrtStats )
+      ->UseManualTime()
+      ->Unit( benchmark::kMillisecond )
+      ->Iterations( 1 );
+
+// statsLine(): the text after "name: " in the --stats output, or "".
+std::string statsLine( const std::string& name ) {
+   std::ifstream in( scratchOutput() );
+   std::string line;
+   while ( std::getline( in, line ) ) {
+      if ( line.rfind( name + ": ", 0 ) == 0 )
+         return line.substr( name.size() + 2 );
+   }
+   return std::string();
+}
+
+// printFigures(): the ratios of this run, from each program's best run.
+void printFigures() {
+   const char* what = "bgpcomm mrt / bgpdump -m -l";
+   auto mine = best.find( "BM_BgpcommMrt" ), theirs = best.find( "BM_BgpdumpMl" );
+   if ( mine == best.end() || theirs == best.end() || theirs->second.wallSeconds <= 0 ) {
+      std::printf( "ratio %s: not measured\n", what );
+   } else {
+      double ratio = mine->second.wallSeconds / theirs->second.wallSeconds;
+      std::printf( "ratio %s: %.2f (target <= 0.33)%s\n", what, ratio,
+                   ratio <= 1.0 / 3 ? "" : "  MISSED" );
+      std::printf( "ratio %s, CPU time: %.2f\n", what,
+                   mine->second.cpuSeconds / theirs->second.cpuSeconds );
+   }
+   double wall = 0, cpu = 0;
+   for ( const auto& [ name, b ] : best ) {
+      std::printf( "%s: %.2f s elapsed, %.2f s CPU, peak memory %.1f MB\n", name.c_str(),
+                   b.wallSeconds, b.cpuSeconds, double( b.peakKb ) / 1024 );
+      wall += b.wallSeconds;
+      cpu += b.cpuSeconds;
+   }
+   if ( cpu > 0 && wall > 1.3 * cpu ) {
+      std::printf( "note: the machine was busy (elapsed %.1fx CPU time): ratios are noisy\n",
+                   wall / cpu );
+   }
+   if ( best.count( "BM_BgpcommMrtStats" ) ) {
+      std::printf( "bgpcomm mrt --stats, %llu routes: interning ratio %s; bytes per route %s\n",
+                   (unsigned long long)routeCount(), statsLine( "interning ratio" ).c_str(),
+                   statsLine( "bytes per route" ).c_str() );
+   }
+}
+
+} // namespace
+
+int main( int argc, char** argv ) {
+   if ( argc > 1 && std::string( argv[ 1 ] ) == asBgpcomm ) {
+      return Bgpcomm::runBgpcomm( argc - 1, argv + 1, stdout, stderr );
+   }
+   benchmark::Initialize( &argc, argv );
+   if ( benchmark::ReportUnrecognizedArguments( argc, argv ) )
+      return 1;
+   benchmark::RunSpecifiedBenchmarks();
+   printFigures();
+   if ( !best.empty() )
+      std::remove( scratchOutput().c_str() );
+   benchmark::Shutdown();
+   return 0;
+}
