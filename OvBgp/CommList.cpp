@@ -67,8 +67,8 @@ bool sameValues( std::span<const U32> a, std::span<const U32> b ) noexcept {
           ( a.empty() || std::memcmp( a.data(), b.data(), a.size_bytes() ) == 0 );
 }
 
-// The flags a sorted list of these values carries. The three flagged
-// values are the largest there are, so only the tail is looked at.
+// The flags a sorted list of these values carries. The flagged values lie
+// at the top of the range, so only the tail from 0xFFFFFF01 up is read.
 U32 flagsOf( const std::vector<U32>& values ) noexcept {
    U32 flags = CommList::flagCommVectorSorted;
    for ( auto it = values.rbegin(); it != values.rend() && *it >= communityNoExport; ++it ) {
