@@ -13,14 +13,15 @@ namespace {
 
 // Beyond this many expanded nodes a pattern is refused. regcomp copies the
 // operand of '+' and of a bounded repeat once per repetition, so stacked
-// repeats multiply ("a++++++++++++++++++++" is a million copies), and its
+// repeats multiply ("a++++++++++++++++++++" is millions of nodes), and its
 // closures over empty-matching copies grow with the square of their number
-// ("(a?|b?){4096}" takes over a gigabyte). At this bound the worst case stays
-// near a hundred megabytes; policy patterns are a few dozen nodes.
-constexpr size_t kMaxExpandedNodes = 4096;
+// ("(a?|b?){4096}" takes over a gigabyte). At this bound the worst case
+// stays within tens of megabytes; policy patterns are a few dozen nodes.
+constexpr size_t kMaxExpandedNodes = 2048;
 
-// expandedNodes(): an upper bound of the nodes regcomp builds for pattern,
-// saturating just past kMaxExpandedNodes.
+// expandedNodes(): about the number of nodes regcomp builds for pattern
+// (one per operand, one per concatenation, alternation and repeat, a copy
+// of the operand per repetition), saturating just past kMaxExpandedNodes.
 size_t expandedNodes( const std::string& pattern ) {
    constexpr size_t cap = kMaxExpandedNodes + 1;
    struct Level {
@@ -31,12 +32,13 @@ size_t expandedNodes( const std::string& pattern ) {
    auto operand = [ & ]( size_t nodes ) {
       Level& level = levels.back();
       level.last = std::min( nodes, cap );
-      level.total = std::min( level.total + level.last, cap );
+      level.total = std::min( level.total + level.last + 1, cap );
    };
+   // repeat(): copies of the last operand, each with its repeat node.
    auto repeat = [ & ]( size_t copies ) {
       Level& level = levels.back();
-      const size_t grown = std::min( level.last * copies, cap );
-      level.total = std::min( level.total - level.last + grown, cap );
+      const size_t grown = std::min( ( level.last + 1 ) * copies, cap );
+      level.total = std::min( level.total - std::min( level.total, level.last ) + grown, cap );
       level.last = grown;
    };
    const size_t n = pattern.size();
@@ -61,7 +63,7 @@ size_t expandedNodes( const std::string& pattern ) {
             break;
          case ')':
             if ( levels.size() > 1 ) {
-               const size_t group = levels.back().total + 1;
+               const size_t group = levels.back().total + 2;
                levels.pop_back();
                operand( group );
             } else {
@@ -75,7 +77,8 @@ size_t expandedNodes( const std::string& pattern ) {
             break;
          case '*':
          case '?':
-            break; // these wrap their operand without copying it
+            repeat( 1 );
+            break;
          case '+':
             repeat( 2 );
             break;

@@ -53,7 +53,7 @@ TEST( PosixRegex, RepeatsThatWouldExhaustMemoryAreRefused ) {
          EXPECT_NE( std::string::npos, std::string( e.what() ).find( "repeats expand" ) );
       }
    }
-   EXPECT_EQ( REG_NOMATCH, PosixRegex( "^a{4000}$" ).execute( "aaa" ) );
+   EXPECT_EQ( REG_NOMATCH, PosixRegex( "^a{1000}$" ).execute( "aaa" ) );
    const std::string hundred = std::string( 100, 'x' ) + "{";
    EXPECT_EQ( 0, PosixRegex( "^(x{10}){10}[+{]+" ).execute( hundred.c_str() ) );
 }
