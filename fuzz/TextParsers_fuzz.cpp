@@ -1,0 +1,328 @@
+// TextParsers_fuzz.cpp: arbitrary text through the reflective-text parsers and
+// the address, route-target and regular-expression parsers. The first octet
+// picks the parser, the rest is its text, or for some the octets of a value
+// that is printed first. A parser either gives a value or throws the
+// exceptions it documents (Kel::ParseException, Kel::RangeException or
+// another std::invalid_argument); any other escape is a failure. A value that
+// parses prints as text that parses back to the same value.
+//
+//   ninja fuzz_TextParsers_fuzz && build/fuzz/TextParsers_fuzz fuzz/corpus/TextParsers_fuzz
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <string_view>
+
+#include "Kel/Exception.h"
+#include "Onet/Ip6Addr.h"
+#include "Onet/IpAddr.h"
+#include "OvBgp/ExtCommIp6.h"
+#include "OvBgp/ExtCommList.h"
+#include "OvBgp/OvBgpCommunity.h"
+#include "OvBgp/RouteTargetPrefix.h"
+#include "Routing/Bgp/RouteTarget.h"
+#include "Routing/RouteMap/PosixRegex.h"
+
+using namespace Routing::Bgp;
+
+namespace {
+
+#define FUZZ_CHECK( cond )                                                              \
+   do {                                                                                 \
+      if ( !( cond ) ) {                                                                \
+         std::fprintf( stderr, "TextParsers_fuzz: check failed: %s (line %d)\n", #cond, \
+                       __LINE__ );                                                      \
+         std::abort();                                                                  \
+      }                                                                                 \
+   } while ( 0 )
+
+// Texts longer than this are cut: the parsers are linear, longer adds nothing.
+constexpr size_t kMaxText = 512;
+// Patterns are cut shorter: the constructor refuses those whose repeats
+// would blow up, but regcomp is still the slowest parser here.
+constexpr size_t kMaxPattern = 128;
+
+// parseOrReject(): runs parse; true when it gave a value, false when it threw
+// a documented parse error. Anything else propagates and fails the input.
+template<class Parse>
+bool parseOrReject( Parse&& parse ) {
+   try {
+      parse();
+      return true;
+   } catch ( const Kel::RangeException& ) {
+   } catch ( const std::invalid_argument& ) {
+   }
+   return false;
+}
+
+U64 loadU64( const U8* p ) {
+   U64 v = 0;
+   for ( int i = 0; i < 8; ++i ) {
+      v = v << 8 | p[ i ];
+   }
+   return v;
+}
+
+void routeTargetPrefixText( std::string_view text ) {
+   RouteTargetPrefix value;
+   if ( !parseOrReject(
+              [ & ] { sequenceToValue( text.data(), text.data() + text.size(), &value ); } ) ) {
+      return;
+   }
+   FUZZ_CHECK( value.bitlen() <= RouteTargetPrefix::maxLength );
+   const Kel::String printed = valueToStrep( value );
+   RouteTargetPrefix again;
+   strepToValue( printed, &again );
+   FUZZ_CHECK( again == value );
+}
+
+void routeTargetPrefixOctets( std::string_view octets ) {
+   if ( octets.size() < 9 ) {
+      return;
+   }
+   const auto* p = reinterpret_cast<const U8*>( octets.data() );
+   const size_t length = p[ 8 ];
+   RouteTargetPrefix value;
+   if ( !parseOrReject(
+              [ & ] { value = RouteTargetPrefix( RouteTarget( loadU64( p ) ), length ); } ) ) {
+      FUZZ_CHECK( length > RouteTargetPrefix::maxLength );
+      return;
+   }
+   RouteTargetPrefix again;
+   strepToValue( valueToStrep( value ), &again );
+   FUZZ_CHECK( again == value );
+   // Cutting to the length keeps the leading bits and the order by them.
+   RouteTargetPrefix masked = value;
+   masked.bitlenIs( length );
+   FUZZ_CHECK( masked.commonPrefixLen( value ) == length );
+   FUZZ_CHECK( ( masked.prefixBits() & ~masked.mask( 0 ) ) == 0 );
+   strepToValue( valueToStrep( masked ), &again );
+   FUZZ_CHECK( again == masked );
+}
+
+void strepFormatText( std::string_view text ) {
+   ExtComm::StrepFormat format;
+   if ( !parseOrReject( [ & ] {
+           format = ExtComm::StrepFormat( text.data(), text.data() + text.size() );
+        } ) ) {
+      return;
+   }
+   const Kel::String printed = valueToStrep( format );
+   FUZZ_CHECK( ExtComm::StrepFormat( printed.data(), printed.data() + printed.size() ) == format );
+   FUZZ_CHECK( ExtComm::StrepFormat( unsigned( format.value() ) ) == format );
+}
+
+// The flag sets of one octet: printed and read back.
+void flagSetOctet( std::string_view octets ) {
+   if ( octets.empty() ) {
+      return;
+   }
+   const unsigned octet = U8( octets[ 0 ] );
+   if ( parseOrReject( [ & ] { (void)ExtComm::StrepFormat( octet ); } ) ) {
+      const ExtComm::StrepFormat format( octet );
+      const Kel::String printed = valueToStrep( format );
+      FUZZ_CHECK( ExtComm::StrepFormat( printed.data(), printed.data() + printed.size() ) ==
+                  format );
+   } else {
+      FUZZ_CHECK( octet > 63 );
+   }
+   if ( parseOrReject( [ & ] { (void)ExtCommIp6::StrepFormat( octet ); } ) ) {
+      const ExtCommIp6::StrepFormat format( octet );
+      const Kel::String printed = valueToStrep( format );
+      ExtCommIp6::StrepFormat back;
+      sequenceToValue( printed.data(), printed.data() + printed.size(), &back );
+      FUZZ_CHECK( back == format );
+   } else {
+      FUZZ_CHECK( octet > 31 );
+   }
+   if ( parseOrReject( [ & ] { (void)ExtCommList::Serialization( octet ); } ) ) {
+      const ExtCommList::Serialization s( octet );
+      const Kel::String printed = valueToStrep( s );
+      FUZZ_CHECK( ExtCommList::Serialization( printed.data(), printed.data() + printed.size() ) ==
+                  s );
+   } else {
+      FUZZ_CHECK( octet > 15 );
+   }
+}
+
+// The other flag sets' parsers on text.
+void flagSetText( std::string_view text ) {
+   const char* b = text.data();
+   const char* e = b + text.size();
+   ExtCommIp6::StrepFormat ip6;
+   if ( parseOrReject( [ & ] { sequenceToValue( b, e, &ip6 ); } ) ) {
+      const Kel::String printed = valueToStrep( ip6 );
+      ExtCommIp6::StrepFormat back;
+      sequenceToValue( printed.data(), printed.data() + printed.size(), &back );
+      FUZZ_CHECK( back == ip6 );
+   }
+   ExtCommList::Serialization s;
+   if ( parseOrReject( [ & ] { s = ExtCommList::Serialization( b, e ); } ) ) {
+      const Kel::String printed = valueToStrep( s );
+      FUZZ_CHECK( ExtCommList::Serialization( printed.data(), printed.data() + printed.size() ) ==
+                  s );
+   }
+   ExtCommList::CommVectorAttrs attrs;
+   if ( parseOrReject( [ & ] { attrs = ExtCommList::CommVectorAttrs( b, e ); } ) ) {
+      const Kel::String printed = valueToStrep( attrs );
+      FUZZ_CHECK( ExtCommList::CommVectorAttrs( printed.data(), printed.data() + printed.size() ) ==
+                  attrs );
+   }
+   ExtCommContent content;
+   if ( parseOrReject( [ & ] { sequenceToValue( b, e, &content ); } ) ) {
+      const Kel::String printed = valueToStrep( content );
+      ExtCommContent back;
+      sequenceToValue( printed.data(), printed.data() + printed.size(), &back );
+      FUZZ_CHECK( back == content );
+   }
+}
+
+void ip6ContentText( std::string_view text ) {
+   ExtCommIp6Content content;
+   if ( !parseOrReject(
+              [ & ] { sequenceToValue( text.data(), text.data() + text.size(), &content ); } ) ) {
+      return;
+   }
+   ExtCommIp6Content again;
+   strepToValue( valueToStrep( content ), &again );
+   FUZZ_CHECK( again == content );
+}
+
+void ip6ContentOctets( std::string_view octets ) {
+   if ( octets.size() < 20 ) {
+      return;
+   }
+   const auto* p = reinterpret_cast<const U8*>( octets.data() );
+   const ExtCommIp6Content content( p[ 0 ], p[ 1 ], Onet::Ip6Addr( p + 2 ),
+                                    U16( p[ 18 ] << 8 | p[ 19 ] ) );
+   ExtCommIp6Content again;
+   strepToValue( valueToStrep( content ), &again );
+   FUZZ_CHECK( again == content );
+}
+
+void addressText( std::string_view text ) {
+   Onet::IpAddr v4;
+   const bool v4Ok = Onet::IpAddr::tryParse( text, &v4 );
+   FUZZ_CHECK( parseOrReject( [ & ] { FUZZ_CHECK( Onet::IpAddr::parse( text ) == v4 ); } ) ==
+               v4Ok );
+   if ( v4Ok ) {
+      FUZZ_CHECK( Onet::IpAddr::parse( v4.toString() ) == v4 );
+      // Strict parsing: the text was already the printed form.
+      FUZZ_CHECK( v4.toString() == text );
+   }
+   Onet::Ip6Addr v6;
+   const bool v6Ok = Onet::Ip6Addr::tryParse( text, &v6 );
+   FUZZ_CHECK( parseOrReject( [ & ] { FUZZ_CHECK( Onet::Ip6Addr::parse( text ) == v6 ); } ) ==
+               v6Ok );
+   if ( v6Ok ) {
+      const Kel::String printed = v6.toString();
+      FUZZ_CHECK( printed.size() <= Onet::Ip6Addr::maxTextLength );
+      FUZZ_CHECK( Onet::Ip6Addr::parse( printed ) == v6 );
+   }
+}
+
+void addressOctets( std::string_view octets ) {
+   const auto* p = reinterpret_cast<const U8*>( octets.data() );
+   if ( octets.size() >= 4 ) {
+      const Onet::IpAddr v4( p[ 0 ], p[ 1 ], p[ 2 ], p[ 3 ] );
+      char buf[ Onet::IpAddr::maxTextLength ];
+      const size_t n = v4.toChars( buf );
+      FUZZ_CHECK( n <= sizeof buf && std::string_view( buf, n ) == v4.toString() );
+      FUZZ_CHECK( Onet::IpAddr::parse( v4.toString() ) == v4 );
+   }
+   if ( octets.size() >= 16 ) {
+      const Onet::Ip6Addr v6( p );
+      char buf[ Onet::Ip6Addr::maxTextLength ];
+      const size_t n = v6.toChars( buf );
+      FUZZ_CHECK( n <= sizeof buf && std::string_view( buf, n ) == v6.toString() );
+      FUZZ_CHECK( Onet::Ip6Addr::parse( v6.toString() ) == v6 );
+   }
+}
+
+void routeTargetText( std::string_view text ) {
+   RouteTarget rt;
+   if ( !parseOrReject( [ & ] { rt = RouteTarget::fromStrep( text ); } ) ) {
+      return;
+   }
+   FUZZ_CHECK( RouteTarget::fromStrep( rt.toStrep( false ) ) == rt );
+   FUZZ_CHECK( RouteTarget::fromStrep( rt.toStrep( true ) ) == rt );
+}
+
+void routeTargetOctets( std::string_view octets ) {
+   if ( octets.size() < 8 ) {
+      return;
+   }
+   const RouteTarget rt( loadU64( reinterpret_cast<const U8*>( octets.data() ) ) );
+   FUZZ_CHECK( RouteTarget::fromStrep( rt.toStrep( false ) ) == rt );
+   FUZZ_CHECK( RouteTarget::fromStrep( rt.toStrep( true ) ) == rt );
+}
+
+void regexText( std::string_view text ) {
+   const Kel::String pattern( text.substr( 0, kMaxPattern ) );
+   try {
+      Routing::RouteMap::PosixRegex regex( pattern );
+      FUZZ_CHECK( regex.pattern() == pattern );
+      static const char* const subjects[] = { "", "65000:100 no-export", "RT:1.2.3.4:5",
+                                              "0x00 0x02 0xfd" };
+      for ( const char* subject : subjects ) {
+         const int rc = regex.execute( subject );
+         FUZZ_CHECK( rc == 0 || rc == REG_NOMATCH );
+      }
+      Routing::RouteMap::PosixRegex moved( std::move( regex ) );
+      FUZZ_CHECK( regex.execute( "" ) == REG_NOMATCH );
+      FUZZ_CHECK( moved.pattern() == pattern );
+   } catch ( const Kel::ParseException& e ) {
+      FUZZ_CHECK( e.attribute() == "pattern" );
+   }
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput( const U8* data, size_t size ) {
+   if ( size == 0 ) {
+      return 0;
+   }
+   const std::string_view text( reinterpret_cast<const char*>( data + 1 ),
+                                std::min( size - 1, kMaxText ) );
+   switch ( data[ 0 ] % 12 ) {
+      case 0:
+         routeTargetPrefixText( text );
+         break;
+      case 1:
+         routeTargetPrefixOctets( text );
+         break;
+      case 2:
+         strepFormatText( text );
+         break;
+      case 3:
+         flagSetOctet( text );
+         break;
+      case 4:
+         ip6ContentText( text );
+         break;
+      case 5:
+         ip6ContentOctets( text );
+         break;
+      case 6:
+         addressText( text );
+         break;
+      case 7:
+         addressOctets( text );
+         break;
+      case 8:
+         routeTargetText( text );
+         break;
+      case 9:
+         routeTargetOctets( text );
+         break;
+      case 10:
+         regexText( text );
+         break;
+      case 11:
+         flagSetText( text );
+         break;
+   }
+   return 0;
+}
