@@ -23,6 +23,7 @@
 #include "Bex/DedupHashTable.h"
 #include "Kel/Hash.h"
 #include "bench/Baseline.h"
+#include "bench/BenchReport.h"
 
 namespace {
 
@@ -192,167 +193,50 @@ void tableInsertAndDrop( benchmark::State& state, bool threadSafe ) {
 void BM_SingleThreadInsertAndDrop( benchmark::State& state ) { tableInsertAndDrop( state, false ); }
 void BM_ThreadSafeInsertAndDrop( benchmark::State& state ) { tableInsertAndDrop( state, true ); }
 
-double minimum( const std::vector<double>& v ) { return *std::min_element( v.begin(), v.end() ); }
-
 void hitSizes( benchmark::internal::Benchmark* b ) {
    for ( int size : kWorkingSets ) {
       b->Arg( size );
    }
-   b->ComputeStatistics( "min", minimum );
 }
 BENCHMARK( BM_BaselineHit )->Apply( hitSizes );
 BENCHMARK( BM_SingleThreadHit )->Apply( hitSizes );
 BENCHMARK( BM_ThreadSafeHit )->Apply( hitSizes );
 BENCHMARK( BM_SingleThreadHitByContent )->Apply( hitSizes );
 BENCHMARK( BM_ThreadSafeHitByContent )->Apply( hitSizes );
-BENCHMARK( BM_BaselineInsertAndDrop )->ComputeStatistics( "min", minimum );
-BENCHMARK( BM_SingleThreadInsertAndDrop )->ComputeStatistics( "min", minimum );
-BENCHMARK( BM_ThreadSafeInsertAndDrop )->ComputeStatistics( "min", minimum );
-
-// CapturingReporter: keeps each benchmark's best real time per iteration
-// (the least disturbed of its repetitions) and shows one line per
-// benchmark: that best time when there are repetitions, else the run.
-class CapturingReporter : public benchmark::ConsoleReporter {
- public:
-   explicit CapturingReporter( OutputOptions options ) : ConsoleReporter( options ) {}
-
-   void ReportRuns( const std::vector<Run>& runs ) override {
-      for ( const Run& run : runs ) {
-         if ( run.run_type == Run::RT_Iteration ) {
-            if ( run.iterations > 0 ) {
-               double perIteration = run.real_accumulated_time / double( run.iterations );
-               auto [ it, fresh ] = best.emplace( run.benchmark_name(), perIteration );
-               if ( !fresh ) {
-                  it->second = std::min( it->second, perIteration );
-               }
-               realTotal += run.real_accumulated_time;
-               cpuTotal += run.cpu_accumulated_time;
-            }
-            if ( run.repetitions <= 1 ) {
-               shown.push_back( run );
-            }
-         } else if ( run.aggregate_name == "min" ) {
-            shown.push_back( run );
-         }
-      }
-   }
-
-   // Finalize(): the rows in the order the benchmarks were registered,
-   // whatever order interleaving ran them in.
-   void Finalize() override {
-      std::stable_sort( shown.begin(), shown.end(), []( const Run& a, const Run& b ) {
-         return std::tie( a.family_index, a.per_family_instance_index ) <
-                std::tie( b.family_index, b.per_family_instance_index );
-      } );
-      if ( !shown.empty() ) {
-         ConsoleReporter::ReportRuns( shown );
-      }
-      ConsoleReporter::Finalize();
-   }
-
-   // busyFactor(): real time over CPU time of the whole run; well above 1
-   // when other work on the machine took the processor away.
-   double busyFactor() const { return cpuTotal > 0 ? realTotal / cpuTotal : 1; }
-
-   // time(): the best time of benchmark name (with its argument), or 0.
-   double time( const std::string& name ) const {
-      auto it = best.find( name );
-      return it == best.end() ? 0 : it->second;
-   }
-
- private:
-   std::map<std::string, double> best;
-   std::vector<Run> shown;
-   double realTotal = 0;
-   double cpuTotal = 0;
-};
-
-void printRatio( const CapturingReporter& reporter, const std::string& what,
-                 const std::string& name, const std::string& baselineName, double target ) {
-   double time = reporter.time( name );
-   double base = reporter.time( baselineName );
-   if ( time <= 0 || base <= 0 ) {
-      return;
-   }
-   double ratio = time / base;
-   if ( target > 0 ) {
-      std::printf( "ratio %s: %.2f (target <= %.2f)%s\n", what.c_str(), ratio, target,
-                   ratio <= target ? "" : "  MISSED" );
-   } else {
-      std::printf( "ratio %s: %.2f\n", what.c_str(), ratio );
-   }
-}
-
-bool hasFlag( int argc, char** argv, const char* flag ) {
-   for ( int i = 1; i < argc; ++i ) {
-      if ( std::strncmp( argv[ i ], flag, std::strlen( flag ) ) == 0 ) {
-         return true;
-      }
-   }
-   return false;
-}
+BENCHMARK( BM_BaselineInsertAndDrop );
+BENCHMARK( BM_SingleThreadInsertAndDrop );
+BENCHMARK( BM_ThreadSafeInsertAndDrop );
 
 } // namespace
 
 int main( int argc, char** argv ) {
-   // One short run is at the mercy of whatever else the machine does: unless
-   // told otherwise, take the best of interleaved repetitions.
-   std::vector<char*> args( argv, argv + argc );
-   char repetitions[] = "--benchmark_repetitions=5";
-   char interleaving[] = "--benchmark_enable_random_interleaving=true";
-   if ( !hasFlag( argc, argv, "--benchmark_repetitions" ) ) {
-      args.push_back( repetitions );
-   }
-   if ( !hasFlag( argc, argv, "--benchmark_enable_random_interleaving" ) ) {
-      args.push_back( interleaving );
-   }
-   int count = int( args.size() );
-   args.push_back( nullptr );
-   benchmark::Initialize( &count, args.data() );
-   if ( benchmark::ReportUnrecognizedArguments( count, args.data() ) ) {
-      return 1;
-   }
-   // The tables serve a multi-threaded agent, where shared_ptr counts are
-   // atomic. libstdc++ drops those atomics while a process has never started
-   // a thread, which would time the baseline as no user of a mutex runs it.
-   std::thread( [] {} ).join();
-   // Build the working sets before anything is timed.
-   for ( int size : kWorkingSets ) {
-      fixture( size_t( size ) );
-   }
-
-   CapturingReporter reporter( isatty( fileno( stdout ) )
-                                     ? benchmark::ConsoleReporter::OO_Defaults
-                                     : benchmark::ConsoleReporter::OO_Tabular );
-   benchmark::RunSpecifiedBenchmarks( &reporter );
-
-   std::printf(
-         "\nbest real time per operation over the repetitions; contents queried in shuffled "
-         "order\n" );
-   if ( reporter.busyFactor() > 1.3 ) {
-      std::printf( "note: the machine was busy (real time %.1fx CPU time): ratios are noisy\n",
-                   reporter.busyFactor() );
-   }
-   for ( int size : kWorkingSets ) {
-      const std::string arg = "/" + std::to_string( size );
-      const std::string base = "BM_BaselineHit" + arg;
-      const std::string in = ", " + std::to_string( size ) + " contents";
-      printRatio( reporter, "single-thread hit / baseline hit" + in, "BM_SingleThreadHit" + arg,
-                  base, 1.0 / 3 );
-      printRatio( reporter, "thread-safe hit / baseline hit" + in, "BM_ThreadSafeHit" + arg, base,
-                  0.5 );
-   }
-   const std::string mid = "/" + std::to_string( kWorkingSets[ 1 ] );
-   printRatio( reporter,
-               "single-thread hit by content / baseline hit, " + mid.substr( 1 ) + " contents",
-               "BM_SingleThreadHitByContent" + mid, "BM_BaselineHit" + mid, 0 );
-   printRatio( reporter,
-               "thread-safe hit by content / baseline hit, " + mid.substr( 1 ) + " contents",
-               "BM_ThreadSafeHitByContent" + mid, "BM_BaselineHit" + mid, 0 );
-   printRatio( reporter, "single-thread insert and drop / baseline", "BM_SingleThreadInsertAndDrop",
-               "BM_BaselineInsertAndDrop", 0 );
-   printRatio( reporter, "thread-safe insert and drop / baseline", "BM_ThreadSafeInsertAndDrop",
-               "BM_BaselineInsertAndDrop", 0 );
-   benchmark::Shutdown();
-   return 0;
+   return BenchReport::main(
+         argc, argv,
+         [] {
+            // Build the working sets before anything is timed.
+            for ( int size : kWorkingSets ) {
+               fixture( size_t( size ) );
+            }
+         },
+         []( const BenchReport::CapturingReporter& reporter ) {
+            using BenchReport::printRatio;
+            for ( int size : kWorkingSets ) {
+               const std::string arg = "/" + std::to_string( size );
+               const std::string base = "BM_BaselineHit" + arg;
+               const std::string in = ", " + std::to_string( size ) + " contents";
+               printRatio( reporter, "single-thread hit / baseline hit" + in,
+                           "BM_SingleThreadHit" + arg, base, 1.0 / 3 );
+               printRatio( reporter, "thread-safe hit / baseline hit" + in, "BM_ThreadSafeHit" + arg,
+                           base, 0.5 );
+            }
+            const std::string mid = std::to_string( kWorkingSets[ 1 ] );
+            printRatio( reporter, "single-thread hit by content / baseline hit, " + mid + " contents",
+                        "BM_SingleThreadHitByContent/" + mid, "BM_BaselineHit/" + mid, 0 );
+            printRatio( reporter, "thread-safe hit by content / baseline hit, " + mid + " contents",
+                        "BM_ThreadSafeHitByContent/" + mid, "BM_BaselineHit/" + mid, 0 );
+            printRatio( reporter, "single-thread insert and drop / baseline",
+                        "BM_SingleThreadInsertAndDrop", "BM_BaselineInsertAndDrop", 0 );
+            printRatio( reporter, "thread-safe insert and drop / baseline",
+                        "BM_ThreadSafeInsertAndDrop", "BM_BaselineInsertAndDrop", 0 );
+         } );
 }

@@ -87,10 +87,10 @@ BENCHMARK( BM_GenericFallback )->Repetitions( 5 )->ReportAggregatesOnly( false )
 } // namespace
 
 int main( int argc, char** argv ) {
-   benchmark::Initialize( &argc, argv );
-   BenchReport::CapturingReporter reporter;
-   benchmark::RunSpecifiedBenchmarks( &reporter );
-   BenchReport::printRatio( reporter, "typed parse of the mix / generic fallback",
-                            "BM_ParseMixThroughContainer", "BM_GenericFallback", 1.5 );
-   return 0;
+   return BenchReport::main(
+         argc, argv, [] {},
+         []( const BenchReport::CapturingReporter& reporter ) {
+            BenchReport::printRatio( reporter, "typed parse of the mix / generic fallback",
+                                     "BM_ParseMixThroughContainer", "BM_GenericFallback", 1.5 );
+         } );
 }

@@ -147,22 +147,16 @@ BENCHMARK( BM_BaselineVectorAppends );
 } // namespace
 
 int main( int argc, char** argv ) {
-   benchmark::Initialize( &argc, argv );
-   if ( benchmark::ReportUnrecognizedArguments( argc, argv ) ) {
-      return 1;
-   }
-   fixture();
-   BenchReport::CapturingReporter reporter;
-   benchmark::RunSpecifiedBenchmarks( &reporter );
-   std::printf( "\n" );
-   BenchReport::printRatio( reporter, "IpAddr::toChars / inet_ntop", "BM_IpAddrToChars",
-                            "BM_InetNtop4", 0.5 );
-   BenchReport::printRatio( reporter, "Ip6Addr::toChars / inet_ntop", "BM_Ip6AddrToChars",
-                            "BM_InetNtop6", 0.5 );
-   BenchReport::printRatio( reporter, "Ip6Addr::tryParse / inet_pton", "BM_Ip6AddrParse",
-                            "BM_InetPton6", 1.0 );
-   BenchReport::printRatio( reporter, "Serialize appends / vector push_back", "BM_SerializeAppends",
-                            "BM_BaselineVectorAppends", 1.0 );
-   benchmark::Shutdown();
-   return 0;
+   return BenchReport::main(
+         argc, argv, [] { fixture(); },
+         []( const BenchReport::CapturingReporter& reporter ) {
+            BenchReport::printRatio( reporter, "IpAddr::toChars / inet_ntop", "BM_IpAddrToChars",
+                                     "BM_InetNtop4", 0.5 );
+            BenchReport::printRatio( reporter, "Ip6Addr::toChars / inet_ntop", "BM_Ip6AddrToChars",
+                                     "BM_InetNtop6", 0.5 );
+            BenchReport::printRatio( reporter, "Ip6Addr::tryParse / inet_pton", "BM_Ip6AddrParse",
+                                     "BM_InetPton6", 1.0 );
+            BenchReport::printRatio( reporter, "Serialize appends / vector push_back",
+                                     "BM_SerializeAppends", "BM_BaselineVectorAppends", 1.0 );
+         } );
 }
