@@ -363,42 +363,37 @@ Footprint measureBaseline() {
 } // namespace
 
 int main( int argc, char** argv ) {
-   benchmark::Initialize( &argc, argv );
-   if ( benchmark::ReportUnrecognizedArguments( argc, argv ) ) {
-      return 1;
-   }
-   BenchReport::CapturingReporter reporter;
-   benchmark::RunSpecifiedBenchmarks( &reporter );
-   std::fflush( stdout );
+   return BenchReport::main(
+         argc, argv, [] { stream(); },
+         []( const BenchReport::CapturingReporter& reporter ) {
+         const Stream& s = stream();
+         std::printf( "\nstream: %zu paths, %zu distinct lists\n", s.paths.size(), s.sets.size() );
+         BenchReport::printRatio( reporter, "CommList intern stream / baseline",
+                                  "BM_CommListInternStream", "BM_BaselineInternStream", 0 );
+         BenchReport::printRatio( reporter, "CommList lookup-first intern stream / baseline",
+                                  "BM_CommListLookupFirstStream", "BM_BaselineInternStream", 0 );
+         for ( const char* pattern : { "numericHit", "nameHit", "noMatch" } ) {
+            const std::string what =
+                  std::string( "matchCommunitiesRegex, 20 communities, " ) + pattern + " / baseline";
+            BenchReport::printRatio( reporter, what.c_str(),
+                                     ( std::string( "BM_CommListRegex/" ) + pattern ).c_str(),
+                                     ( std::string( "BM_BaselineRegex/" ) + pattern ).c_str(), 0 );
+         }
 
-   const Stream& s = stream();
-   std::printf( "\nstream: %zu paths, %zu distinct lists\n", s.paths.size(), s.sets.size() );
-   BenchReport::printRatio( reporter, "CommList intern stream / baseline",
-                            "BM_CommListInternStream", "BM_BaselineInternStream", 0 );
-   BenchReport::printRatio( reporter, "CommList lookup-first intern stream / baseline",
-                            "BM_CommListLookupFirstStream", "BM_BaselineInternStream", 0 );
-   for ( const char* pattern : { "numericHit", "nameHit", "noMatch" } ) {
-      const std::string what =
-            std::string( "matchCommunitiesRegex, 20 communities, " ) + pattern + " / baseline";
-      BenchReport::printRatio( reporter, what.c_str(),
-                               ( std::string( "BM_CommListRegex/" ) + pattern ).c_str(),
-                               ( std::string( "BM_BaselineRegex/" ) + pattern ).c_str(), 0 );
-   }
-
-   const Footprint ours = measureOurs();
-   const Footprint baseline = measureBaseline();
-   std::printf( "bytes per distinct list, object + values (sizeof + capacity x 4): "
-                "CommList %.1f, baseline %.1f, ratio %.2f\n",
-                ours.payloadPerDistinct, baseline.payloadPerDistinct,
-                ours.payloadPerDistinct / baseline.payloadPerDistinct );
-   std::printf( "value slots per value (capacity / size): CommList %.3f, baseline %.3f\n",
-                ours.capacityPerSize, baseline.capacityPerSize );
-   std::printf( "heap bytes per distinct list, table included: CommList %.1f, baseline %.1f, "
-                "ratio %.2f\n",
-                ours.heapPerDistinct, baseline.heapPerDistinct,
-                ours.heapPerDistinct / baseline.heapPerDistinct );
-   std::printf( "heap bytes per path, its handle included: CommList %.1f, baseline %.1f, "
-                "ratio %.2f\n",
-                ours.heapPerPath, baseline.heapPerPath, ours.heapPerPath / baseline.heapPerPath );
-   return 0;
+         const Footprint ours = measureOurs();
+         const Footprint baseline = measureBaseline();
+         std::printf( "bytes per distinct list, object + values (sizeof + capacity x 4): "
+                      "CommList %.1f, baseline %.1f, ratio %.2f\n",
+                      ours.payloadPerDistinct, baseline.payloadPerDistinct,
+                      ours.payloadPerDistinct / baseline.payloadPerDistinct );
+         std::printf( "value slots per value (capacity / size): CommList %.3f, baseline %.3f\n",
+                      ours.capacityPerSize, baseline.capacityPerSize );
+         std::printf( "heap bytes per distinct list, table included: CommList %.1f, baseline %.1f, "
+                      "ratio %.2f\n",
+                      ours.heapPerDistinct, baseline.heapPerDistinct,
+                      ours.heapPerDistinct / baseline.heapPerDistinct );
+         std::printf( "heap bytes per path, its handle included: CommList %.1f, baseline %.1f, "
+                      "ratio %.2f\n",
+                      ours.heapPerPath, baseline.heapPerPath, ours.heapPerPath / baseline.heapPerPath );
+         } );
 }
