@@ -23,8 +23,6 @@ class InterningSink : public MrtRouteSink {
    }
    void problem( const MrtProblem& problem ) override { next_.problem( problem ); }
 
-   const RouteInterner& interner() const { return interner_; }
-
  private:
    RouteInterner interner_;
    InternedRouteSink& next_;

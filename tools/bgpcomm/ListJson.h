@@ -3,6 +3,7 @@
 // sixteen hex digits for extended ones, [global, local1, local2] for large
 // ones, forty hex digits for IPv6-address-specific ones.
 //
+//   std::string out;
 //   appendJsonValues( out, *lists.communities ); // [4259840100, 4294967041]
 #pragma once
 
