@@ -1,45 +1,33 @@
 // A user's program built against the installed headers and libraries: it
-// must compile, link and run with nothing from the source tree. It touches
-// code compiled into both libraries, so a missing library fails the link.
+// must compile, link and run with nothing from the source tree. It sets up
+// the parser and an interning table as an agent does at start-up, interns a
+// route target twice and prints it, so a missing library, header or symbol
+// fails here rather than in a user's build.
 #include <Kel/Ptr.h>
 #include <Kel/Types.h>
-#include <OvBgp/OvBgpMiscTypes.h>
-#include <Routing/Bgp/OvBgpGlobals.h>
+#include <OvBgp/OvBgpCommunity.h>
+#include <OvBgp/Parse/ExtComm.h>
+#include <OvBgp/Parse/ExtCommContainer.h>
 
 #include <cstdio>
 
-namespace {
-
-class Counted : public Kel::PtrInterface {
- public:
-   explicit Counted( U32 value ) : value_( value ) {}
-   U32 value() const { return value_; }
-
- private:
-   U32 value_;
-};
-
-} // namespace
-
 int main() {
-   Kel::Ptr<Counted> first = Kel::makePtr<Counted>( 0xFFFF0001u );
-   Kel::Ptr<const Counted> second = first;
-   if ( first->refCount() != 2 || second->value() != 0xFFFF0001u ) {
-      std::fputs( "counted pointer misbehaves\n", stderr );
-      return 1;
-   }
+   using namespace Routing::Bgp;
+   auto container = bgpParseExtCommContainerSmFactory();
+   auto table = extCommDedupTableFactory( container->extCommParser() );
 
-   Routing::Bgp::OvBgpGlobals::multiThreadedIs( true );
-   if ( !Routing::Bgp::OvBgpGlobals::multiThreaded() ) {
-      std::fputs( "multiThreaded() did not stick\n", stderr );
+   const U64 routeTarget = 0x0002fde800000064; // 65000:100
+   ExtComm::PtrConst first = ExtComm::dedupContent( table.ptr(), ExtCommContent( routeTarget ) );
+   ExtComm::PtrConst second = ExtComm::dedupContent( table.ptr(), ExtCommContent( routeTarget ) );
+   if ( !first || first != second ) {
+      std::fputs( "the same content was not interned to one object\n", stderr );
       return 1;
    }
-
-   Routing::Bgp::BgpMaybeU63 absent;
-   if ( absent.toStrep() != "-" ) {
-      std::fprintf( stderr, "unexpected text '%s'\n", absent.toStrep().c_str() );
+   Kel::String text = first->toStrepForUI( false, false, false );
+   if ( text.empty() ) {
+      std::fputs( "empty text form\n", stderr );
       return 1;
    }
-   std::puts( "consumer ok" );
+   std::printf( "consumer ok: %s\n", text.c_str() );
    return 0;
 }
