@@ -6,7 +6,9 @@
 //   std::shared_ptr<const Value> v = interner.intern( content );
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
+#include <vector>
 #include <memory>
 #include <mutex>
 #include <unordered_map>
@@ -47,6 +49,61 @@ class WeakMapInterner {
  private:
    std::mutex mutex_;
    std::unordered_map<std::uint64_t, std::weak_ptr<const T>> map_;
+};
+
+// WeakListInterner<V>: lists of values the same way: a std::shared_ptr to a
+// sorted, unique std::vector<V> per list, found through a std::unordered_map
+// from a 64-bit hash of the values to a std::weak_ptr, behind a std::mutex,
+// comparing the values when the hash hits.
+template <class V>
+class WeakListInterner {
+ public:
+   using List = std::shared_ptr<const std::vector<V>>;
+
+   List intern( const std::vector<V>& received ) {
+      std::vector<V> values;
+      for ( const V& value : received ) {
+         values.push_back( value );
+      }
+      std::sort( values.begin(), values.end() );
+      values.erase( std::unique( values.begin(), values.end() ), values.end() );
+      const std::uint64_t hash = fnv1a( values );
+      std::lock_guard<std::mutex> lock( mutex_ );
+      std::weak_ptr<const std::vector<V>>& slot = lists_[ hash ];
+      if ( List existing = slot.lock() ) {
+         if ( *existing == values ) {
+            return existing;
+         }
+         return std::make_shared<const std::vector<V>>( std::move( values ) );
+      }
+      List fresh = std::make_shared<const std::vector<V>>( std::move( values ) );
+      slot = fresh;
+      return fresh;
+   }
+
+   // forEach(): every list still alive.
+   template <class Fn>
+   void forEach( Fn&& fn ) const {
+      for ( const auto& entry : lists_ ) {
+         if ( List list = entry.second.lock() ) {
+            fn( *list );
+         }
+      }
+   }
+
+ private:
+   static std::uint64_t fnv1a( const std::vector<V>& values ) {
+      std::uint64_t h = 0xcbf29ce484222325ull;
+      for ( const V& v : values ) {
+         for ( size_t i = 0; i < sizeof( V ); ++i ) {
+            h = ( h ^ ( ( std::uint64_t( v ) >> ( 8 * i ) ) & 0xFF ) ) * 0x100000001b3ull;
+         }
+      }
+      return h;
+   }
+
+   std::mutex mutex_;
+   std::unordered_map<std::uint64_t, std::weak_ptr<const std::vector<V>>> lists_;
 };
 
 } // namespace Baseline

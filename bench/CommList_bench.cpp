@@ -36,6 +36,7 @@
 #include "OvBgp/OvBgpCommunityList.h"
 #include "Routing/Bgp/OvBgpGlobals.h"
 #include "Routing/RouteMap/PosixRegex.h"
+#include "bench/Baseline.h"
 #include "bench/BenchReport.h"
 
 namespace {
@@ -110,55 +111,7 @@ const Stream& stream() {
 
 // --- The baseline -------------------------------------------------------------------
 
-class NaiveListTable {
- public:
-   using List = std::shared_ptr<const std::vector<uint32_t>>;
-
-   List intern( const std::vector<U32>& received ) {
-      std::vector<uint32_t> values;
-      for ( U32 value : received ) {
-         values.push_back( value );
-      }
-      std::sort( values.begin(), values.end() );
-      values.erase( std::unique( values.begin(), values.end() ), values.end() );
-      const uint64_t hash = fnv1a( values );
-      std::lock_guard<std::mutex> lock( mutex_ );
-      std::weak_ptr<const std::vector<uint32_t>>& slot = lists_[ hash ];
-      if ( List existing = slot.lock() ) {
-         if ( *existing == values ) {
-            return existing;
-         }
-         return std::make_shared<const std::vector<uint32_t>>( std::move( values ) );
-      }
-      List fresh = std::make_shared<const std::vector<uint32_t>>( std::move( values ) );
-      slot = fresh;
-      return fresh;
-   }
-
-   // forEach(): every list still alive.
-   template <class Fn>
-   void forEach( Fn&& fn ) const {
-      for ( const auto& entry : lists_ ) {
-         if ( List list = entry.second.lock() ) {
-            fn( *list );
-         }
-      }
-   }
-
- private:
-   static uint64_t fnv1a( const std::vector<uint32_t>& values ) {
-      uint64_t h = 0xcbf29ce484222325ull;
-      for ( uint32_t v : values ) {
-         for ( int i = 0; i < 4; ++i ) {
-            h = ( h ^ ( ( v >> ( 8 * i ) ) & 0xFF ) ) * 0x100000001b3ull;
-         }
-      }
-      return h;
-   }
-
-   std::mutex mutex_;
-   std::unordered_map<uint64_t, std::weak_ptr<const std::vector<uint32_t>>> lists_;
-};
+using NaiveListTable = Baseline::WeakListInterner<uint32_t>;
 
 // --- Interning the stream -------------------------------------------------------------
 
