@@ -22,7 +22,7 @@ namespace {
 // with their forms, and the attribute the library writes for it.
 struct Decoded {
    std::string text;                           // the list's text (as mrt prints it)
-   std::vector<std::string> uiTexts;           // extended kinds: each value's UI form
+   std::vector<std::string> uiTexts;           // extended only: each value's UI form
    std::vector<std::string> jsonValues;        // each value as JSON
    std::vector<std::vector<ValueForm>> forms;  // each value's forms
    std::string wire;                           // the path attribute, header included
