@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <iostream>
 #include <random>
+#include <sstream>
 #include <thread>
 
 #include "Acl/CommunityValue.h"
@@ -132,7 +133,9 @@ TEST_F( ExtCommListTest, WireFormSelectsMembersAndSizesTheHeader ) {
    }
    EXPECT_EQ( empty->hash(), 0u );
    EXPECT_EQ( empty->toStrep(), "[  ]" );
-   EXPECT_EQ( ExtCommList::PtrConst()->toStrep(), "NULL" );
+   std::ostringstream null;
+   null << static_cast<const ExtCommList*>( nullptr );
+   EXPECT_EQ( null.str(), "NULL" );
 
    auto list = intern( { kQos, kRt100, kLbLow } );
    auto all = ExtCommList::serialization( true, false, false );
