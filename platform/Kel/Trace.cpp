@@ -54,14 +54,14 @@ void reportItem( std::string_view item ) {
    std::fwrite( line.data(), 1, line.size(), stderr );
 }
 
-// The levels spec enables for category, walking the grammar in Trace.h.
-U32 levelsFor( std::string_view spec, std::string_view category, bool report ) {
+// The levels setting enables for category, walking the grammar in Trace.h.
+U32 levelsFor( std::string_view setting, std::string_view category, bool report ) {
    U32 mask = 0;
    bool haveName = false;
    bool nameMatches = false;
    while ( true ) {
-      size_t comma = spec.find( ',' );
-      std::string_view item = trim( spec.substr( 0, comma ) );
+      size_t comma = setting.find( ',' );
+      std::string_view item = trim( setting.substr( 0, comma ) );
       bool bareLevels = haveName && ( item == "*" ||
                                       ( !item.empty() && item[ 0 ] >= '0' && item[ 0 ] <= '9' ) );
       if ( bareLevels ) {
@@ -89,7 +89,7 @@ U32 levelsFor( std::string_view spec, std::string_view category, bool report ) {
       if ( comma == std::string_view::npos ) {
          return mask;
       }
-      spec.remove_prefix( comma + 1 );
+      setting.remove_prefix( comma + 1 );
    }
 }
 
@@ -114,11 +114,11 @@ TraceCategory::~TraceCategory() {
 
 bool TraceCategory::resolve( int level ) const noexcept {
    // Racing first uses compute the same mask; storing it twice is harmless.
-   const char* spec = std::getenv( "OVTRACE" );
+   const char* setting = std::getenv( "OVTRACE" );
    U32 mask = 0;
-   if ( spec && *spec ) {
+   if ( setting && *setting ) {
       bool report = !reported.exchange( true );
-      mask = levelsFor( spec, name_, report );
+      mask = levelsFor( setting, name_, report );
    }
    mask_.store( mask, std::memory_order_relaxed );
    return ( mask & ( 1u << level ) ) != 0;

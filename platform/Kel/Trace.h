@@ -15,12 +15,12 @@
 //
 // The OVTRACE environment variable (commas separate items; spaces around an
 // item are ignored; names are case-sensitive):
-//   spec   := item ( ',' item )*
-//   item   := name '/' levels    those levels of one category
-//           | name               every level of it
-//           | levels             more levels of the category named last
-//   levels := digit | digit '-' digit | '*'     ('*' is 0-9)
-//   name   := a category name, not starting with a digit; '*' means every
+//   setting := item ( ',' item )*
+//   item    := name '/' levels    those levels of one category
+//            | name               every level of it
+//            | levels             more levels of the category named last
+//   levels  := digit | digit '-' digit | '*'     ('*' is 0-9)
+//   name    := a category name, not starting with a digit; '*' means every
 //             category
 // A bare "*" after a named item is levels ("BgpCommunityList/0,*"); as the
 // first item it is the name, so "*" alone enables everything.

@@ -96,7 +96,7 @@ Layout layoutOf( U16 afi, U8 safi ) {
       case 71: // BGP-LS
       case 72:
          return Layout::typeLength16;
-      case 133: // flow specification
+      case 133: // flow rules (FlowSpec)
       case 134:
          return Layout::flowSpec;
       default:

@@ -11,9 +11,9 @@ namespace {
 
 using Kel::TraceCategory;
 
-// The enabled levels of category under spec, as a string of digits.
-std::string levels( const char* spec, const TraceCategory& category ) {
-   ::setenv( "OVTRACE", spec, 1 );
+// The enabled levels of category under setting, as a string of digits.
+std::string levels( const char* setting, const TraceCategory& category ) {
+   ::setenv( "OVTRACE", setting, 1 );
    TraceCategory::reloadForTesting();
    std::string on;
    for ( int level = 0; level <= 9; ++level ) {
