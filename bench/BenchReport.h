@@ -95,6 +95,36 @@ inline void printRatio( const CapturingReporter& reporter, const std::string& wh
    }
 }
 
+// keepEach(): times hit( query ) over the queries in turn, keeping every
+// result as a path keeps the values it carries; the kept results are
+// released between passes, untimed, so the figure is the hit alone.
+template <class Queries, class Hit>
+void keepEach( benchmark::State& state, const Queries& queries, Hit&& hit ) {
+   std::vector<decltype( hit( queries[ 0 ] ) )> kept;
+   kept.reserve( queries.size() );
+   size_t i = 0;
+   for ( auto _ : state ) {
+      kept.push_back( hit( queries[ i ] ) );
+      if ( ++i == queries.size() ) {
+         state.PauseTiming();
+         kept.clear();
+         i = 0;
+         state.ResumeTiming();
+      }
+   }
+}
+
+// dropEach(): the same, releasing each result at once: hit and release.
+template <class Queries, class Hit>
+void dropEach( benchmark::State& state, const Queries& queries, Hit&& hit ) {
+   size_t i = 0;
+   for ( auto _ : state ) {
+      auto result = hit( queries[ i ] );
+      benchmark::DoNotOptimize( result );
+      i = i + 1 == queries.size() ? 0 : i + 1;
+   }
+}
+
 // main(): the whole program around setup (run before anything is timed)
 // and report (the ratio lines).
 template <class Setup, class Report>

@@ -92,19 +92,56 @@ class DedupHandle : public Kel::PtrInterface {
  private:
    friend class DedupHashTable;
 
+   // A hit hands out one of the references the table counted ahead, so
+   // that interning a value already there changes no count; when none is
+   // left, one atomic add counts the next kReserve ahead. Runs under the
+   // shard's lock (or in the table's one thread), the reserve's only writer.
+   static constexpr U8 kReserve = 255;
+   void handOutReference() const noexcept {
+      const U8 reserved = reservedAtomic().load( std::memory_order_relaxed );
+      if ( reserved != 0 ) {
+         reservedAtomic().store( U8( reserved - 1 ), std::memory_order_relaxed );
+         return;
+      }
+      // The reserve is stored first: a release that sees the new count also
+      // sees the reserve that came with it.
+      reservedAtomic().store( kReserve, std::memory_order_relaxed );
+      refCountAtomic().fetch_add( 1 + kReserve );
+   }
+
+   // releaseTableReferences(): the table's own reference and its reserve,
+   // once the handle has left the table (or the table is going).
+   void releaseTableReferences() const noexcept {
+      const U8 reserved = reservedAtomic().exchange( 0, std::memory_order_relaxed );
+      releasePlain( 1 + U32( reserved ) );
+   }
+
+   // outsideReferencesGone(): with the shard locked, true when the count
+   // holds only the table's reference and its reserve.
+   bool outsideReferencesGone() const noexcept {
+      return refCountAtomic().load() == 1 + U32( reservedAtomic().load( std::memory_order_relaxed ) );
+   }
+
    void releaseShared() const noexcept override { releaseMemberReference(); }
    void releaseMemberReference() const noexcept {
       // Read while this reference still keeps the handle in its table: once
       // the count drops, another thread may detach and destroy it.
       DedupHashTable* table = table_;
       const U32 hash = tableHash_;
-      if ( refCountAtomic().fetch_sub( 1 ) <= 2 ) {
+      // The decrement succeeds only on the count it was judged by: a refill
+      // in between makes it try again. Hits in between only shrink the
+      // reserve, so the count beyond the reserve read is a floor on the
+      // outside references left.
+      U32 count = refCountAtomic().load();
+      U32 reserved;
+      do {
+         reserved = reservedAtomic().load( std::memory_order_relaxed );
+      } while ( !refCountAtomic().compare_exchange_weak( count, count - 1 ) );
+      if ( count - 1 <= 1 + reserved ) {
          lastOutsideReferenceGone( table, this, hash );
       }
    }
-   // lastOutsideReferenceGone(): the count of handle just dropped to the
-   // table's own reference. Static: the handle may already be gone, so it is
-   // only an address here.
+
    static void lastOutsideReferenceGone( DedupHashTable* table, const DedupHandle* handle,
                                          U32 hash ) noexcept;
 
@@ -113,5 +150,8 @@ class DedupHandle : public Kel::PtrInterface {
    U32 tableHash_ = 0;
    DedupHashTable* table_ = nullptr;
 };
+
+static_assert( sizeof( void* ) != 8 || sizeof( DedupHandle ) == 32,
+               "an interned handle's header stays within 32 bytes" );
 
 } // namespace Bex

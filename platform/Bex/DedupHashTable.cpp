@@ -65,8 +65,8 @@ DedupHashTable::~DedupHashTable() {
    for ( U32 s = 0; s < shardCount_; ++s ) {
       Shard& shard = shards_[ s ];
       for ( U32 i = 0; i <= shard.mask; ++i ) {
-         if ( DedupHandle* h = shard.slots[ i ].handle ) {
-            members.push_back( h );
+         if ( shard.slots[ i ] ) {
+            members.push_back( shard.slots[ i ].handle() );
          }
       }
       std::free( shard.slots );
@@ -76,7 +76,7 @@ DedupHashTable::~DedupHashTable() {
    for ( DedupHandle* h : members ) {
       h->table_ = nullptr;
       h->tableSharedIs( false );
-      h->deleteRef();
+      h->releaseTableReferences();
    }
 }
 
@@ -105,7 +105,8 @@ size_t DedupHashTable::size() const noexcept {
 void DedupHashTable::growIfFull( Shard& shard ) {
    const U32 capacity = shard.mask + 1;
    const U32 count = shard.count.load( std::memory_order_relaxed );
-   if ( ( U64( count ) + 1 ) * 4 <= U64( capacity ) * 3 ) {
+   // At most half full: a hit then seldom probes a second slot.
+   if ( ( U64( count ) + 1 ) * 2 <= U64( capacity ) ) {
       return;
    }
    Slot* old = shard.slots;
@@ -113,26 +114,26 @@ void DedupHashTable::growIfFull( Shard& shard ) {
    shard.mask = capacity * 2 - 1;
    shard.count.store( 0, std::memory_order_relaxed );
    for ( U32 i = 0; i < capacity; ++i ) {
-      if ( old[ i ].handle ) {
-         placeSlot( shard, old[ i ].hash, old[ i ].handle );
+      if ( old[ i ] ) {
+         placeSlot( shard, old[ i ].handle() );
       }
    }
    std::free( old );
 }
 
-void DedupHashTable::placeSlot( Shard& shard, U32 hash, DedupHandle* handle ) noexcept {
-   U32 i = hash & shard.mask;
-   while ( shard.slots[ i ].handle ) {
+void DedupHashTable::placeSlot( Shard& shard, DedupHandle* handle ) noexcept {
+   U32 i = handle->tableHash_ & shard.mask;
+   while ( shard.slots[ i ] ) {
       i = ( i + 1 ) & shard.mask;
    }
-   shard.slots[ i ] = Slot{ hash, handle };
+   shard.slots[ i ] = Slot( handle->tableHash_, handle );
    shard.count.fetch_add( 1, std::memory_order_relaxed );
 }
 
 U32 DedupHashTable::slotOf( const Shard& shard, U32 hash, const DedupHandle* handle ) noexcept {
    // Compares addresses only: handle may be gone.
-   for ( U32 i = hash & shard.mask; shard.slots[ i ].handle; i = ( i + 1 ) & shard.mask ) {
-      if ( shard.slots[ i ].handle == handle ) {
+   for ( U32 i = hash & shard.mask; shard.slots[ i ]; i = ( i + 1 ) & shard.mask ) {
+      if ( shard.slots[ i ].handle() == handle ) {
          return i;
       }
    }
@@ -145,17 +146,17 @@ void DedupHashTable::eraseSlot( Shard& shard, U32 i ) noexcept {
    U32 j = i;
    for ( ;; ) {
       j = ( j + 1 ) & shard.mask;
-      if ( !shard.slots[ j ].handle ) {
+      if ( !shard.slots[ j ] ) {
          break;
       }
-      U32 home = shard.slots[ j ].hash & shard.mask;
+      U32 home = shard.slots[ j ].handle()->tableHash_ & shard.mask;
       bool stays = ( i <= j ) ? ( i < home && home <= j ) : ( i < home || home <= j );
       if ( !stays ) {
          shard.slots[ i ] = shard.slots[ j ];
          i = j;
       }
    }
-   shard.slots[ i ] = Slot{ 0, nullptr };
+   shard.slots[ i ] = Slot();
    shard.count.fetch_sub( 1, std::memory_order_relaxed );
 }
 
@@ -170,7 +171,7 @@ void DedupHashTable::releaseMember( const DedupHandle* member, U32 hash ) noexce
       // (no longer found). Only a handle found among the members, which the
       // table's reference keeps alive, is touched.
       const U32 slot = slotOf( shard, hash, handle );
-      if ( slot == kNoSlot || handle->refCountAtomic().load() != 1 ) {
+      if ( slot == kNoSlot || !handle->outsideReferencesGone() ) {
          return;
       }
       handle->dedupStateIs( dedupHandleStateBeingDetached_ );
@@ -181,9 +182,9 @@ void DedupHashTable::releaseMember( const DedupHandle* member, U32 hash ) noexce
          notifyRemove( handle );
       }
    }
-   // The table's own reference goes last, outside the lock: destroying the
+   // The table's own references go last, outside the lock: destroying the
    // member may release members of other tables.
-   handle->deleteRef();
+   handle->releaseTableReferences();
 }
 
 void DedupHashTable::notifyInsert( DedupHandle* handle ) {
@@ -237,9 +238,7 @@ void DedupHashTable::dumpState( const DumpContext& ctx, U32 indent ) const {
 
 DedupHashTableUnorderedSet::Ptr DedupHashTableUnorderedSet::DedupHashTableUnorderedSetIs(
       bool threadSafe ) {
-   Ptr table = Kel::makePtr<DedupHashTableUnorderedSet>( threadSafe );
-   table->hasNotificationActiveIs( true );
-   return table;
+   return Kel::makeActivePtr<DedupHashTableUnorderedSet>( threadSafe );
 }
 
 } // namespace Bex

@@ -1,23 +1,26 @@
 // Bex/DedupHashTable.h: the interning set behind every value and list table.
 // It holds one reference of its own to each member; when the references held
 // outside drop to none, the member leaves the table (handleRemove fires) and
-// is destroyed. A hit is one hash, one probe of an open-addressing array and
-// one count increment; nothing is allocated.
+// is destroyed. A hit is one hash and one probe of an open-addressing array;
+// the reference it returns comes from a reserve the table counted ahead, so
+// it touches no count (one atomic add refills the reserve every so many
+// hits); nothing is allocated.
 //
 //   auto table = Bex::DedupHashTableUnorderedSet::DedupHashTableUnorderedSetIs( threadSafe );
 //   DedupHandle::Ptr canonical = table->dedup( candidate );
 //
 // The thread-safe variant splits the set into shards, each behind its own
-// spin lock. Releases are lock-free decrements; the one that leaves only the
-// table's reference then takes the shard's lock and detaches the member if it
-// is still there with no outside reference. Lookups take their reference
-// under the same lock, so a lookup never returns a member that is leaving,
-// and a release that finds its handle revived or already gone leaves it
-// alone without touching it. Lifetime callbacks run under the shard's lock and, in the thread-safe
-// variant, one table-wide mutex, so notifiees see every table's events in the
-// order they happened and need no lock of their own; a callback must not
-// intern into or release the last outside reference of a member of the same
-// table. A table must outlive the threads that still release its members.
+// spin lock. Releases are lock-free decrements; one that may have left only
+// the table's references then takes the shard's lock and detaches the member
+// if it is still there with no outside reference. Lookups take their
+// reference under the same lock, so a lookup never returns a member that is
+// leaving, and a release that finds its handle revived or already gone
+// leaves it alone without touching it. Lifetime callbacks run under the
+// shard's lock and, in the thread-safe variant, one table-wide mutex, so
+// notifiees see every table's events in the order they happened and need no
+// lock of their own; a callback must not intern into or release the last
+// outside reference of a member of the same table. A table must outlive the
+// threads that still release its members.
 #pragma once
 
 #include <atomic>
@@ -90,16 +93,7 @@ class DedupHashTable : public Kel::PtrInterface {
    DedupHandle::PtrConst lookupIf( U32 hash, Match&& match ) const {
       Shard& shard = shardFor( hash );
       ShardGuard guard( shard, threadSafe_ );
-      for ( U32 i = hash & shard.mask;; i = ( i + 1 ) & shard.mask ) {
-         const Slot& slot = shard.slots[ i ];
-         if ( !slot.handle ) {
-            return nullptr;
-         }
-         if ( slot.hash == hash && match( static_cast<const DedupHandle*>( slot.handle ) ) ) {
-            slot.handle->newRef();
-            return DedupHandle::PtrConst::adopt( slot.handle );
-         }
-      }
+      return handOut( findIf( shard, hash, match ) );
    }
 
    // dedup(): the member equal to handle (by compare()), or handle itself
@@ -128,8 +122,8 @@ class DedupHashTable : public Kel::PtrInterface {
          Shard& shard = shards_[ s ];
          ShardGuard guard( shard, threadSafe_ );
          for ( U32 i = 0; i <= shard.mask; ++i ) {
-            if ( shard.slots[ i ].handle ) {
-               fn( static_cast<const DedupHandle*>( shard.slots[ i ].handle ) );
+            if ( shard.slots[ i ] ) {
+               fn( static_cast<const DedupHandle*>( shard.slots[ i ].handle() ) );
             }
          }
       }
@@ -144,9 +138,28 @@ class DedupHashTable : public Kel::PtrInterface {
  private:
    friend class DedupHandle;
 
-   struct Slot {
-      U32 hash;
-      DedupHandle* handle;
+   // Slot: a member's address with 16 bits of its hash above it (user
+   // addresses fit in 48 bits), so that a probe passes over other members
+   // without touching them, and a slot takes eight bytes; zero is empty.
+   class Slot {
+    public:
+      static constexpr int kTagShift = 48;
+      static U16 tagOf( U32 hash ) noexcept { return U16( hash >> 12 ); }
+      Slot() noexcept = default;
+      Slot( U32 hash, DedupHandle* handle ) noexcept
+            : bits_( U64( tagOf( hash ) ) << kTagShift | reinterpret_cast<U64>( handle ) ) {}
+      explicit operator bool() const noexcept { return bits_ != 0; }
+      U16 tag() const noexcept { return U16( bits_ >> kTagShift ); }
+      DedupHandle* handle() const noexcept {
+         return reinterpret_cast<DedupHandle*>( bits_ & ( ( U64( 1 ) << kTagShift ) - 1 ) );
+      }
+      // fits(): whether handle's address leaves the tag bits free.
+      static bool fits( const DedupHandle* handle ) noexcept {
+         return ( reinterpret_cast<U64>( handle ) >> kTagShift ) == 0;
+      }
+
+    private:
+      U64 bits_ = 0;
    };
 
    class SpinLock {
@@ -202,8 +215,33 @@ class DedupHashTable : public Kel::PtrInterface {
    }
 
    // The shard helpers below run with the shard locked.
+
+   // findIf(): the member of shard with hash that match() accepts, or null.
+   template <class Match>
+   static DedupHandle* findIf( const Shard& shard, U32 hash, Match& match ) {
+      const U16 tag = Slot::tagOf( hash );
+      for ( U32 i = hash & shard.mask;; i = ( i + 1 ) & shard.mask ) {
+         const Slot slot = shard.slots[ i ];
+         if ( !slot ) {
+            return nullptr;
+         }
+         DedupHandle* member = slot.handle();
+         if ( slot.tag() == tag && member->tableHash_ == hash &&
+              match( static_cast<const DedupHandle*>( member ) ) ) {
+            return member;
+         }
+      }
+   }
+   // handOut(): a counted pointer to member (null stays null).
+   static DedupHandle::PtrConst handOut( DedupHandle* member ) noexcept {
+      if ( !member ) {
+         return nullptr;
+      }
+      member->handOutReference();
+      return DedupHandle::PtrConst::adopt( member );
+   }
    static void growIfFull( Shard& shard );
-   static void placeSlot( Shard& shard, U32 hash, DedupHandle* handle ) noexcept;
+   static void placeSlot( Shard& shard, DedupHandle* handle ) noexcept;
    static constexpr U32 kNoSlot = ~U32( 0 );
    static U32 slotOf( const Shard& shard, U32 hash, const DedupHandle* handle ) noexcept;
    static void eraseSlot( Shard& shard, U32 slot ) noexcept;
@@ -244,21 +282,16 @@ DedupHandle::PtrConst DedupHashTable::dedup( const DedupHandle::PtrConst& handle
    const U32 hash = candidate->hash();
    Shard& shard = shardFor( hash );
    ShardGuard guard( shard, threadSafe_ );
-   for ( U32 i = hash & shard.mask;; i = ( i + 1 ) & shard.mask ) {
-      const Slot& slot = shard.slots[ i ];
-      if ( !slot.handle ) {
-         break;
-      }
-      if ( slot.hash == hash && slot.handle->compare( candidate ) ) {
-         slot.handle->newRef();
-         return DedupHandle::PtrConst::adopt( slot.handle );
-      }
+   auto equal = [ candidate ]( const DedupHandle* member ) { return member->compare( candidate ); };
+   if ( DedupHandle* member = findIf( shard, hash, equal ) ) {
+      return handOut( member );
    }
+   KEL_ASSERT_MSG( Slot::fits( candidate ), "address beyond 48 bits" );
    growIfFull( shard );
    preInsert( candidate );
-   placeSlot( shard, hash, candidate );
    candidate->table_ = this;
    candidate->tableHash_ = hash;
+   placeSlot( shard, candidate );
    candidate->newRef(); // the table's own reference
    candidate->dedupStateIs( dedupHandleStateDeduped_ );
    candidate->tableSharedIs( true );

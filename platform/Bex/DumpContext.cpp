@@ -5,9 +5,8 @@
 namespace Bex {
 
 DumpContext::Ptr DumpContext::DumpContextIs() {
-   Ptr ctx = Kel::makePtr<DumpContext>();
+   Ptr ctx = Kel::makeActivePtr<DumpContext>();
    ctx->counted_ = true;
-   ctx->hasNotificationActiveIs( true );
    return ctx;
 }
 

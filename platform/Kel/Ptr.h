@@ -30,8 +30,14 @@ class PtrInterface {
    PtrInterface& operator=( const PtrInterface& ) noexcept { return *this; }
    virtual ~PtrInterface() = default;
 
-   // refCount(): the number of references held right now (a snapshot).
-   U32 refCount() const noexcept { return refCount_.load(); }
+   // refCount(): the number of references held right now (a snapshot). The
+   // references an interning table has counted ahead but not handed out yet
+   // are not held by anyone, so they are left out.
+   U32 refCount() const noexcept {
+      const U32 reserved = reserved_.load( std::memory_order_relaxed );
+      const U32 counted = refCount_.load();
+      return counted > reserved ? counted - reserved : 0;
+   }
 
    // hasNotificationActive(): the flag every factory switches on for the
    // objects it hands out.
@@ -42,9 +48,7 @@ class PtrInterface {
    void newRef() const noexcept { refCount_.fetch_add( 1 ); }
    void deleteRef() const noexcept {
       if ( !tableShared() ) {
-         if ( refCount_.fetch_sub( 1 ) == 1 ) {
-            onZeroReferences();
-         }
+         releasePlain( 1 );
          return;
       }
       releaseShared();
@@ -57,15 +61,23 @@ class PtrInterface {
 
    // releaseShared(): every release of an object marked table-shared, in
    // place of the plain decrement.
-   virtual void releaseShared() const noexcept {
-      if ( refCount_.fetch_sub( 1 ) == 1 ) {
+   virtual void releaseShared() const noexcept { releasePlain( 1 ); }
+
+   // releasePlain(): drops n references; the last one destroys.
+   void releasePlain( U32 n ) const noexcept {
+      if ( refCount_.fetch_sub( n ) == n ) {
          onZeroReferences();
       }
    }
 
-   // Raw access for the interning table. The flag is published with release
-   // order, so whoever sees it set also sees the table's bookkeeping.
+   // Raw access for the interning table. reserved_ holds the references it
+   // has counted ahead to hand out without touching the count; only that
+   // table writes it.
    std::atomic<U32>& refCountAtomic() const noexcept { return refCount_; }
+   std::atomic<U8>& reservedAtomic() const noexcept { return reserved_; }
+
+   // The table-shared flag is published with release order, so whoever sees
+   // it set also sees the table's bookkeeping.
    bool tableShared() const noexcept { return tableShared_.load( std::memory_order_acquire ); }
    void tableSharedIs( bool shared ) const noexcept {
       tableShared_.store( shared, std::memory_order_release );
@@ -75,6 +87,7 @@ class PtrInterface {
    mutable std::atomic<U32> refCount_{ 0 };
    mutable std::atomic<bool> tableShared_{ false };
    bool notificationActive_ = false;
+   mutable std::atomic<U8> reserved_{ 0 };
 };
 
 // Ptr<T>: intrusive counted pointer; null by default, equality by identity.
@@ -147,6 +160,15 @@ class Ptr {
 template <class T, class... Args>
 Ptr<T> makePtr( Args&&... args ) {
    return Ptr<T>( new T( std::forward<Args>( args )... ) );
+}
+
+// makeActivePtr(): makePtr() for factories: the object comes with
+// notification switched on, as every factory hands its objects out.
+template <class T, class... Args>
+Ptr<T> makeActivePtr( Args&&... args ) {
+   Ptr<T> p = makePtr<T>( std::forward<Args>( args )... );
+   p->hasNotificationActiveIs( true );
+   return p;
 }
 
 // ptrCast(): static downcast keeping the reference; the rvalue form hands

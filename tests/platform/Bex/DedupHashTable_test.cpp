@@ -173,6 +173,51 @@ TEST_P( DedupHashTableTest, MemberLeavesWithItsLastOutsideReferenceNotifyingOnce
    EXPECT_EQ( counters.constructed.load(), counters.destroyed.load() );
 }
 
+TEST_P( DedupHashTableTest, ManyHitsKeepTheCountExactAndTheLastReleaseStillDetaches ) {
+   // Hits hand out references the table counted ahead; across several
+   // refills the count must still say who holds the member, and the member
+   // must leave with its last outside reference whichever one that is.
+   auto table = newTable( threadSafe() );
+   auto notifiee = Kel::makePtr<CheckingNotifiee>( 16 );
+   table->lifeTimeNotifieeIs( notifiee );
+   std::vector<DedupHandle::PtrConst> held{ table->dedup( make( 9 ) ) };
+   for ( U32 i = 1; i < 1000; ++i ) {
+      held.push_back( lookup( table, 9 ) );
+      ASSERT_EQ( i + 2, held.front()->refCount() ); // held, plus the table's own
+   }
+   for ( U32 round = 0; round < 3; ++round ) {
+      // Release from the front, then hit again: the reserve both drains and
+      // refills while outside references come and go.
+      held.erase( held.begin(), held.begin() + 300 );
+      for ( int i = 0; i < 200; ++i ) {
+         held.push_back( lookup( table, 9 ) );
+      }
+      ASSERT_EQ( held.size() + 1, held.front()->refCount() );
+   }
+   while ( held.size() > 1 ) {
+      held.pop_back();
+   }
+   EXPECT_EQ( 1u, table->size() );
+   EXPECT_EQ( 0u, notifiee->removes.load() );
+   held.clear();
+   EXPECT_EQ( 0u, table->size() );
+   EXPECT_EQ( 1u, notifiee->removes.load() );
+   EXPECT_EQ( counters.constructed.load(), counters.destroyed.load() );
+
+   // A member that outlives its table keeps its exact count and is
+   // destroyed by its last holder.
+   DedupHandle::PtrConst survivor = table->dedup( make( 10 ) );
+   for ( int i = 0; i < 300; ++i ) {
+      lookup( table, 10 );
+   }
+   DedupHandle::PtrConst second = lookup( table, 10 );
+   table = nullptr;
+   EXPECT_EQ( 2u, survivor->refCount() );
+   second = nullptr;
+   survivor = nullptr;
+   EXPECT_EQ( counters.constructed.load(), counters.destroyed.load() );
+}
+
 TEST_P( DedupHashTableTest, PreInsertRunsOnlyForTheInsertedHandleBeforeItIsVisible ) {
    auto table = newTable( threadSafe() );
    std::vector<std::pair<DedupHandle*, Bex::DedupHandleState>> calls;
