@@ -142,9 +142,7 @@ size_t CommunityFormatter<true>::format( OvFmt::DynamicBufferInterface& buffer, 
 U32 CommListContent::hash() const noexcept { return valuesHash( values ); }
 
 CommList::Ptr CommList::CommListIs() {
-   Ptr list = Kel::makePtr<CommList>( Token() );
-   list->hasNotificationActiveIs( true );
-   return list;
+   return Kel::makeActivePtr<CommList>( Token() );
 }
 
 CommList::Ptr commListFactory() { return CommList::CommListIs(); }

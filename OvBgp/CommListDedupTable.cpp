@@ -22,9 +22,7 @@ void CommListDedupTableBase::dumpState( const Bex::DumpContext& ctx, U32 indent 
 }
 
 CommListDedupTable::Ptr CommListDedupTable::CommListDedupTableIs() {
-   Ptr table = Kel::makePtr<CommListDedupTable>();
-   table->hasNotificationActiveIs( true );
-   return table;
+   return Kel::makeActivePtr<CommListDedupTable>();
 }
 
 CommListDedupTable::Ptr commListDedupTableFactory() {
@@ -32,9 +30,7 @@ CommListDedupTable::Ptr commListDedupTableFactory() {
 }
 
 LargeCommListDedupTable::Ptr LargeCommListDedupTable::LargeCommListDedupTableIs() {
-   Ptr table = Kel::makePtr<LargeCommListDedupTable>();
-   table->hasNotificationActiveIs( true );
-   return table;
+   return Kel::makeActivePtr<LargeCommListDedupTable>();
 }
 
 LargeCommListDedupTable::Ptr largeCommListDedupTableFactory() {

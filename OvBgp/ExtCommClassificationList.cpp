@@ -63,9 +63,7 @@ void ExtCommClassificationList::handleInit( ExtCommClassification classification
 
 ExtCommClassificationList::Ptr ExtCommClassificationList::ExtCommClassificationListIs(
       ExtCommClassification classification ) {
-   Ptr list = Kel::makePtr<ExtCommClassificationList>( classification );
-   list->hasNotificationActiveIs( true );
-   return list;
+   return Kel::makeActivePtr<ExtCommClassificationList>( classification );
 }
 
 ExtCommClassificationList::Ptr extCommClassificationListFactory( ExtCommClassification c ) {
@@ -167,9 +165,7 @@ RtExtCommClassificationList::~RtExtCommClassificationList() = default;
 
 RtExtCommClassificationList::Ptr RtExtCommClassificationList::RtExtCommClassificationListIs(
       ExtCommClassification classification ) {
-   Ptr list = Kel::makePtr<RtExtCommClassificationList>( classification );
-   list->hasNotificationActiveIs( true );
-   return list;
+   return Kel::makeActivePtr<RtExtCommClassificationList>( classification );
 }
 
 RtExtCommClassificationList::Ptr rtExtCommClassificationListFactory( ExtCommClassification c ) {
@@ -192,9 +188,7 @@ LinkBandwidthExtCommClassificationList::LinkBandwidthExtCommClassificationList()
 
 LinkBandwidthExtCommClassificationList::Ptr
 LinkBandwidthExtCommClassificationList::LinkBandwidthExtCommClassificationListIs() {
-   Ptr list = Kel::makePtr<LinkBandwidthExtCommClassificationList>();
-   list->hasNotificationActiveIs( true );
-   return list;
+   return Kel::makeActivePtr<LinkBandwidthExtCommClassificationList>();
 }
 
 LinkBandwidthExtCommClassificationList::Ptr linkBandwidthExtCommClassificationListFactory() {
@@ -289,9 +283,7 @@ bool ExtCommClassificationLists::operator==( const ExtCommClassificationLists& r
 ExtCommClassificationListSnapshot::Ptr
 ExtCommClassificationListSnapshot::ExtCommClassificationListSnapshotIs(
       ExtCommClassification classification ) {
-   Ptr snapshot = Kel::makePtr<ExtCommClassificationListSnapshot>( classification );
-   snapshot->hasNotificationActiveIs( true );
-   return snapshot;
+   return Kel::makeActivePtr<ExtCommClassificationListSnapshot>( classification );
 }
 
 ExtCommClassificationListSnapshot::Ptr extCommClassificationListSnapshotFactory(

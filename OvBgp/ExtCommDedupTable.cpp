@@ -68,8 +68,7 @@ void ExtCommDedupTable::handleInitialized() {
    dedupTable_ = Bex::DedupHashTableUnorderedSet::DedupHashTableUnorderedSetIs(
          OvBgpGlobals::multiThreaded() );
    producerRtList_ = notifyingRouteTargetListFactory();
-   lifeTimeNotifiee_ = Kel::makePtr<ExtCommLifeTimeNotifiee>( producerRtList_ );
-   lifeTimeNotifiee_->hasNotificationActiveIs( true );
+   lifeTimeNotifiee_ = Kel::makeActivePtr<ExtCommLifeTimeNotifiee>( producerRtList_ );
    dedupTable_->lifeTimeNotifieeIs( lifeTimeNotifiee_ );
 }
 
@@ -89,9 +88,7 @@ void ExtCommDedupTable::dumpState( const Bex::DumpContext& ctx, U32 indentCount 
 
 ExtCommDedupTable::Ptr extCommDedupTableFactory(
       const Kel::Ptr<const BgpParseExtendedCommunityRule>& parseExtCommRule ) {
-   ExtCommDedupTable::Ptr table = Kel::makePtr<ExtCommDedupTable>( parseExtCommRule );
-   table->hasNotificationActiveIs( true );
-   return table;
+   return Kel::makeActivePtr<ExtCommDedupTable>( parseExtCommRule );
 }
 
 } // namespace Routing::Bgp

@@ -196,9 +196,7 @@ ExtCommIp6::ExtCommIp6( ExtCommClassification classification,
 
 ExtCommIp6::Ptr ExtCommIp6::ExtCommIp6Is( ExtCommClassification classification,
                                           const ExtCommIp6Content& content ) {
-   Ptr value = Kel::makePtr<ExtCommIp6>( classification, content );
-   value->hasNotificationActiveIs( true );
-   return value;
+   return Kel::makeActivePtr<ExtCommIp6>( classification, content );
 }
 
 bool ExtCommIp6::compare( const Bex::DedupHandle* other ) const {
@@ -319,9 +317,7 @@ ExtCommIp6::Ptr ExtCommIp6::destow( const void* stored,
 
 ExtCommIp6Subtyped::Ptr ExtCommIp6Subtyped::ExtCommIp6SubtypedIs(
       ExtCommClassification classification, const ExtCommIp6Content& content ) {
-   Ptr value = Kel::makePtr<ExtCommIp6Subtyped>( classification, content );
-   value->hasNotificationActiveIs( true );
-   return value;
+   return Kel::makeActivePtr<ExtCommIp6Subtyped>( classification, content );
 }
 
 BgpExtCommPktSubtype ExtCommIp6Subtyped::pktSubtype() const {

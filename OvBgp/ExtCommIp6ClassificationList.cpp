@@ -80,9 +80,7 @@ ExtCommIp6ClassificationList::~ExtCommIp6ClassificationList() = default;
 
 ExtCommIp6ClassificationList::Ptr ExtCommIp6ClassificationList::ExtCommIp6ClassificationListIs(
       ExtCommClassification classification ) {
-   Ptr list = Kel::makePtr<ExtCommIp6ClassificationList>( classification );
-   list->hasNotificationActiveIs( true );
-   return list;
+   return Kel::makeActivePtr<ExtCommIp6ClassificationList>( classification );
 }
 
 ExtCommIp6ClassificationList::Ptr extCommIp6ClassificationListFactory(
@@ -170,9 +168,7 @@ std::ostream& operator<<( std::ostream& os, const ExtCommIp6ClassificationList& 
 ExtCommIp6ClassificationListSnapshot::Ptr
 ExtCommIp6ClassificationListSnapshot::ExtCommIp6ClassificationListSnapshotIs(
       ExtCommClassification classification ) {
-   Ptr snapshot = Kel::makePtr<ExtCommIp6ClassificationListSnapshot>( classification );
-   snapshot->hasNotificationActiveIs( true );
-   return snapshot;
+   return Kel::makeActivePtr<ExtCommIp6ClassificationListSnapshot>( classification );
 }
 
 ExtCommIp6ClassificationListSnapshot::Ptr extCommIp6ClassificationListSnapshotFactory(

@@ -30,9 +30,7 @@ ExtCommIp6DedupTable::~ExtCommIp6DedupTable() = default;
 
 ExtCommIp6DedupTable::Ptr ExtCommIp6DedupTable::ExtCommIp6DedupTableIs(
       const Kel::Ptr<const BgpParseExtendedCommunityRule>& rule ) {
-   Ptr table = Kel::makePtr<ExtCommIp6DedupTable>( rule );
-   table->hasNotificationActiveIs( true );
-   return table;
+   return Kel::makeActivePtr<ExtCommIp6DedupTable>( rule );
 }
 
 ExtCommIp6DedupTable::Ptr extCommIp6DedupTableFactory(

@@ -55,9 +55,7 @@ void writeWireForm( U8* out, const ExtCommIp6Content& content ) noexcept {
 ExtCommIp6List::~ExtCommIp6List() = default;
 
 ExtCommIp6List::Ptr ExtCommIp6List::ExtCommIp6ListIs() {
-   Ptr list = Kel::makePtr<ExtCommIp6List>();
-   list->hasNotificationActiveIs( true );
-   return list;
+   return Kel::makeActivePtr<ExtCommIp6List>();
 }
 
 ExtCommIp6List::Ptr extCommIp6ListFactory() { return ExtCommIp6List::ExtCommIp6ListIs(); }
@@ -257,9 +255,7 @@ std::ostream& operator<<( std::ostream& os, const ExtCommIp6List& list ) { retur
 // ---- snapshot ---------------------------------------------------------------
 
 ExtCommIp6ListSnapshot::Ptr ExtCommIp6ListSnapshot::ExtCommIp6ListSnapshotIs() {
-   Ptr snapshot = Kel::makePtr<ExtCommIp6ListSnapshot>();
-   snapshot->hasNotificationActiveIs( true );
-   return snapshot;
+   return Kel::makeActivePtr<ExtCommIp6ListSnapshot>();
 }
 
 ExtCommIp6ListSnapshot::Ptr extCommIp6ListSnapshotFactory() {

@@ -17,9 +17,7 @@ void ExtCommIp6ListDedupTable::handleInitialized() {
 }
 
 ExtCommIp6ListDedupTable::Ptr ExtCommIp6ListDedupTable::ExtCommIp6ListDedupTableIs() {
-   Ptr table = Kel::makePtr<ExtCommIp6ListDedupTable>();
-   table->hasNotificationActiveIs( true );
-   return table;
+   return Kel::makeActivePtr<ExtCommIp6ListDedupTable>();
 }
 
 ExtCommIp6ListDedupTable::Ptr extCommIp6ListDedupTableFactory() {

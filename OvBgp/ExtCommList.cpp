@@ -102,9 +102,7 @@ Kel::String valueToStrep( const ExtCommList::Serialization& serialization ) {
 ExtCommList::~ExtCommList() = default;
 
 ExtCommList::Ptr ExtCommList::ExtCommListIs() {
-   Ptr list = Kel::makePtr<ExtCommList>();
-   list->hasNotificationActiveIs( true );
-   return list;
+   return Kel::makeActivePtr<ExtCommList>();
 }
 
 ExtCommList::Ptr extCommListFactory() { return ExtCommList::ExtCommListIs(); }
@@ -393,9 +391,7 @@ Kel::Ptr<ExtCommListSnapshot> ExtCommList::snapshot() const {
 }
 
 ExtCommListSnapshot::Ptr ExtCommListSnapshot::ExtCommListSnapshotIs() {
-   Ptr snapshot = Kel::makePtr<ExtCommListSnapshot>();
-   snapshot->hasNotificationActiveIs( true );
-   return snapshot;
+   return Kel::makeActivePtr<ExtCommListSnapshot>();
 }
 
 void ExtCommListSnapshot::classificationListIs( const ExtCommClassificationList::PtrConst& list ) {

@@ -23,9 +23,7 @@ void ExtCommListDedupTable::handleInitialized() {
 }
 
 ExtCommListDedupTable::Ptr ExtCommListDedupTable::ExtCommListDedupTableIs() {
-   Ptr table = Kel::makePtr<ExtCommListDedupTable>();
-   table->hasNotificationActiveIs( true );
-   return table;
+   return Kel::makeActivePtr<ExtCommListDedupTable>();
 }
 
 ExtCommListDedupTable::Ptr extCommListDedupTableFactory() {

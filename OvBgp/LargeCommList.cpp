@@ -96,9 +96,7 @@ Kel::String LargeCommunityFormatter::kelString( const CommunityValue& value, boo
 U32 LargeCommListContent::hash() const noexcept { return valuesHash( values ); }
 
 LargeCommList::Ptr LargeCommList::LargeCommListIs() {
-   Ptr list = Kel::makePtr<LargeCommList>( Token() );
-   list->hasNotificationActiveIs( true );
-   return list;
+   return Kel::makeActivePtr<LargeCommList>( Token() );
 }
 
 LargeCommList::Ptr largeCommListFactory() { return LargeCommList::LargeCommListIs(); }

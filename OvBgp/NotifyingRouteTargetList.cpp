@@ -5,9 +5,7 @@
 namespace Routing::Bgp {
 
 NotifyingRouteTargetList::Ptr NotifyingRouteTargetList::NotifyingRouteTargetListIs() {
-   Ptr list = Kel::makePtr<NotifyingRouteTargetList>();
-   list->hasNotificationActiveIs( true );
-   return list;
+   return Kel::makeActivePtr<NotifyingRouteTargetList>();
 }
 
 NotifyingRouteTargetList::Ptr notifyingRouteTargetListFactory() {

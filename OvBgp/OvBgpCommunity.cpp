@@ -189,9 +189,7 @@ Kel::String ExtComm::toStrepForUI( bool formatAsDot, bool ucmpLinkbwWeighted,
 
 ExtCommSubtyped::Ptr ExtCommSubtyped::ExtCommSubtypedIs( ExtCommClassification classification,
                                                          const ExtCommContent& content ) {
-   Ptr value = Kel::makePtr<ExtCommSubtyped>( classification, content );
-   value->hasNotificationActiveIs( true );
-   return value;
+   return Kel::makeActivePtr<ExtCommSubtyped>( classification, content );
 }
 
 BgpExtCommPktSubtype ExtCommSubtyped::pktSubtype() const {
@@ -199,9 +197,7 @@ BgpExtCommPktSubtype ExtCommSubtyped::pktSubtype() const {
 }
 
 ExtComm::Ptr extCommFactory( ExtCommClassification classification, const ExtCommContent& content ) {
-   ExtComm::Ptr value = Kel::makePtr<ExtComm>( classification, content );
-   value->hasNotificationActiveIs( true );
-   return value;
+   return Kel::makeActivePtr<ExtComm>( classification, content );
 }
 
 std::ostream& operator<<( std::ostream& os, const ExtComm* extComm ) {

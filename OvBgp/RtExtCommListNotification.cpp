@@ -12,9 +12,7 @@ namespace Routing::Bgp {
 
 RtExtCommListLifeTimeNotifier::Ptr RtExtCommListLifeTimeNotifier::RtExtCommListLifeTimeNotifierIs(
       const RtExtCommClassificationList* list ) {
-   Ptr notifier = Kel::makePtr<RtExtCommListLifeTimeNotifier>( list );
-   notifier->hasNotificationActiveIs( true );
-   return notifier;
+   return Kel::makeActivePtr<RtExtCommListLifeTimeNotifier>( list );
 }
 
 std::ostream& operator<<( std::ostream& os, const RtExtCommListLifeTimeNotifier* notifier ) {
@@ -28,9 +26,7 @@ std::ostream& operator<<( std::ostream& os, const RtExtCommListLifeTimeNotifier*
 
 NotifyingRtExtCommListCollection::Ptr
 NotifyingRtExtCommListCollection::NotifyingRtExtCommListCollectionIs() {
-   Ptr collection = Kel::makePtr<NotifyingRtExtCommListCollection>();
-   collection->hasNotificationActiveIs( true );
-   return collection;
+   return Kel::makeActivePtr<NotifyingRtExtCommListCollection>();
 }
 
 NotifyingRtExtCommListCollection::Ptr notifyingRtExtCommListCollectionFactory() {
@@ -85,9 +81,7 @@ void NotifyingRtExtCommListCollection::dumpState( const Bex::DumpContext& ctx, U
 
 RtExtCommListLifeTimeNotifiee::Ptr RtExtCommListLifeTimeNotifiee::RtExtCommListLifeTimeNotifieeIs(
       const NotifyingRtExtCommListCollection::Ptr& collection ) {
-   Ptr notifiee = Kel::makePtr<RtExtCommListLifeTimeNotifiee>( collection );
-   notifiee->hasNotificationActiveIs( true );
-   return notifiee;
+   return Kel::makeActivePtr<RtExtCommListLifeTimeNotifiee>( collection );
 }
 
 RtExtCommListLifeTimeNotifiee::Ptr rtExtCommListLifeTimeNotifieeFactory(

@@ -10,9 +10,7 @@ namespace Routing::Bgp {
 ExtCommAsNumber::Ptr ExtCommAsNumber::ExtCommAsNumberIs( ExtCommClassification classification,
                                                          const ExtCommContent& content,
                                                          bool fourByteAs ) {
-   Ptr value = Kel::makePtr<ExtCommAsNumber>( classification, content, fourByteAs );
-   value->hasNotificationActiveIs( true );
-   return value;
+   return Kel::makeActivePtr<ExtCommAsNumber>( classification, content, fourByteAs );
 }
 
 void ExtCommAsNumber::formatAsNumberToBuffer( OvFmt::DynamicBufferInterface* buffer,
@@ -64,9 +62,7 @@ void ExtCommAsNumber::formatDerivedType( std::ostream& os ) const {
 
 ExtCommIpv4Address::Ptr ExtCommIpv4Address::ExtCommIpv4AddressIs(
       ExtCommClassification classification, const ExtCommContent& content ) {
-   Ptr value = Kel::makePtr<ExtCommIpv4Address>( classification, content );
-   value->hasNotificationActiveIs( true );
-   return value;
+   return Kel::makeActivePtr<ExtCommIpv4Address>( classification, content );
 }
 
 Onet::IpAddr ExtCommIpv4Address::ipv4Address() const noexcept {

@@ -12,9 +12,7 @@ Kel::String lookupIn( const std::unordered_map<U64, Kel::String>& map, U64 value
 } // namespace
 
 ExtCommCache::Ptr ExtCommCache::ExtCommCacheIs() {
-   Ptr cache = Kel::makePtr<ExtCommCache>();
-   cache->hasNotificationActiveIs( true );
-   return cache;
+   return Kel::makeActivePtr<ExtCommCache>();
 }
 
 ExtCommCache::Ptr extCommCacheFactory() { return ExtCommCache::ExtCommCacheIs(); }

@@ -7,9 +7,7 @@
 namespace Routing::Bgp {
 
 ExtCommColor::Ptr ExtCommColor::ExtCommColorIs( const ExtCommContent& content ) {
-   Ptr value = Kel::makePtr<ExtCommColor>( content );
-   value->hasNotificationActiveIs( true );
-   return value;
+   return Kel::makeActivePtr<ExtCommColor>( content );
 }
 
 void ExtCommColor::appendStrepForPolicy( StrepFormat, OvFmt::DynamicBufferInterface& out ) const {
@@ -50,9 +48,7 @@ BgpParseExtCommColorSm::BgpParseExtCommColorSm(
 
 BgpParseExtCommColorSm::Ptr BgpParseExtCommColorSm::BgpParseExtCommColorSmIs(
       const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections ) {
-   Ptr sm = Kel::makePtr<BgpParseExtCommColorSm>( ruleCollections );
-   sm->hasNotificationActiveIs( true );
-   return sm;
+   return Kel::makeActivePtr<BgpParseExtCommColorSm>( ruleCollections );
 }
 
 void BgpParseExtCommColorSm::instantiateExtCommSubTypeTransOpaqueSubRule(

@@ -23,9 +23,7 @@ BgpParseExtCommContainerSm::Ptr BgpParseExtCommContainerSm::BgpParseExtCommConta
 
 BgpParseExtCommContainerSm::Ptr BgpParseExtCommContainerSm::BgpParseExtCommContainerSmIs(
       const BgpParseExtCommPluginCreator& creator ) {
-   Ptr container = Kel::makePtr<BgpParseExtCommContainerSm>( creator );
-   container->hasNotificationActiveIs( true );
-   return container;
+   return Kel::makeActivePtr<BgpParseExtCommContainerSm>( creator );
 }
 
 BgpParseExtCommContainerSm::Ptr bgpParseExtCommContainerSmFactory() {

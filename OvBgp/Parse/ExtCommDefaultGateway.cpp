@@ -8,9 +8,7 @@ namespace Routing::Bgp {
 
 ExtCommDefaultGateway::Ptr ExtCommDefaultGateway::ExtCommDefaultGatewayIs(
       const ExtCommContent& content ) {
-   Ptr value = Kel::makePtr<ExtCommDefaultGateway>( content );
-   value->hasNotificationActiveIs( true );
-   return value;
+   return Kel::makeActivePtr<ExtCommDefaultGateway>( content );
 }
 
 void ExtCommDefaultGateway::appendStrepForPolicy( StrepFormat,
@@ -42,9 +40,7 @@ BgpParseExtCommDefaultGatewaySm::BgpParseExtCommDefaultGatewaySm(
 BgpParseExtCommDefaultGatewaySm::Ptr
 BgpParseExtCommDefaultGatewaySm::BgpParseExtCommDefaultGatewaySmIs(
       const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections ) {
-   Ptr sm = Kel::makePtr<BgpParseExtCommDefaultGatewaySm>( ruleCollections );
-   sm->hasNotificationActiveIs( true );
-   return sm;
+   return Kel::makeActivePtr<BgpParseExtCommDefaultGatewaySm>( ruleCollections );
 }
 
 void BgpParseExtCommDefaultGatewaySm::instantiateExtCommSubTypeTransOpaqueSubRule(

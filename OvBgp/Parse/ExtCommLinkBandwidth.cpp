@@ -10,9 +10,7 @@ namespace Routing::Bgp {
 
 ExtCommLinkBandwidth::Ptr ExtCommLinkBandwidth::ExtCommLinkBandwidthIs(
       const ExtCommContent& content ) {
-   Ptr value = Kel::makePtr<ExtCommLinkBandwidth>( content );
-   value->hasNotificationActiveIs( true );
-   return value;
+   return Kel::makeActivePtr<ExtCommLinkBandwidth>( content );
 }
 
 bool ExtCommLinkBandwidth::isBetterThan( const ExtComm::PtrConst& other ) const {
@@ -79,9 +77,7 @@ BgpParseExtCommLinkBandwidthSm::BgpParseExtCommLinkBandwidthSm(
 BgpParseExtCommLinkBandwidthSm::Ptr
 BgpParseExtCommLinkBandwidthSm::BgpParseExtCommLinkBandwidthSmIs(
       const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections ) {
-   Ptr sm = Kel::makePtr<BgpParseExtCommLinkBandwidthSm>( ruleCollections );
-   sm->hasNotificationActiveIs( true );
-   return sm;
+   return Kel::makeActivePtr<BgpParseExtCommLinkBandwidthSm>( ruleCollections );
 }
 
 void BgpParseExtCommLinkBandwidthSm::instantiateExtCommSubTypeNonTransTwoOctetAsSubRule(

@@ -27,9 +27,7 @@ std::string_view stateName( U8 octet ) noexcept {
 
 ExtCommOriginValidationState::Ptr ExtCommOriginValidationState::ExtCommOriginValidationStateIs(
       const ExtCommContent& content ) {
-   Ptr value = Kel::makePtr<ExtCommOriginValidationState>( content );
-   value->hasNotificationActiveIs( true );
-   return value;
+   return Kel::makeActivePtr<ExtCommOriginValidationState>( content );
 }
 
 void ExtCommOriginValidationState::appendStrepForPolicy(
@@ -78,9 +76,7 @@ BgpParseExtCommOriginValidationStateSm::BgpParseExtCommOriginValidationStateSm(
 BgpParseExtCommOriginValidationStateSm::Ptr
 BgpParseExtCommOriginValidationStateSm::BgpParseExtCommOriginValidationStateSmIs(
       const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections ) {
-   Ptr sm = Kel::makePtr<BgpParseExtCommOriginValidationStateSm>( ruleCollections );
-   sm->hasNotificationActiveIs( true );
-   return sm;
+   return Kel::makeActivePtr<BgpParseExtCommOriginValidationStateSm>( ruleCollections );
 }
 
 void BgpParseExtCommOriginValidationStateSm::instantiateExtCommSubTypeNonTransOpaqueSubRule(

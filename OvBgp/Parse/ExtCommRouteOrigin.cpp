@@ -9,9 +9,7 @@ namespace Routing::Bgp {
 
 ExtCommRouteOriginAs::Ptr ExtCommRouteOriginAs::ExtCommRouteOriginAsIs(
       const ExtCommContent& content, bool fourByteAs ) {
-   Ptr value = Kel::makePtr<ExtCommRouteOriginAs>( content, fourByteAs );
-   value->hasNotificationActiveIs( true );
-   return value;
+   return Kel::makeActivePtr<ExtCommRouteOriginAs>( content, fourByteAs );
 }
 
 void ExtCommRouteOriginAs::formatDerivedType( std::ostream& os ) const {
@@ -45,9 +43,7 @@ void ExtCommRouteOriginAs::appendStrepForPolicy( StrepFormat format,
 
 ExtCommRouteOriginIpv4Address::Ptr ExtCommRouteOriginIpv4Address::ExtCommRouteOriginIpv4AddressIs(
       const ExtCommContent& content ) {
-   Ptr value = Kel::makePtr<ExtCommRouteOriginIpv4Address>( content );
-   value->hasNotificationActiveIs( true );
-   return value;
+   return Kel::makeActivePtr<ExtCommRouteOriginIpv4Address>( content );
 }
 
 void ExtCommRouteOriginIpv4Address::formatDerivedType( std::ostream& os ) const {
@@ -101,9 +97,7 @@ BgpParseExtCommRouteOriginSm::BgpParseExtCommRouteOriginSm(
 
 BgpParseExtCommRouteOriginSm::Ptr BgpParseExtCommRouteOriginSm::BgpParseExtCommRouteOriginSmIs(
       const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections ) {
-   Ptr sm = Kel::makePtr<BgpParseExtCommRouteOriginSm>( ruleCollections );
-   sm->hasNotificationActiveIs( true );
-   return sm;
+   return Kel::makeActivePtr<BgpParseExtCommRouteOriginSm>( ruleCollections );
 }
 
 void BgpParseExtCommRouteOriginSm::instantiateExtCommSubTypeTransTwoOctetAsSubRule(

@@ -9,9 +9,7 @@ namespace Routing::Bgp {
 
 ExtCommRouteTargetAs::Ptr ExtCommRouteTargetAs::ExtCommRouteTargetAsIs(
       const ExtCommContent& content, bool fourByteAs ) {
-   Ptr value = Kel::makePtr<ExtCommRouteTargetAs>( content, fourByteAs );
-   value->hasNotificationActiveIs( true );
-   return value;
+   return Kel::makeActivePtr<ExtCommRouteTargetAs>( content, fourByteAs );
 }
 
 void ExtCommRouteTargetAs::formatDerivedType( std::ostream& os ) const {
@@ -45,9 +43,7 @@ void ExtCommRouteTargetAs::appendStrepForPolicy( StrepFormat format,
 
 ExtCommRouteTargetIpv4Address::Ptr ExtCommRouteTargetIpv4Address::ExtCommRouteTargetIpv4AddressIs(
       const ExtCommContent& content ) {
-   Ptr value = Kel::makePtr<ExtCommRouteTargetIpv4Address>( content );
-   value->hasNotificationActiveIs( true );
-   return value;
+   return Kel::makeActivePtr<ExtCommRouteTargetIpv4Address>( content );
 }
 
 void ExtCommRouteTargetIpv4Address::formatDerivedType( std::ostream& os ) const {
@@ -101,9 +97,7 @@ BgpParseExtCommRouteTargetSm::BgpParseExtCommRouteTargetSm(
 
 BgpParseExtCommRouteTargetSm::Ptr BgpParseExtCommRouteTargetSm::BgpParseExtCommRouteTargetSmIs(
       const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections ) {
-   Ptr sm = Kel::makePtr<BgpParseExtCommRouteTargetSm>( ruleCollections );
-   sm->hasNotificationActiveIs( true );
-   return sm;
+   return Kel::makeActivePtr<BgpParseExtCommRouteTargetSm>( ruleCollections );
 }
 
 void BgpParseExtCommRouteTargetSm::instantiateExtCommSubTypeTransTwoOctetAsSubRule(

@@ -119,9 +119,7 @@ Kel::Ptr<const ExtCommIp6> BgpParseExtCommIp6NonTransTraits::fallback(
 
 BgpParseExtCommRuleCollections::Ptr
 BgpParseExtCommRuleCollections::BgpParseExtCommRuleCollectionsIs() {
-   Ptr collections = Kel::makePtr<BgpParseExtCommRuleCollections>();
-   collections->hasNotificationActiveIs( true );
-   return collections;
+   return Kel::makeActivePtr<BgpParseExtCommRuleCollections>();
 }
 
 BgpParseExtCommRuleCollections::Ptr bgpParseExtCommRuleCollectionsFactory() {

@@ -485,9 +485,7 @@ class BgpParseExtCommRuleBase : public Kel::PtrInterface {
 // rule, sub-rule) with notification on.
 template<class Rule, class... Args>
 Kel::Ptr<Rule> bgpParseExtCommRuleFactory( Args&&... args ) {
-   Kel::Ptr<Rule> rule = Kel::makePtr<Rule>( std::forward<Args>( args )... );
-   rule->hasNotificationActiveIs( true );
-   return rule;
+   return Kel::makeActivePtr<Rule>( std::forward<Args>( args )... );
 }
 
 // BgpParseExtendedCommunityTypeRuleBase(): base of the 8-octet type rules,

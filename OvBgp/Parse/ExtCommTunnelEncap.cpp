@@ -13,9 +13,7 @@ KEL_ENUM_DEFINE( TunnelType, "Routing::Bgp::TunnelType", KEL_ENUM_MEMBER( tunnel
                  KEL_ENUM_MEMBER( tunnelTypeVxlanGpe ), KEL_ENUM_MEMBER( tunnelTypeUnknown ) )
 
 ExtCommTunnelEncap::Ptr ExtCommTunnelEncap::ExtCommTunnelEncapIs( const ExtCommContent& content ) {
-   Ptr value = Kel::makePtr<ExtCommTunnelEncap>( content );
-   value->hasNotificationActiveIs( true );
-   return value;
+   return Kel::makeActivePtr<ExtCommTunnelEncap>( content );
 }
 
 void ExtCommTunnelEncap::appendStrepForPolicy( StrepFormat format,
@@ -62,9 +60,7 @@ BgpParseExtCommTunnelEncapSm::BgpParseExtCommTunnelEncapSm(
 
 BgpParseExtCommTunnelEncapSm::Ptr BgpParseExtCommTunnelEncapSm::BgpParseExtCommTunnelEncapSmIs(
       const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections ) {
-   Ptr sm = Kel::makePtr<BgpParseExtCommTunnelEncapSm>( ruleCollections );
-   sm->hasNotificationActiveIs( true );
-   return sm;
+   return Kel::makeActivePtr<BgpParseExtCommTunnelEncapSm>( ruleCollections );
 }
 
 void BgpParseExtCommTunnelEncapSm::instantiateExtCommSubTypeTransOpaqueSubRule(

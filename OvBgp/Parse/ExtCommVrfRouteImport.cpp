@@ -9,9 +9,7 @@ namespace Routing::Bgp {
 ExtCommVrfRouteImportIpv4Address::Ptr
 ExtCommVrfRouteImportIpv4Address::ExtCommVrfRouteImportIpv4AddressIs(
       const ExtCommContent& content ) {
-   Ptr value = Kel::makePtr<ExtCommVrfRouteImportIpv4Address>( content );
-   value->hasNotificationActiveIs( true );
-   return value;
+   return Kel::makeActivePtr<ExtCommVrfRouteImportIpv4Address>( content );
 }
 
 void ExtCommVrfRouteImportIpv4Address::appendStrepForPolicy(
@@ -51,9 +49,7 @@ BgpParseExtCommVrfRouteImportSm::BgpParseExtCommVrfRouteImportSm(
 BgpParseExtCommVrfRouteImportSm::Ptr
 BgpParseExtCommVrfRouteImportSm::BgpParseExtCommVrfRouteImportSmIs(
       const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections ) {
-   Ptr sm = Kel::makePtr<BgpParseExtCommVrfRouteImportSm>( ruleCollections );
-   sm->hasNotificationActiveIs( true );
-   return sm;
+   return Kel::makeActivePtr<BgpParseExtCommVrfRouteImportSm>( ruleCollections );
 }
 
 void BgpParseExtCommVrfRouteImportSm::instantiateExtCommSubTypeTransIpv4AddressSubRule(

@@ -63,9 +63,7 @@ StoreManager::Ptr StoreManager::inMemory( size_t initialCapacity ) {
    std::memcpy( headerOf( base )->magic, kMagic, sizeof kMagic );
    headerOf( base )->formatVersion = kFormatVersion;
    headerOf( base )->used = sizeof( Header );
-   Ptr store = Kel::makePtr<StoreManager>( Token(), -1, base, capacity, "" );
-   store->hasNotificationActiveIs( true );
-   return store;
+   return Kel::makeActivePtr<StoreManager>( Token(), -1, base, capacity, "" );
 }
 
 StoreManager::Ptr StoreManager::createFile( const std::string& path, size_t initialCapacity ) {
@@ -87,9 +85,7 @@ StoreManager::Ptr StoreManager::createFile( const std::string& path, size_t init
    std::memcpy( headerOf( base )->magic, kMagic, sizeof kMagic );
    headerOf( base )->formatVersion = kFormatVersion;
    headerOf( base )->used = sizeof( Header );
-   Ptr store = Kel::makePtr<StoreManager>( Token(), fd, base, capacity, path );
-   store->hasNotificationActiveIs( true );
-   return store;
+   return Kel::makeActivePtr<StoreManager>( Token(), fd, base, capacity, path );
 }
 
 StoreManager::Ptr StoreManager::openFile( const std::string& path ) {
@@ -132,9 +128,7 @@ StoreManager::Ptr StoreManager::openFile( const std::string& path ) {
       close( fd );
       throw StoreException( "store '" + path + "' " + problem );
    }
-   Ptr store = Kel::makePtr<StoreManager>( Token(), fd, base, size, path );
-   store->hasNotificationActiveIs( true );
-   return store;
+   return Kel::makeActivePtr<StoreManager>( Token(), fd, base, size, path );
 }
 
 void StoreManager::reserveCapacity( size_t needed ) {

@@ -24,9 +24,7 @@ bool remove( Map& map, const Key& key ) {
 } // namespace
 
 CommListSnapshot::Ptr CommListSnapshot::CommListSnapshotIs() {
-   Ptr snapshot = Kel::makePtr<CommListSnapshot>( Token() );
-   snapshot->hasNotificationActiveIs( true );
-   return snapshot;
+   return Kel::makeActivePtr<CommListSnapshot>( Token() );
 }
 
 CommListSnapshot::Ptr commListSnapshotFactory() { return CommListSnapshot::CommListSnapshotIs(); }

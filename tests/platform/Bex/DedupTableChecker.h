@@ -59,9 +59,7 @@ class TestHandle final : public Bex::DedupHandle {
    }
 
    static Ptr TestHandleIs( U64 value, U32 hash, LifeCounters* counters ) {
-      Ptr handle = Kel::makePtr<TestHandle>( value, hash, counters );
-      handle->hasNotificationActiveIs( true );
-      return handle;
+      return Kel::makeActivePtr<TestHandle>( value, hash, counters );
    }
    static Ptr TestHandleIs( U64 value, LifeCounters* counters ) {
       return TestHandleIs( value, goodHash( value ), counters );

@@ -199,8 +199,7 @@ class Announcer : public Kel::PtrInterface {
 
 TEST( Ptr, ZeroReferencesHookRunsBeforeDestructionAndCopiesStartUncounted ) {
    std::vector<int> log;
-   auto p = Kel::makePtr<Announcer>( &log );
-   p->hasNotificationActiveIs( true );
+   auto p = Kel::makeActivePtr<Announcer>( &log );
    auto q = p;
    // A copy of the object is a new object: no count, no flags.
    Announcer copy( *p );
