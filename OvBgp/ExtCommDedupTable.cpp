@@ -8,16 +8,8 @@
 
 namespace Routing::Bgp {
 
-ExtComm::PtrConst ExtComm::dedupContent( const ExtCommDedupTable* table,
-                                         const ExtCommContent& content ) {
-   const U32 h = Kel::hashSingleAttr( 0, content.value );
-   const Bex::DedupHashTable& set = *table->dedupTable();
-   Bex::DedupHandle::PtrConst found = set.lookupIf( h, [ & ]( const Bex::DedupHandle* member ) {
-      return static_cast<const ExtComm*>( member )->content_.value == content.value;
-   } );
-   if ( found ) {
-      return Kel::ptrCast<const ExtComm>( std::move( found ) );
-   }
+ExtComm::PtrConst ExtComm::dedupContentMiss( const ExtCommDedupTable* table,
+                                             const ExtCommContent& content ) {
    PtrConst candidate = table->parseExtCommRuleRawPtr()->parseExtendedCommunity( content );
    Bex::DedupHandle::PtrConst interned = table->dedupTable()->dedup( candidate );
    KEL_ASSERT_MSG( interned, "dedupHandle" );

@@ -180,7 +180,7 @@ class ExtComm : public KelStow::DedupHandle {
    void formatSubtype( std::ostream& os ) const;
 
    // dedupContent(): the one interned value for content in table; parses
-   // only on a miss.
+   // only on a miss. The hit path is inline (below ExtCommDedupTable).
    static PtrConst dedupContent( const ExtCommDedupTable* table, const ExtCommContent& content );
 
    // stow() / destow(): the value's store image (classification and
@@ -189,6 +189,10 @@ class ExtComm : public KelStow::DedupHandle {
    static Ptr destow( const void* stored, KelStow::StoreManager* store );
 
  private:
+   // dedupContentMiss(): dedupContent() once the lookup missed: parse and
+   // intern.
+   static PtrConst dedupContentMiss( const ExtCommDedupTable* table, const ExtCommContent& content );
+
    ExtCommContent content_;
 };
 
@@ -299,6 +303,18 @@ class ExtCommDedupTable : public Kel::PtrInterface {
    Bex::DedupHashTable::Ptr dedupTable_;
    Kel::Ptr<const BgpParseExtendedCommunityRule> parseExtCommRule_;
 };
+
+inline ExtComm::PtrConst ExtComm::dedupContent( const ExtCommDedupTable* table,
+                                                const ExtCommContent& content ) {
+   Bex::DedupHandle::PtrConst found = table->dedupTable()->lookupIf(
+         Kel::hashSingleAttr( 0, content.value ), [ & ]( const Bex::DedupHandle* member ) {
+            return static_cast<const ExtComm*>( member )->content_.value == content.value;
+         } );
+   if ( found ) {
+      return Kel::ptrCast<const ExtComm>( std::move( found ) );
+   }
+   return dedupContentMiss( table, content );
+}
 
 // extCommDedupTableFactory(): a new table around the top-level parse rule.
 ExtCommDedupTable::Ptr extCommDedupTableFactory(
