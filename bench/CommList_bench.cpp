@@ -158,7 +158,7 @@ void BM_CommListInternStream( benchmark::State& state ) {
    }
    state.SetItemsProcessed( int64_t( state.iterations() * s.paths.size() ) );
 }
-BENCHMARK( BM_CommListInternStream )->Unit( benchmark::kMillisecond )->Repetitions( 5 );
+BENCHMARK( BM_CommListInternStream )->Unit( benchmark::kMillisecond );
 
 void BM_CommListLookupFirstStream( benchmark::State& state ) {
    const Stream& s = stream();
@@ -176,7 +176,7 @@ void BM_CommListLookupFirstStream( benchmark::State& state ) {
    }
    state.SetItemsProcessed( int64_t( state.iterations() * s.paths.size() ) );
 }
-BENCHMARK( BM_CommListLookupFirstStream )->Unit( benchmark::kMillisecond )->Repetitions( 5 );
+BENCHMARK( BM_CommListLookupFirstStream )->Unit( benchmark::kMillisecond );
 
 void BM_BaselineInternStream( benchmark::State& state ) {
    const Stream& s = stream();
@@ -193,7 +193,7 @@ void BM_BaselineInternStream( benchmark::State& state ) {
    }
    state.SetItemsProcessed( int64_t( state.iterations() * s.paths.size() ) );
 }
-BENCHMARK( BM_BaselineInternStream )->Unit( benchmark::kMillisecond )->Repetitions( 5 );
+BENCHMARK( BM_BaselineInternStream )->Unit( benchmark::kMillisecond );
 
 // --- Regex matching -------------------------------------------------------------------
 

@@ -70,7 +70,7 @@ void BM_ParseMixThroughContainer( benchmark::State& state ) {
       benchmark::DoNotOptimize( value.ptr() );
    }
 }
-BENCHMARK( BM_ParseMixThroughContainer )->Repetitions( 5 )->ReportAggregatesOnly( false );
+BENCHMARK( BM_ParseMixThroughContainer );
 
 // The baseline: one plain ExtComm per content, no dispatch, no type.
 void BM_GenericFallback( benchmark::State& state ) {
@@ -82,7 +82,7 @@ void BM_GenericFallback( benchmark::State& state ) {
       benchmark::DoNotOptimize( value.ptr() );
    }
 }
-BENCHMARK( BM_GenericFallback )->Repetitions( 5 )->ReportAggregatesOnly( false );
+BENCHMARK( BM_GenericFallback );
 
 } // namespace
 
