@@ -57,8 +57,9 @@ ExtCommDedupTable::~ExtCommDedupTable() {
 }
 
 void ExtCommDedupTable::handleInitialized() {
+   // Keyed: a value's whole identity is its 64-bit content.
    dedupTable_ = Bex::DedupHashTableUnorderedSet::DedupHashTableUnorderedSetIs(
-         OvBgpGlobals::multiThreaded() );
+         OvBgpGlobals::multiThreaded(), true );
    producerRtList_ = notifyingRouteTargetListFactory();
    lifeTimeNotifiee_ = Kel::makeActivePtr<ExtCommLifeTimeNotifiee>( producerRtList_ );
    dedupTable_->lifeTimeNotifieeIs( lifeTimeNotifiee_ );

@@ -122,6 +122,9 @@ class ExtComm : public KelStow::DedupHandle {
 
    // The interning identity: the content alone.
    U32 hash() const override { return Kel::hashSingleAttr( 0, content_.value ); }
+   // dedupKey(): the content itself: the table is keyed, so that a hit
+   // never touches a value.
+   U64 dedupKey() const noexcept override { return content_.value; }
    bool compare( const Bex::DedupHandle* other ) const override;
    bool compareByContent( const Bex::DedupContentHandle& content ) const override;
 
@@ -306,10 +309,8 @@ class ExtCommDedupTable : public Kel::PtrInterface {
 
 inline ExtComm::PtrConst ExtComm::dedupContent( const ExtCommDedupTable* table,
                                                 const ExtCommContent& content ) {
-   Bex::DedupHandle::PtrConst found = table->dedupTable()->lookupIf(
-         Kel::hashSingleAttr( 0, content.value ), [ & ]( const Bex::DedupHandle* member ) {
-            return static_cast<const ExtComm*>( member )->content_.value == content.value;
-         } );
+   Bex::DedupHandle::PtrConst found =
+         table->dedupTable()->lookupByKey( Kel::hashSingleAttr( 0, content.value ), content.value );
    if ( found ) {
       return Kel::ptrCast<const ExtComm>( std::move( found ) );
    }

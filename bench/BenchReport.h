@@ -96,18 +96,20 @@ inline void printRatio( const CapturingReporter& reporter, const std::string& wh
 }
 
 // keepEach(): times hit( query ) over the queries in turn, keeping every
-// result as a path keeps the values it carries; the kept results are
-// released between passes, untimed, so the figure is the hit alone.
+// result in its own place as a path keeps the values it carries; the kept
+// results are released between passes, untimed, so the figure is the hit
+// alone.
 template <class Queries, class Hit>
 void keepEach( benchmark::State& state, const Queries& queries, Hit&& hit ) {
-   std::vector<decltype( hit( queries[ 0 ] ) )> kept;
-   kept.reserve( queries.size() );
+   std::vector<decltype( hit( queries[ 0 ] ) )> kept( queries.size() );
    size_t i = 0;
    for ( auto _ : state ) {
-      kept.push_back( hit( queries[ i ] ) );
+      kept[ i ] = hit( queries[ i ] );
       if ( ++i == queries.size() ) {
          state.PauseTiming();
-         kept.clear();
+         for ( auto& result : kept ) {
+            result = nullptr;
+         }
          i = 0;
          state.ResumeTiming();
       }

@@ -84,6 +84,9 @@ class DedupHandle : public Kel::PtrInterface {
    virtual bool compare( const DedupHandle* other ) const = 0;
    // compareByContent(): true when this handle holds the bare content c.
    virtual bool compareByContent( const DedupContentHandle& content ) const = 0;
+   // dedupKey(): the whole content in 64 bits, for members of a keyed table
+   // (which compares keys only); asserts for any other class.
+   virtual U64 dedupKey() const noexcept;
 
  protected:
    DedupHandle() noexcept = default;
@@ -96,6 +99,9 @@ class DedupHandle : public Kel::PtrInterface {
    // that interning a value already there changes no count; when none is
    // left, one atomic add counts the next kReserve ahead. Runs under the
    // shard's lock (or in the table's one thread), the reserve's only writer.
+   // A member of a keyed table has its reserve tallied in its slot instead;
+   // its own reserve byte then says only that there may be one (kReserve
+   // from the first refill on), which is all a release needs.
    static constexpr U8 kReserve = 255;
    void handOutReference() const noexcept {
       const U8 reserved = reservedAtomic().load( std::memory_order_relaxed );
@@ -109,6 +115,17 @@ class DedupHandle : public Kel::PtrInterface {
       refCountAtomic().fetch_add( 1 + kReserve );
    }
 
+   // handOutSlotReserve(): handOutReference() for a member whose slot
+   // tallies its reserve; slotReserve is that tally, returned updated.
+   U32 handOutSlotReserve( U32 slotReserve ) const noexcept {
+      if ( slotReserve != 0 ) {
+         return slotReserve - 1;
+      }
+      reservedAtomic().store( kReserve, std::memory_order_relaxed );
+      refCountAtomic().fetch_add( 1 + kReserve );
+      return kReserve;
+   }
+
    // releaseTableReferences(): the table's own reference and its reserve,
    // once the handle has left the table (or the table is going).
    void releaseTableReferences() const noexcept {
@@ -117,10 +134,12 @@ class DedupHandle : public Kel::PtrInterface {
    }
 
    // outsideReferencesGone(): with the shard locked, true when the count
-   // holds only the table's reference and its reserve.
-   bool outsideReferencesGone() const noexcept {
-      return refCountAtomic().load() == 1 + U32( reservedAtomic().load( std::memory_order_relaxed ) );
+   // holds only the table's reference and the reserve.
+   bool outsideReferencesGone( U32 reserve ) const noexcept {
+      return refCountAtomic().load() == 1 + reserve;
    }
+
+   U32 reservedReferences() const noexcept override;
 
    void releaseShared() const noexcept override { releaseMemberReference(); }
    void releaseMemberReference() const noexcept {

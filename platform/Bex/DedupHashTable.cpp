@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <new>
+#include <type_traits>
 #include <vector>
 
 #include "Bex/DumpContext.h"
@@ -38,13 +39,28 @@ void DedupHandle::lastOutsideReferenceGone( DedupHashTable* table, const DedupHa
    table->releaseMember( handle, hash );
 }
 
-DedupHashTable::DedupHashTable( bool threadSafe )
+U64 DedupHandle::dedupKey() const noexcept {
+   KEL_ASSERT_MSG( false, "dedupKey() of a class without keys" );
+   return 0;
+}
+
+U32 DedupHandle::reservedReferences() const noexcept {
+   // A keyed table tallies the reserve in the member's slot.
+   const U32 reserved = reservedAtomic().load( std::memory_order_relaxed );
+   if ( reserved == 0 || !tableShared() || !table_->keyed() ) {
+      return reserved;
+   }
+   return table_->reserveOf( this, tableHash_ );
+}
+
+DedupHashTable::DedupHashTable( bool threadSafe, bool keyed )
       : shardCount_( threadSafe ? kShards : 1 ), shardShift_( kShardShift ),
-        threadSafe_( threadSafe ) {
+        threadSafe_( threadSafe ), keyed_( keyed ) {
    shards_ = allocateZeroed<Shard>( shardCount_ );
    for ( U32 s = 0; s < shardCount_; ++s ) {
       new ( &shards_[ s ] ) Shard();
-      shards_[ s ].slots = allocateZeroed<Slot>( kInitialSlots );
+      shards_[ s ].slotArray = keyed ? static_cast<void*>( allocateZeroed<KeyedSlot>( kInitialSlots ) )
+                                     : static_cast<void*>( allocateZeroed<Slot>( kInitialSlots ) );
       shards_[ s ].mask = kInitialSlots - 1;
    }
 }
@@ -60,16 +76,19 @@ DedupHashTable::~DedupHashTable() {
    }
    // Members outlive the table when others still hold them: they forget the
    // table and are destroyed by their last holder like any counted object.
+   // A keyed slot's reserve goes back into its member first: the member
+   // then holds it as a plain reserve of its own.
    std::vector<DedupHandle*> members;
    members.reserve( size() );
    for ( U32 s = 0; s < shardCount_; ++s ) {
       Shard& shard = shards_[ s ];
-      for ( U32 i = 0; i <= shard.mask; ++i ) {
-         if ( shard.slots[ i ] ) {
-            members.push_back( shard.slots[ i ].handle() );
+      forEachSlot( shard, [ & ]( auto& slot ) {
+         if constexpr ( std::is_same_v<std::decay_t<decltype( slot )>, KeyedSlot> ) {
+            slot.handle()->reservedAtomic().store( U8( slot.reserve() ), std::memory_order_relaxed );
          }
-      }
-      std::free( shard.slots );
+         members.push_back( slot.handle() );
+      } );
+      std::free( shard.slotArray );
       shard.~Shard();
    }
    std::free( shards_ );
@@ -102,6 +121,7 @@ size_t DedupHashTable::size() const noexcept {
    return total;
 }
 
+template <class S>
 void DedupHashTable::growIfFull( Shard& shard ) {
    const U32 capacity = shard.mask + 1;
    const U32 count = shard.count.load( std::memory_order_relaxed );
@@ -109,70 +129,108 @@ void DedupHashTable::growIfFull( Shard& shard ) {
    if ( ( U64( count ) + 1 ) * 2 <= U64( capacity ) ) {
       return;
    }
-   Slot* old = shard.slots;
-   shard.slots = allocateZeroed<Slot>( size_t( capacity ) * 2 );
+   S* old = shard.slots<S>();
+   shard.slotArray = allocateZeroed<S>( size_t( capacity ) * 2 );
    shard.mask = capacity * 2 - 1;
    shard.count.store( 0, std::memory_order_relaxed );
    for ( U32 i = 0; i < capacity; ++i ) {
       if ( old[ i ] ) {
-         placeSlot( shard, old[ i ].handle() );
+         placeSlot( shard, old[ i ] );
       }
    }
    std::free( old );
 }
 
-void DedupHashTable::placeSlot( Shard& shard, DedupHandle* handle ) noexcept {
-   U32 i = handle->tableHash_ & shard.mask;
-   while ( shard.slots[ i ] ) {
+template <class S>
+void DedupHashTable::placeSlot( Shard& shard, const S& slot ) noexcept {
+   S* slots = shard.slots<S>();
+   U32 i = slot.handle()->tableHash_ & shard.mask;
+   while ( slots[ i ] ) {
       i = ( i + 1 ) & shard.mask;
    }
-   shard.slots[ i ] = Slot( handle->tableHash_, handle );
+   slots[ i ] = slot;
    shard.count.fetch_add( 1, std::memory_order_relaxed );
 }
 
-U32 DedupHashTable::slotOf( const Shard& shard, U32 hash, const DedupHandle* handle ) noexcept {
+// dedup() is a template compiled where it is used; these are its helpers.
+template void DedupHashTable::growIfFull<DedupHashTable::Slot>( Shard& );
+template void DedupHashTable::growIfFull<DedupHashTable::KeyedSlot>( Shard& );
+template void DedupHashTable::placeSlot( Shard&, const Slot& ) noexcept;
+template void DedupHashTable::placeSlot( Shard&, const KeyedSlot& ) noexcept;
+
+template <class S>
+S* DedupHashTable::slotOf( const Shard& shard, U32 hash, const DedupHandle* handle ) noexcept {
    // Compares addresses only: handle may be gone.
-   for ( U32 i = hash & shard.mask; shard.slots[ i ]; i = ( i + 1 ) & shard.mask ) {
-      if ( shard.slots[ i ].handle() == handle ) {
-         return i;
+   S* slots = shard.slots<S>();
+   for ( U32 i = hash & shard.mask; slots[ i ]; i = ( i + 1 ) & shard.mask ) {
+      if ( slots[ i ].handle() == handle ) {
+         return &slots[ i ];
       }
    }
-   return kNoSlot;
+   return nullptr;
 }
 
-void DedupHashTable::eraseSlot( Shard& shard, U32 i ) noexcept {
+U32 DedupHashTable::reserveOf( const DedupHandle* member, U32 hash ) const noexcept {
+   Shard& shard = shardFor( hash );
+   ShardGuard guard( shard, threadSafe_, true );
+   if ( keyed_ ) {
+      const KeyedSlot* slot = slotOf<KeyedSlot>( shard, hash, member );
+      return slot ? reserveIn( *slot ) : 0;
+   }
+   const Slot* slot = slotOf<Slot>( shard, hash, member );
+   return slot ? reserveIn( *slot ) : 0;
+}
+
+template <class S>
+void DedupHashTable::eraseSlot( Shard& shard, S* erased ) noexcept {
+   S* slots = shard.slots<S>();
+   U32 i = U32( erased - slots );
    // Backward-shift deletion: pull later entries of the probe run into the
    // hole unless they already sit between their home slot and the hole.
    U32 j = i;
    for ( ;; ) {
       j = ( j + 1 ) & shard.mask;
-      if ( !shard.slots[ j ] ) {
+      if ( !slots[ j ] ) {
          break;
       }
-      U32 home = shard.slots[ j ].handle()->tableHash_ & shard.mask;
+      U32 home = slots[ j ].handle()->tableHash_ & shard.mask;
       bool stays = ( i <= j ) ? ( i < home && home <= j ) : ( i < home || home <= j );
       if ( !stays ) {
-         shard.slots[ i ] = shard.slots[ j ];
+         slots[ i ] = slots[ j ];
          i = j;
       }
    }
-   shard.slots[ i ] = Slot();
+   slots[ i ] = S();
    shard.count.fetch_sub( 1, std::memory_order_relaxed );
 }
 
 void DedupHashTable::releaseMember( const DedupHandle* member, U32 hash ) noexcept {
    auto* handle = const_cast<DedupHandle*>( member );
+   Shard& shard = shardFor( hash );
+   if ( keyed_ ) {
+      releaseMemberIn<KeyedSlot>( shard, handle, hash );
+   } else {
+      releaseMemberIn<Slot>( shard, handle, hash );
+   }
+}
+
+template <class S>
+void DedupHashTable::releaseMemberIn( Shard& shard, DedupHandle* handle, U32 hash ) noexcept {
    {
-      Shard& shard = shardFor( hash );
-      ShardGuard guard( shard, threadSafe_ );
+      ShardGuard guard( shard, threadSafe_, true );
       // The releasing thread holds no reference any more. Since its decrement
       // a lookup may have taken one (the member stays), or that reference
       // may have gone too and its release detached and destroyed the handle
       // (no longer found). Only a handle found among the members, which the
       // table's reference keeps alive, is touched.
-      const U32 slot = slotOf( shard, hash, handle );
-      if ( slot == kNoSlot || !handle->outsideReferencesGone() ) {
+      S* slot = slotOf<S>( shard, hash, handle );
+      if ( !slot || !handle->outsideReferencesGone( reserveIn( *slot ) ) ) {
          return;
+      }
+      // A keyed slot's reserve goes back to the member with it, so that
+      // the member holds exactly the table's references from here on.
+      if constexpr ( std::is_same_v<S, KeyedSlot> ) {
+         handle->reservedAtomic().store( U8( slot->reserve() ), std::memory_order_relaxed );
       }
       handle->dedupStateIs( dedupHandleStateBeingDetached_ );
       eraseSlot( shard, slot );
@@ -237,8 +295,8 @@ void DedupHashTable::dumpState( const DumpContext& ctx, U32 indent ) const {
 }
 
 DedupHashTableUnorderedSet::Ptr DedupHashTableUnorderedSet::DedupHashTableUnorderedSetIs(
-      bool threadSafe ) {
-   return Kel::makeActivePtr<DedupHashTableUnorderedSet>( threadSafe );
+      bool threadSafe, bool keyed ) {
+   return Kel::makeActivePtr<DedupHashTableUnorderedSet>( threadSafe, keyed );
 }
 
 } // namespace Bex

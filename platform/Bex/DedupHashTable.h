@@ -6,6 +6,12 @@
 // it touches no count (one atomic add refills the reserve every so many
 // hits); nothing is allocated.
 //
+// A keyed table is for members whose content fits in 64 bits (dedupKey()):
+// its slots keep that key beside the member, and the reserve too, so a hit
+// (lookupByKey()) reads the slots and never touches the member. Its releases
+// pay instead: once a member has had a reserve, one that leaves a small
+// count asks the table whether it was the last outside reference.
+//
 //   auto table = Bex::DedupHashTableUnorderedSet::DedupHashTableUnorderedSetIs( threadSafe );
 //   DedupHandle::Ptr canonical = table->dedup( candidate );
 //
@@ -72,12 +78,14 @@ class DedupHashTable : public Kel::PtrInterface {
    using Ptr = Kel::Ptr<DedupHashTable>;
    using PtrConst = Kel::Ptr<const DedupHashTable>;
 
-   explicit DedupHashTable( bool threadSafe );
+   explicit DedupHashTable( bool threadSafe, bool keyed = false );
    ~DedupHashTable() override;
    DedupHashTable( const DedupHashTable& ) = delete;
    DedupHashTable& operator=( const DedupHashTable& ) = delete;
 
    bool threadSafe() const noexcept { return threadSafe_; }
+   // keyed(): members are found by their dedupKey() alone.
+   bool keyed() const noexcept { return keyed_; }
    // size(): members right now.
    size_t size() const noexcept;
 
@@ -88,12 +96,22 @@ class DedupHashTable : public Kel::PtrInterface {
    }
 
    // lookupIf(): the same with the content test inlined by the caller (the
-   // hit path of the value tables).
+   // hit path of the value tables). Not for keyed tables.
    template <class Match>
    DedupHandle::PtrConst lookupIf( U32 hash, Match&& match ) const {
+      KEL_ASSERT_MSG( !keyed_, "lookup by content in a keyed table" );
       Shard& shard = shardFor( hash );
       ShardGuard guard( shard, threadSafe_ );
       return handOut( findIf( shard, hash, match ) );
+   }
+
+   // lookupByKey(): in a keyed table, the member whose dedupKey() is key
+   // (hash being its hash()); the members themselves are not read.
+   DedupHandle::PtrConst lookupByKey( U32 hash, U64 key ) const {
+      KEL_ASSERT_MSG( keyed_, "lookup by key in a table without keys" );
+      Shard& shard = shardFor( hash );
+      ShardGuard guard( shard, threadSafe_ );
+      return handOut( findKey( shard, hash, key ) );
    }
 
    // dedup(): the member equal to handle (by compare()), or handle itself
@@ -121,11 +139,7 @@ class DedupHashTable : public Kel::PtrInterface {
       for ( U32 s = 0; s < shardCount_; ++s ) {
          Shard& shard = shards_[ s ];
          ShardGuard guard( shard, threadSafe_ );
-         for ( U32 i = 0; i <= shard.mask; ++i ) {
-            if ( shard.slots[ i ] ) {
-               fn( static_cast<const DedupHandle*>( shard.slots[ i ].handle() ) );
-            }
-         }
+         forEachSlot( shard, [ & ]( auto& slot ) { fn( static_cast<const DedupHandle*>( slot.handle() ) ); } );
       }
    }
 
@@ -162,6 +176,32 @@ class DedupHashTable : public Kel::PtrInterface {
       U64 bits_ = 0;
    };
 
+   // KeyedSlot: a keyed table's slot: the member's key, and its address
+   // with the references the table holds ready to hand out above it.
+   class KeyedSlot {
+    public:
+      static constexpr int kReserveShift = 48;
+      static constexpr U64 kAddressMask = ( U64( 1 ) << kReserveShift ) - 1;
+      KeyedSlot() noexcept = default;
+      KeyedSlot( U64 key, DedupHandle* handle ) noexcept
+            : key_( key ), bits_( reinterpret_cast<U64>( handle ) ) {}
+      explicit operator bool() const noexcept { return bits_ != 0; }
+      U64 key() const noexcept { return key_; }
+      DedupHandle* handle() const noexcept { return reinterpret_cast<DedupHandle*>( bits_ & kAddressMask ); }
+      U32 reserve() const noexcept { return U32( bits_ >> kReserveShift ); }
+      void reserveIs( U32 reserve ) noexcept {
+         bits_ = ( bits_ & kAddressMask ) | U64( reserve ) << kReserveShift;
+      }
+
+    private:
+      U64 key_ = 0;
+      U64 bits_ = 0;
+   };
+   static_assert( sizeof( KeyedSlot ) == 16 );
+
+   // SpinLock: a shard's lock. It knows whether the calling thread holds
+   // it, so that what a lifetime callback does to a member of the shard it
+   // runs under (read a count, drop a reference) needs no second lock.
    class SpinLock {
     public:
       void lock() noexcept {
@@ -177,23 +217,42 @@ class DedupHashTable : public Kel::PtrInterface {
                }
             }
          }
+         owner_.store( thisThread(), std::memory_order_relaxed );
       }
-      void unlock() noexcept { locked_.store( false, std::memory_order_release ); }
+      void unlock() noexcept {
+         owner_.store( nullptr, std::memory_order_relaxed );
+         locked_.store( false, std::memory_order_release );
+      }
+      // heldHere(): only the holder can have stored its own marker.
+      bool heldHere() const noexcept { return owner_.load( std::memory_order_relaxed ) == thisThread(); }
 
     private:
+      static const void* thisThread() noexcept {
+         static thread_local char marker;
+         return &marker;
+      }
       std::atomic<bool> locked_{ false };
+      std::atomic<const void*> owner_{ nullptr };
    };
 
+   // Shard: its lock and its slots (Slot, or KeyedSlot in a keyed table).
    struct alignas( 64 ) Shard {
       SpinLock lock;
-      Slot* slots = nullptr;
+      void* slotArray = nullptr;
       U32 mask = 0;
       std::atomic<U32> count{ 0 };
+      template <class S>
+      S* slots() const noexcept {
+         return static_cast<S*>( slotArray );
+      }
    };
 
+   // ShardGuard: a shard's lock for a scope, in thread-safe tables; with
+   // reentrant, none when this thread holds it already.
    class ShardGuard {
     public:
-      ShardGuard( Shard& shard, bool locked ) noexcept : shard_( locked ? &shard : nullptr ) {
+      ShardGuard( Shard& shard, bool locked, bool reentrant = false ) noexcept
+            : shard_( locked && !( reentrant && shard.lock.heldHere() ) ? &shard : nullptr ) {
          if ( shard_ ) {
             shard_->lock.lock();
          }
@@ -220,8 +279,9 @@ class DedupHashTable : public Kel::PtrInterface {
    template <class Match>
    static DedupHandle* findIf( const Shard& shard, U32 hash, Match& match ) {
       const U16 tag = Slot::tagOf( hash );
+      const Slot* slots = shard.slots<Slot>();
       for ( U32 i = hash & shard.mask;; i = ( i + 1 ) & shard.mask ) {
-         const Slot slot = shard.slots[ i ];
+         const Slot slot = slots[ i ];
          if ( !slot ) {
             return nullptr;
          }
@@ -232,7 +292,21 @@ class DedupHashTable : public Kel::PtrInterface {
          }
       }
    }
-   // handOut(): a counted pointer to member (null stays null).
+   // findKey(): the keyed slot of shard with hash and key, or null.
+   static KeyedSlot* findKey( const Shard& shard, U32 hash, U64 key ) noexcept {
+      KeyedSlot* slots = shard.slots<KeyedSlot>();
+      for ( U32 i = hash & shard.mask;; i = ( i + 1 ) & shard.mask ) {
+         KeyedSlot& slot = slots[ i ];
+         if ( !slot ) {
+            return nullptr;
+         }
+         if ( slot.key() == key ) {
+            return &slot;
+         }
+      }
+   }
+   // handOut(): a counted pointer to member (null stays null), from the
+   // reserve in the member or in its keyed slot.
    static DedupHandle::PtrConst handOut( DedupHandle* member ) noexcept {
       if ( !member ) {
          return nullptr;
@@ -240,11 +314,50 @@ class DedupHashTable : public Kel::PtrInterface {
       member->handOutReference();
       return DedupHandle::PtrConst::adopt( member );
    }
+   static DedupHandle::PtrConst handOut( KeyedSlot* slot ) noexcept {
+      if ( !slot ) {
+         return nullptr;
+      }
+      DedupHandle* member = slot->handle();
+      slot->reserveIs( member->handOutSlotReserve( slot->reserve() ) );
+      return DedupHandle::PtrConst::adopt( member );
+   }
+   // reserveIn(): the references counted ahead for slot's member.
+   static U32 reserveIn( const Slot& slot ) noexcept {
+      return slot.handle()->reservedAtomic().load( std::memory_order_relaxed );
+   }
+   static U32 reserveIn( const KeyedSlot& slot ) noexcept { return slot.reserve(); }
+
+   // forEachSlot(): fn( slot ) for every occupied slot of shard.
+   template <class Fn>
+   void forEachSlot( const Shard& shard, Fn&& fn ) const {
+      if ( keyed_ ) {
+         forEachSlotOf<KeyedSlot>( shard, fn );
+      } else {
+         forEachSlotOf<Slot>( shard, fn );
+      }
+   }
+   template <class S, class Fn>
+   static void forEachSlotOf( const Shard& shard, Fn& fn ) {
+      S* slots = shard.slots<S>();
+      for ( U32 i = 0; i <= shard.mask; ++i ) {
+         if ( slots[ i ] ) {
+            fn( slots[ i ] );
+         }
+      }
+   }
+   template <class S>
    static void growIfFull( Shard& shard );
-   static void placeSlot( Shard& shard, DedupHandle* handle ) noexcept;
-   static constexpr U32 kNoSlot = ~U32( 0 );
-   static U32 slotOf( const Shard& shard, U32 hash, const DedupHandle* handle ) noexcept;
-   static void eraseSlot( Shard& shard, U32 slot ) noexcept;
+   template <class S>
+   static void placeSlot( Shard& shard, const S& slot ) noexcept;
+   template <class S>
+   static S* slotOf( const Shard& shard, U32 hash, const DedupHandle* handle ) noexcept;
+   template <class S>
+   static void eraseSlot( Shard& shard, S* slot ) noexcept;
+   template <class S>
+   void releaseMemberIn( Shard& shard, DedupHandle* handle, U32 hash ) noexcept;
+   // reserveOf(): the references member's slot holds ready to hand out.
+   U32 reserveOf( const DedupHandle* member, U32 hash ) const noexcept;
    void notifyInsert( DedupHandle* handle );
    void notifyRemove( DedupHandle* handle );
    // releaseMember(): a member's outside references just dropped to none;
@@ -255,6 +368,7 @@ class DedupHashTable : public Kel::PtrInterface {
    U32 shardCount_;
    U32 shardShift_;
    bool threadSafe_;
+   bool keyed_;
    std::atomic<bool> notifying_{ false };
    DedupHashTableLifeTimeNotifiee::Ptr notifiee_;
    std::mutex notifyMutex_;
@@ -267,8 +381,9 @@ class DedupHashTableUnorderedSet final : public DedupHashTable {
    using Ptr = Kel::Ptr<DedupHashTableUnorderedSet>;
    using PtrConst = Kel::Ptr<const DedupHashTableUnorderedSet>;
 
-   explicit DedupHashTableUnorderedSet( bool threadSafe ) : DedupHashTable( threadSafe ) {}
-   static Ptr DedupHashTableUnorderedSetIs( bool threadSafe );
+   explicit DedupHashTableUnorderedSet( bool threadSafe, bool keyed = false )
+         : DedupHashTable( threadSafe, keyed ) {}
+   static Ptr DedupHashTableUnorderedSetIs( bool threadSafe, bool keyed = false );
 };
 
 template <class PreInsert>
@@ -280,18 +395,29 @@ DedupHandle::PtrConst DedupHashTable::dedup( const DedupHandle::PtrConst& handle
       return handle;
    }
    const U32 hash = candidate->hash();
+   const U64 key = keyed_ ? candidate->dedupKey() : 0;
    Shard& shard = shardFor( hash );
    ShardGuard guard( shard, threadSafe_ );
-   auto equal = [ candidate ]( const DedupHandle* member ) { return member->compare( candidate ); };
-   if ( DedupHandle* member = findIf( shard, hash, equal ) ) {
-      return handOut( member );
+   if ( keyed_ ) {
+      if ( KeyedSlot* slot = findKey( shard, hash, key ) ) {
+         return handOut( slot );
+      }
+   } else {
+      auto equal = [ candidate ]( const DedupHandle* member ) { return member->compare( candidate ); };
+      if ( DedupHandle* member = findIf( shard, hash, equal ) ) {
+         return handOut( member );
+      }
    }
    KEL_ASSERT_MSG( Slot::fits( candidate ), "address beyond 48 bits" );
-   growIfFull( shard );
+   keyed_ ? growIfFull<KeyedSlot>( shard ) : growIfFull<Slot>( shard );
    preInsert( candidate );
    candidate->table_ = this;
    candidate->tableHash_ = hash;
-   placeSlot( shard, candidate );
+   if ( keyed_ ) {
+      placeSlot( shard, KeyedSlot( key, candidate ) );
+   } else {
+      placeSlot( shard, Slot( hash, candidate ) );
+   }
    candidate->newRef(); // the table's own reference
    candidate->dedupStateIs( dedupHandleStateDeduped_ );
    candidate->tableSharedIs( true );

@@ -34,7 +34,7 @@ class PtrInterface {
    // references an interning table has counted ahead but not handed out yet
    // are not held by anyone, so they are left out.
    U32 refCount() const noexcept {
-      const U32 reserved = reserved_.load( std::memory_order_relaxed );
+      const U32 reserved = reservedReferences();
       const U32 counted = refCount_.load();
       return counted > reserved ? counted - reserved : 0;
    }
@@ -70,9 +70,14 @@ class PtrInterface {
       }
    }
 
+   // reservedReferences(): the references counted ahead and not handed
+   // out; by default what reserved_ says.
+   virtual U32 reservedReferences() const noexcept { return reserved_.load( std::memory_order_relaxed ); }
+
    // Raw access for the interning table. reserved_ holds the references it
-   // has counted ahead to hand out without touching the count; only that
-   // table writes it.
+   // has counted ahead to hand out without touching the count (or, for a
+   // member whose slot keeps that tally, a bound on it); only that table
+   // writes it.
    std::atomic<U32>& refCountAtomic() const noexcept { return refCount_; }
    std::atomic<U8>& reservedAtomic() const noexcept { return reserved_; }
 

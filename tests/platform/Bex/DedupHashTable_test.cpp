@@ -11,7 +11,9 @@
 #include <memory>
 #include <mutex>
 #include <random>
+#include <string>
 #include <thread>
+#include <tuple>
 #include <type_traits>
 #include <vector>
 
@@ -61,22 +63,31 @@ class ListHandle final : public DedupHandle {
    LifeCounters* counters_;
 };
 
-DedupHashTableUnorderedSet::Ptr newTable( bool threadSafe ) {
-   return DedupHashTableUnorderedSet::DedupHashTableUnorderedSetIs( threadSafe );
+DedupHashTableUnorderedSet::Ptr newTable( bool threadSafe, bool keyed = false ) {
+   return DedupHashTableUnorderedSet::DedupHashTableUnorderedSetIs( threadSafe, keyed );
 }
 
-DedupHandle::PtrConst lookup( const DedupHashTable::Ptr& table, U64 value, U32 hash ) {
-   return table->lookupByContent( TestContent( value ), hash );
-}
-DedupHandle::PtrConst lookup( const DedupHashTable::Ptr& table, U64 value ) {
-   return lookup( table, value, goodHash( value ) );
+// lookupIn(): by content for plain members, by key for keyed ones.
+DedupHandle::PtrConst lookupIn( const DedupHashTable::PtrConst& table, U64 value, U32 hash, bool keyed ) {
+   return keyed ? table->lookupByKey( hash, value ) : table->lookupByContent( TestContent( value ), hash );
 }
 
-// Both variants must behave the same from one thread.
-class DedupHashTableTest : public testing::TestWithParam<bool> {
+// Both variants must behave the same from one thread, with members found by
+// content or by a key that is their content.
+class DedupHashTableTest : public testing::TestWithParam<std::tuple<bool, bool>> {
  protected:
-   bool threadSafe() const { return GetParam(); }
+   bool threadSafe() const { return std::get<0>( GetParam() ); }
+   bool keyed() const { return std::get<1>( GetParam() ); }
    TestHandle::Ptr make( U64 value ) { return TestHandle::TestHandleIs( value, &counters ); }
+   DedupHashTableUnorderedSet::Ptr newTable( bool threadSafe ) const {
+      return DedupHashTableUnorderedSet::DedupHashTableUnorderedSetIs( threadSafe, keyed() );
+   }
+   DedupHandle::PtrConst lookup( const DedupHashTable::PtrConst& table, U64 value, U32 hash ) const {
+      return lookupIn( table, value, hash, keyed() );
+   }
+   DedupHandle::PtrConst lookup( const DedupHashTable::PtrConst& table, U64 value ) const {
+      return lookup( table, value, goodHash( value ) );
+   }
 
    LifeCounters counters;
 };
@@ -128,14 +139,18 @@ TEST_P( DedupHashTableTest, LookupByContentFindsMembersOnlyAndTakesAReference ) 
    EXPECT_EQ( before + 1, five->refCount() );
    EXPECT_EQ( sixSameHash, lookup( table, 6, goodHash( 5 ) ) );
    EXPECT_EQ( nullptr, lookup( table, 7, goodHash( 5 ) ) );
-   EXPECT_EQ( nullptr, lookup( table, 6 ) ); // right content, wrong hash
+   if ( !keyed() ) {
+      EXPECT_EQ( nullptr, lookup( table, 6 ) ); // right content, wrong hash
+   }
    found = nullptr;
    EXPECT_EQ( before, five->refCount() );
 
    // lookupIf() with the test inlined finds the same member.
-   DedupHandle::PtrConst viaIf =
-         table->lookupIf( goodHash( 5 ), []( const DedupHandle* h ) { return valueOf( h ) == 5; } );
-   EXPECT_EQ( five, viaIf );
+   if ( !keyed() ) {
+      DedupHandle::PtrConst viaIf =
+            table->lookupIf( goodHash( 5 ), []( const DedupHandle* h ) { return valueOf( h ) == 5; } );
+      EXPECT_EQ( five, viaIf );
+   }
 }
 
 TEST_P( DedupHashTableTest, MemberLeavesWithItsLastOutsideReferenceNotifyingOnce ) {
@@ -319,7 +334,8 @@ TEST_P( DedupHashTableTest, GrowsPastManyMembersAndShrinksBackToEmpty ) {
 
 TEST_P( DedupHashTableTest, DestroyingAMemberReleasesTheMembersItHolds ) {
    auto values = newTable( threadSafe() );
-   auto lists = newTable( threadSafe() );
+   // Lists have no key: their table never is keyed.
+   auto lists = DedupHashTableUnorderedSet::DedupHashTableUnorderedSetIs( threadSafe() );
    auto valueNotifiee = Kel::makePtr<CheckingNotifiee>( 16 );
    auto listNotifiee = Kel::makePtr<CheckingNotifiee>( 0 );
    values->lifeTimeNotifieeIs( valueNotifiee );
@@ -399,7 +415,7 @@ TEST_P( DedupHashTableTest, StopCallbackMayKeepTheTableAlive ) {
    ASSERT_EQ( 1u, notifiee->stops.load() );
    ASSERT_TRUE( notifiee->keptTable );
    // Still a working table, just silent.
-   EXPECT_EQ( held, notifiee->keptTable->lookupByContent( TestContent( 4 ), goodHash( 4 ) ) );
+   EXPECT_EQ( held, lookup( notifiee->keptTable, 4 ) );
    EXPECT_EQ( 1u, notifiee->keptTable->size() );
    notifiee->keptTable = nullptr;
    EXPECT_EQ( 1u, notifiee->stops.load() );
@@ -465,22 +481,23 @@ TEST_P( DedupHashTableTest, DumpStateShowsTheMemberCountAtTheIndent ) {
    EXPECT_EQ( "DedupHashTable #3\n   DedupHashTable #3\n", ctx->str() );
 }
 
-INSTANTIATE_TEST_SUITE_P( Variants, DedupHashTableTest, testing::Values( false, true ),
-                          []( const testing::TestParamInfo<bool>& info ) {
-                             return info.param ? "ThreadSafe" : "SingleThread";
+INSTANTIATE_TEST_SUITE_P( Variants, DedupHashTableTest, testing::Combine( testing::Bool(), testing::Bool() ),
+                          []( const testing::TestParamInfo<std::tuple<bool, bool>>& info ) {
+                             return std::string( std::get<0>( info.param ) ? "ThreadSafe" : "SingleThread" ) +
+                                    ( std::get<1>( info.param ) ? "Keyed" : "" );
                           } );
 
 // Interning under races: threads look contents up, intern new candidates,
 // hold references for a while, hand some to other threads and drop them,
 // over few contents so that last-reference removals race with lookups of
 // the same content all the time.
-TEST( DedupHashTableConcurrency, RacingLookupsInsertsAndReleasesKeepOneMemberPerContent ) {
+void raceLookupsInsertsAndReleases( bool keyed ) {
    constexpr unsigned kThreads = 4;
    constexpr U64 kContents = 64;
    constexpr unsigned kHeld = 8;
    constexpr U64 kOpsPerThread = 1'000'000 / kThreads;
    LifeCounters counters;
-   auto table = newTable( true );
+   auto table = newTable( true, keyed );
    auto notifiee = Kel::makePtr<CheckingNotifiee>( kContents );
    table->lifeTimeNotifieeIs( notifiee );
 
@@ -523,7 +540,7 @@ TEST( DedupHashTableConcurrency, RacingLookupsInsertsAndReleasesKeepOneMemberPer
          const unsigned kind = unsigned( r >> 16 ) % 16;
          if ( kind < 5 ) {
             // Look up; often only to drop the reference at once.
-            DedupHandle::PtrConst p = lookup( table, content );
+            DedupHandle::PtrConst p = lookupIn( table, content, goodHash( content ), keyed );
             if ( p ) {
                hits.fetch_add( 1, std::memory_order_relaxed );
                check( p, content );
@@ -533,7 +550,7 @@ TEST( DedupHashTableConcurrency, RacingLookupsInsertsAndReleasesKeepOneMemberPer
             }
          } else if ( kind < 8 ) {
             // The interning path: look up, build and dedup on a miss.
-            DedupHandle::PtrConst p = lookup( table, content );
+            DedupHandle::PtrConst p = lookupIn( table, content, goodHash( content ), keyed );
             if ( !p ) {
                inserts.fetch_add( 1, std::memory_order_relaxed );
                p = table->dedup( TestHandle::TestHandleIs( content, &counters ) );
@@ -585,6 +602,16 @@ TEST( DedupHashTableConcurrency, RacingLookupsInsertsAndReleasesKeepOneMemberPer
    EXPECT_EQ( 0u, counters.destroyedTwice.load() );
    table = nullptr;
    EXPECT_EQ( 1u, notifiee->stops.load() );
+}
+
+TEST( DedupHashTableConcurrency, RacingLookupsInsertsAndReleasesKeepOneMemberPerContent ) {
+   raceLookupsInsertsAndReleases( false );
+}
+
+// Keyed members keep their reserve in the slot: releases that cannot tell
+// from the count whether outside references are left ask the table.
+TEST( DedupHashTableConcurrency, RacingOnKeyedMembersKeepsOneMemberPerContent ) {
+   raceLookupsInsertsAndReleases( true );
 }
 
 } // namespace

@@ -75,6 +75,7 @@ class TestHandle final : public Bex::DedupHandle {
    bool compareByContent( const Bex::DedupContentHandle& content ) const override {
       return static_cast<const TestContent&>( content ).value == value_;
    }
+   U64 dedupKey() const noexcept override { return value_; }
 
  private:
    static constexpr U64 kAlive = 0xA11FEA11FEA11FEull;
