@@ -13,14 +13,10 @@ namespace Bex {
 namespace {
 
 constexpr U32 kInitialSlots = 16;
-// Thread-safe tables spread their members over 16 shards, chosen by the top
-// four bits of the hash; the slot within a shard comes from the low bits.
-constexpr U32 kShards = 16;
-constexpr U32 kShardShift = 28;
 
 template <class T>
 T* allocateZeroed( size_t count ) {
-   // Shards are cache-line aligned so that their locks do not share lines.
+   // Slot arrays start on a 16-octet boundary, so no slot straddles lines.
    size_t bytes = ( count * sizeof( T ) + alignof( T ) - 1 ) / alignof( T ) * alignof( T );
    void* memory = std::aligned_alloc( alignof( T ) < 16 ? 16 : alignof( T ), bytes );
    if ( !memory ) {
@@ -54,11 +50,9 @@ U32 DedupHandle::reservedReferences() const noexcept {
 }
 
 DedupHashTable::DedupHashTable( bool threadSafe, bool keyed )
-      : shardCount_( threadSafe ? kShards : 1 ), shardShift_( kShardShift ),
+      : shardCount_( threadSafe ? kShards : 1 ), shardShift_( threadSafe ? kShardShift : 32 ),
         threadSafe_( threadSafe ), keyed_( keyed ) {
-   shards_ = allocateZeroed<Shard>( shardCount_ );
    for ( U32 s = 0; s < shardCount_; ++s ) {
-      new ( &shards_[ s ] ) Shard();
       shards_[ s ].slotArray = keyed ? static_cast<void*>( allocateZeroed<KeyedSlot>( kInitialSlots ) )
                                      : static_cast<void*>( allocateZeroed<Slot>( kInitialSlots ) );
       shards_[ s ].mask = kInitialSlots - 1;
@@ -89,9 +83,8 @@ DedupHashTable::~DedupHashTable() {
          members.push_back( slot.handle() );
       } );
       std::free( shard.slotArray );
-      shard.~Shard();
+      shard.slotArray = nullptr;
    }
-   std::free( shards_ );
    for ( DedupHandle* h : members ) {
       h->table_ = nullptr;
       h->tableSharedIs( false );

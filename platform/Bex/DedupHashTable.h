@@ -270,7 +270,7 @@ class DedupHashTable : public Kel::PtrInterface {
    };
 
    Shard& shardFor( U32 hash ) const noexcept {
-      return shards_[ shardCount_ == 1 ? 0 : hash >> shardShift_ ];
+      return shards_[ U64( hash ) >> shardShift_ ];
    }
 
    // The shard helpers below run with the shard locked.
@@ -364,7 +364,12 @@ class DedupHashTable : public Kel::PtrInterface {
    // handle is an identity until it is found among the members.
    void releaseMember( const DedupHandle* handle, U32 hash ) noexcept;
 
-   Shard* shards_;
+   // Thread-safe tables spread their members over kShards shards, chosen by
+   // the top bits of the hash (a single-thread table shifts them all out);
+   // the slot within a shard comes from the low bits. The shards sit in the
+   // table, one load nearer to a hit than an array of their own.
+   static constexpr U32 kShards = 16;
+   static constexpr U32 kShardShift = 28;
    U32 shardCount_;
    U32 shardShift_;
    bool threadSafe_;
@@ -372,6 +377,7 @@ class DedupHashTable : public Kel::PtrInterface {
    std::atomic<bool> notifying_{ false };
    DedupHashTableLifeTimeNotifiee::Ptr notifiee_;
    std::mutex notifyMutex_;
+   mutable Shard shards_[ kShards ];
 };
 
 // DedupHashTableUnorderedSet: the concrete set; the bool picks the
