@@ -109,10 +109,7 @@ class DedupHandle : public Kel::PtrInterface {
          reservedAtomic().store( U8( reserved - 1 ), std::memory_order_relaxed );
          return;
       }
-      // The reserve is stored first: a release that sees the new count also
-      // sees the reserve that came with it.
-      reservedAtomic().store( kReserve, std::memory_order_relaxed );
-      refCountAtomic().fetch_add( 1 + kReserve );
+      refillReserve();
    }
 
    // handOutSlotReserve(): handOutReference() for a member whose slot
@@ -121,9 +118,16 @@ class DedupHandle : public Kel::PtrInterface {
       if ( slotReserve != 0 ) {
          return slotReserve - 1;
       }
+      refillReserve();
+      return kReserve;
+   }
+
+   // refillReserve(): counts the reference being handed out and the next
+   // kReserve. The reserve is stored first: a release that sees the new
+   // count also sees the reserve that came with it.
+   void refillReserve() const noexcept {
       reservedAtomic().store( kReserve, std::memory_order_relaxed );
       refCountAtomic().fetch_add( 1 + kReserve );
-      return kReserve;
    }
 
    // releaseTableReferences(): the table's own reference and its reserve,

@@ -3,7 +3,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <new>
-#include <type_traits>
 #include <vector>
 
 #include "Bex/DumpContext.h"
@@ -70,16 +69,12 @@ DedupHashTable::~DedupHashTable() {
    }
    // Members outlive the table when others still hold them: they forget the
    // table and are destroyed by their last holder like any counted object.
-   // A keyed slot's reserve goes back into its member first: the member
-   // then holds it as a plain reserve of its own.
    std::vector<DedupHandle*> members;
    members.reserve( size() );
    for ( U32 s = 0; s < shardCount_; ++s ) {
       Shard& shard = shards_[ s ];
       forEachSlot( shard, [ & ]( auto& slot ) {
-         if constexpr ( std::is_same_v<std::decay_t<decltype( slot )>, KeyedSlot> ) {
-            slot.handle()->reservedAtomic().store( U8( slot.reserve() ), std::memory_order_relaxed );
-         }
+         returnReserve( slot );
          members.push_back( slot.handle() );
       } );
       std::free( shard.slotArray );
@@ -220,11 +215,7 @@ void DedupHashTable::releaseMemberIn( Shard& shard, DedupHandle* handle, U32 has
       if ( !slot || !handle->outsideReferencesGone( reserveIn( *slot ) ) ) {
          return;
       }
-      // A keyed slot's reserve goes back to the member with it, so that
-      // the member holds exactly the table's references from here on.
-      if constexpr ( std::is_same_v<S, KeyedSlot> ) {
-         handle->reservedAtomic().store( U8( slot->reserve() ), std::memory_order_relaxed );
-      }
+      returnReserve( *slot );
       handle->dedupStateIs( dedupHandleStateBeingDetached_ );
       eraseSlot( shard, slot );
       handle->tableSharedIs( false );

@@ -327,6 +327,13 @@ class DedupHashTable : public Kel::PtrInterface {
       return slot.handle()->reservedAtomic().load( std::memory_order_relaxed );
    }
    static U32 reserveIn( const KeyedSlot& slot ) noexcept { return slot.reserve(); }
+   // returnReserve(): once no hit can take from the slot any more (its
+   // member leaves, or the table goes), a keyed slot's reserve goes back to
+   // the member, which then holds it as a plain reserve of its own.
+   static void returnReserve( const Slot& ) noexcept {}
+   static void returnReserve( const KeyedSlot& slot ) noexcept {
+      slot.handle()->reservedAtomic().store( U8( slot.reserve() ), std::memory_order_relaxed );
+   }
 
    // forEachSlot(): fn( slot ) for every occupied slot of shard.
    template <class Fn>
@@ -380,8 +387,8 @@ class DedupHashTable : public Kel::PtrInterface {
    mutable Shard shards_[ kShards ];
 };
 
-// DedupHashTableUnorderedSet: the concrete set; the bool picks the
-// thread-safe variant.
+// DedupHashTableUnorderedSet: the concrete set; the bools pick the
+// thread-safe and the keyed variants.
 class DedupHashTableUnorderedSet final : public DedupHashTable {
  public:
    using Ptr = Kel::Ptr<DedupHashTableUnorderedSet>;
