@@ -194,7 +194,7 @@ class ExtComm : public KelStow::DedupHandle {
  private:
    // dedupContentMiss(): dedupContent() once the lookup missed: parse and
    // intern.
-   static PtrConst dedupContentMiss( const ExtCommDedupTable* table, const ExtCommContent& content );
+   static PtrConst dedupContentMiss( const ExtCommDedupTable* table, ExtCommContent content );
 
    ExtCommContent content_;
 };

@@ -112,16 +112,6 @@ class DedupHandle : public Kel::PtrInterface {
       refillReserve();
    }
 
-   // handOutSlotReserve(): handOutReference() for a member whose slot
-   // tallies its reserve; slotReserve is that tally, returned updated.
-   U32 handOutSlotReserve( U32 slotReserve ) const noexcept {
-      if ( slotReserve != 0 ) {
-         return slotReserve - 1;
-      }
-      refillReserve();
-      return kReserve;
-   }
-
    // refillReserve(): counts the reference being handed out and the next
    // kReserve. The reserve is stored first: a release that sees the new
    // count also sees the reserve that came with it.

@@ -50,7 +50,7 @@ U32 DedupHandle::reservedReferences() const noexcept {
 
 DedupHashTable::DedupHashTable( bool threadSafe, bool keyed )
       : shardCount_( threadSafe ? kShards : 1 ), shardShift_( threadSafe ? kShardShift : 32 ),
-        threadSafe_( threadSafe ), keyed_( keyed ) {
+        threadSafe_( threadSafe ), keyed_( keyed ), keyedSingleThread_( keyed && !threadSafe ) {
    for ( U32 s = 0; s < shardCount_; ++s ) {
       shards_[ s ].slotArray = keyed ? static_cast<void*>( allocateZeroed<KeyedSlot>( kInitialSlots ) )
                                      : static_cast<void*>( allocateZeroed<Slot>( kInitialSlots ) );

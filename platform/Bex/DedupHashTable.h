@@ -108,9 +108,14 @@ class DedupHashTable : public Kel::PtrInterface {
    // lookupByKey(): in a keyed table, the member whose dedupKey() is key
    // (hash being its hash()); the members themselves are not read.
    DedupHandle::PtrConst lookupByKey( U32 hash, U64 key ) const {
+      // A single-thread table has one shard and no lock: the hit path of
+      // the busiest table skips both, on one test.
+      if ( keyedSingleThread_ ) {
+         return handOut( findKey( shards_[ 0 ], hash, key ) );
+      }
       KEL_ASSERT_MSG( keyed_, "lookup by key in a table without keys" );
       Shard& shard = shardFor( hash );
-      ShardGuard guard( shard, threadSafe_ );
+      ShardGuard guard( shard, true );
       return handOut( findKey( shard, hash, key ) );
    }
 
@@ -191,6 +196,21 @@ class DedupHashTable : public Kel::PtrInterface {
       U32 reserve() const noexcept { return U32( bits_ >> kReserveShift ); }
       void reserveIs( U32 reserve ) noexcept {
          bits_ = ( bits_ & kAddressMask ) | U64( reserve ) << kReserveShift;
+      }
+      // takeReference(): the member, with one reference handed out of the
+      // reserve (refilled first when it is empty).
+      DedupHandle* takeReference() noexcept {
+         if ( bits_ > kAddressMask ) {
+            bits_ -= U64( 1 ) << kReserveShift;
+         } else {
+            handle()->refillReserve();
+            reserveIs( DedupHandle::kReserve );
+         }
+         DedupHandle* member = handle();
+         if ( !member ) {
+            __builtin_unreachable(); // occupied slots hold a member
+         }
+         return member;
       }
 
     private:
@@ -292,16 +312,18 @@ class DedupHashTable : public Kel::PtrInterface {
          }
       }
    }
-   // findKey(): the keyed slot of shard with hash and key, or null.
+   // findKey(): the keyed slot of shard with hash and key, or null. The
+   // key is compared first, so that a hit tests one word: an empty slot's
+   // key reads as zero, and only a search for zero can stop at one.
    static KeyedSlot* findKey( const Shard& shard, U32 hash, U64 key ) noexcept {
       KeyedSlot* slots = shard.slots<KeyedSlot>();
       for ( U32 i = hash & shard.mask;; i = ( i + 1 ) & shard.mask ) {
          KeyedSlot& slot = slots[ i ];
+         if ( slot.key() == key ) {
+            return slot ? &slot : nullptr;
+         }
          if ( !slot ) {
             return nullptr;
-         }
-         if ( slot.key() == key ) {
-            return &slot;
          }
       }
    }
@@ -318,9 +340,7 @@ class DedupHashTable : public Kel::PtrInterface {
       if ( !slot ) {
          return nullptr;
       }
-      DedupHandle* member = slot->handle();
-      slot->reserveIs( member->handOutSlotReserve( slot->reserve() ) );
-      return DedupHandle::PtrConst::adopt( member );
+      return DedupHandle::PtrConst::adopt( slot->takeReference() );
    }
    // reserveIn(): the references counted ahead for slot's member.
    static U32 reserveIn( const Slot& slot ) noexcept {
@@ -381,6 +401,7 @@ class DedupHashTable : public Kel::PtrInterface {
    U32 shardShift_;
    bool threadSafe_;
    bool keyed_;
+   bool keyedSingleThread_;
    std::atomic<bool> notifying_{ false };
    DedupHashTableLifeTimeNotifiee::Ptr notifiee_;
    std::mutex notifyMutex_;

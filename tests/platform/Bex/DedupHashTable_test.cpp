@@ -145,6 +145,12 @@ TEST_P( DedupHashTableTest, LookupByContentFindsMembersOnlyAndTakesAReference ) 
    found = nullptr;
    EXPECT_EQ( before, five->refCount() );
 
+   // Zero is a content like any other, though an empty keyed slot reads as
+   // zero: a search for it must not stop at an empty slot with a hit.
+   EXPECT_EQ( nullptr, lookup( table, 0 ) );
+   DedupHandle::PtrConst zero = table->dedup( make( 0 ) );
+   EXPECT_EQ( zero, lookup( table, 0 ) );
+
    // lookupIf() with the test inlined finds the same member.
    if ( !keyed() ) {
       DedupHandle::PtrConst viaIf =
