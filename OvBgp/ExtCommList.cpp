@@ -208,9 +208,73 @@ void ExtCommList::createClassificationListVector( bool dedupMode ) {
    }
 }
 
+ExtCommList::PtrConst ExtCommList::findInterned( const ExtCommListDedupTable* table ) const {
+   // A list holds few kinds: each pass over the members picks the smallest
+   // kind above the last one found, hashes its members and looks its part
+   // up by them.
+   constexpr size_t kMaxKinds = 8;
+   ExtCommClassificationList::PtrConst parts[ kMaxKinds ];
+   size_t kinds = 0;
+   int last = -1;
+   for ( ;; ) {
+      int kind = 256;
+      for ( const ExtComm::PtrConst& comm : comm_ ) {
+         const int c = int( comm->classification() );
+         kind = c > last && c < kind ? c : kind;
+      }
+      if ( kind == 256 ) {
+         break;
+      }
+      if ( kinds == kMaxKinds ) {
+         return nullptr;
+      }
+      auto ofKind = [ kind ]( const ExtComm::PtrConst& comm ) {
+         return int( comm->classification() ) == kind;
+      };
+      U32 h = 0;
+      for ( const ExtComm::PtrConst& comm : comm_ ) {
+         h = ofKind( comm ) ? Kel::oneAtATimePointer( h, comm.ptr() ) : h;
+      }
+      const Bex::DedupHashTable::Ptr& set = kind == extCommClassificationRouteTarget
+                                                  ? table->rtExtCommClassificationListDedupTable()
+                                                  : table->extCommClassificationListDedupTable();
+      Bex::DedupHandle::PtrConst part =
+            set->lookupIf( Kel::oneAtATimeFinal( h ), [ & ]( const Bex::DedupHandle* member ) {
+               const auto& members =
+                     static_cast<const ExtCommClassificationList*>( member )->commVector();
+               auto it = members.begin();
+               for ( const ExtComm::PtrConst& comm : comm_ ) {
+                  if ( ofKind( comm ) && ( it == members.end() || *it++ != comm ) ) {
+                     return false;
+                  }
+               }
+               return it == members.end();
+            } );
+      if ( !part ) {
+         return nullptr;
+      }
+      parts[ kinds++ ] = Kel::ptrCast<const ExtCommClassificationList>( std::move( part ) );
+      last = kind;
+   }
+   Bex::DedupHandle::PtrConst found = table->dedupTable()->lookupIf(
+         internedListHash( parts, parts + kinds ), [ & ]( const Bex::DedupHandle* member ) {
+            const auto& lists = static_cast<const ExtCommList*>( member )->classificationLists_;
+            return lists.size() == kinds && std::equal( lists.begin(), lists.end(), parts );
+         } );
+   return Kel::ptrCast<const ExtCommList>( std::move( found ) );
+}
+
 ExtCommList::PtrConst ExtCommList::dedup( const ExtCommListDedupTable* table ) {
    OVBGP_LIST_ASSERT( nullOrNeverInterned( this ), "__null == ( this ) || ( this )->dedupState() == "
                                                     "Bex::dedupHandleStateNeverDeduped()" );
+   // Most lists a path brings are interned already: find the one by its
+   // members before building and interning any part.
+   if ( !comm_.empty() ) {
+      extCommVectorSort( comm_ );
+      if ( PtrConst found = findInterned( table ) ) {
+         return found;
+      }
+   }
    createClassificationListVector( true );
    bool prunable = false, linkBandwidth = false, originValidation = false;
    for ( auto iter = classificationLists_.begin(); iter != classificationLists_.end(); ++iter ) {

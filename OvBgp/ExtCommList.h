@@ -160,6 +160,11 @@ class ExtCommList : public KelStow::DedupHandle {
    static Ptr destow( const void* stored, KelStow::StoreManager* store );
 
  private:
+   // findInterned(): the interned list whose members are comm_ (sorted and
+   // unique), found through the tables of its parts without building them;
+   // null when a part or the list is not interned yet.
+   PtrConst findInterned( const ExtCommListDedupTable* table ) const;
+
    void flagIs( CommVectorAttrs::Flag flag, bool on ) {
       CommVectorAttrs attrs = commVectorAttrs();
       attrs.flagIs( flag, on );
