@@ -35,9 +35,9 @@ TEST( DecodeCommand, TextShowsEveryFormOfEachValueAndTheAttributeTheLibraryWrite
 TEST( DecodeCommand, JsonIsOneObjectPerInputWithTheInternedListsValues ) {
    // Unsorted, with a repeat: the list holds each value once, in order, and
    // its attribute is written that way.
-   Invocation r = runTool( { "decode", "--json", "c0080cfde800c8ffffff01fde800c8",
-                             "fa56ea000000000100000002",
-                             "000320010db80000000000000000000000010064" } );
+   Invocation r =
+         runTool( { "decode", "--json", "c0080cfde800c8ffffff01fde800c8",
+                    "fa56ea000000000100000002", "000320010db80000000000000000000000010064" } );
    EXPECT_EQ( r.status, 0 );
    EXPECT_EQ( r.out,
               "{\"input\": \"c0080cfde800c8ffffff01fde800c8\", \"kind\": \"communities\", "
@@ -68,19 +68,14 @@ TEST( DecodeCommand, JsonIsOneObjectPerInputWithTheInternedListsValues ) {
 }
 
 TEST( DecodeCommand, BadInputIsOneLineNamingTheProblemWithStatus2AndTheRestIsStillShown ) {
-   Invocation r = runTool( { "decode", "0x0g", "fde80064", "01020304050607", "c00806fde80064fde8",
-                             "c0101002020001000200034004fde8", "c02000" } );
+   // The messages themselves are the input parser's; here: one line each, named by input.
+   Invocation r = runTool( { "decode", "0x0g", "fde80064", "c00806fde80064fde8" } );
    EXPECT_EQ( r.status, 2 );
    EXPECT_EQ( r.out.rfind( "COMMUNITIES, 1 value: 65000:100\n", 0 ), 0u ) << r.out;
    EXPECT_EQ( r.err,
               "bgpcomm: decode '0x0g': bad hex digit 'g' at position 4\n"
-              "bgpcomm: decode '01020304050607': 7 octets is neither a community (4, 8, 12 or "
-              "20 octets) nor a community path attribute (type 8, 16, 25 or 32)\n"
               "bgpcomm: decode 'c00806fde80064fde8': COMMUNITIES attribute length 6 is not a "
-              "multiple of 4\n"
-              "bgpcomm: decode 'c0101002020001000200034004fde8': EXTENDED_COMMUNITIES attribute "
-              "header says 16 value octets but 12 follow\n"
-              "bgpcomm: decode 'c02000': LARGE_COMMUNITY attribute has length 0\n" );
+              "multiple of 4\n" );
 
    Invocation none = runTool( { "decode" } );
    EXPECT_EQ( none.status, 2 );

@@ -16,52 +16,46 @@ using namespace Routing::Bgp;
 TEST( ListText, TextsAreTheLibrarysFormsForEveryListOfTheSample ) {
    CommunityTables tables;
    RouteInterner interner( tables );
-   std::vector<std::vector<U8>> standard = { hexOctets( "00000000 ffff029a ffffff01 ffffff02 "
-                                                         "ffffff03 ffff0000 ffff0006 0001ffff" ) };
-   std::vector<std::vector<U8>> extended = {
-      hexOctets( "0603001122334455 1d05000100000002 4300000000000002 030c00000000000b" ) };
-   std::vector<std::vector<U8>> large = { hexOctets( "ffffffff ffffffff ffffffff" ) };
-   std::vector<std::vector<U8>> ip6 = {
-      hexOctets( "004b20010db80000000000000000000000010064"
-                 "000320010db80000000000000000000000010064" ) };
-   std::vector<U8> longList;
+   // Per kind: standard, extended, large, IPv6-address-specific.
+   std::array<std::vector<std::vector<U8>>, communityKindCount> lists = {
+      { { hexOctets( "00000000 ffff029a ffffff01 ffffff02 ffffff03 ffff0000 ffff0006 0001ffff" ) },
+        { hexOctets( "0603001122334455 1d05000100000002 4300000000000002 030c00000000000b" ) },
+        { hexOctets( "ffffffff ffffffff ffffffff" ) },
+        { hexOctets( "004b20010db80000000000000000000000010064"
+                     "000320010db80000000000000000000000010064" ) } }
+   };
+   std::vector<U8>& longList = lists[ 0 ].emplace_back();
    for ( U32 i = 0; i < 400; ++i ) {
       for ( U8 o : { U8( 0xfd ), U8( 0xe8 ), U8( i >> 8 ), U8( i ) } )
          longList.push_back( o );
    }
-   standard.push_back( longList );
-
    std::string sample = sourceFile( "samples/gobgp-table.mrt" );
    if ( !sample.empty() ) {
       RouteCollector got;
       MrtReader( got ).readFile( sample );
       ASSERT_EQ( got.routes.size(), 33u );
       for ( const CollectedRoute& r : got.routes ) {
-         auto add = [ & ]( std::vector<std::vector<U8>>& to, CommunityKind kind ) {
-            if ( !r.community( kind ).empty() )
-               to.push_back( hexOctets( r.community( kind ) ) );
-         };
-         add( standard, CommunityKind::standard );
-         add( extended, CommunityKind::extended );
-         add( large, CommunityKind::large );
-         add( ip6, CommunityKind::ip6Extended );
+         for ( size_t k = 0; k < communityKindCount; ++k ) {
+            if ( !r.communities[ k ].empty() )
+               lists[ k ].push_back( hexOctets( r.communities[ k ] ) );
+         }
       }
    }
 
    ListText text;
-   for ( const auto& octets : standard ) {
+   for ( const auto& octets : lists[ 0 ] ) {
       auto list = interner.communities( octets );
       std::string got = "prefix ";
       text.append( got, *list );
       EXPECT_EQ( got, "prefix " + list->toStrep() );
    }
-   for ( const auto& octets : large ) {
+   for ( const auto& octets : lists[ 2 ] ) {
       auto list = interner.largeCommunities( octets );
       std::string got;
       text.append( got, *list );
       EXPECT_EQ( got, list->toStrep() );
    }
-   for ( const auto& octets : extended ) {
+   for ( const auto& octets : lists[ 1 ] ) {
       auto list = interner.extCommunities( octets );
       std::string got, expected;
       text.append( got, *list );
@@ -73,7 +67,7 @@ TEST( ListText, TextsAreTheLibrarysFormsForEveryListOfTheSample ) {
       }
       EXPECT_EQ( got, expected );
    }
-   for ( const auto& octets : ip6 ) {
+   for ( const auto& octets : lists[ 3 ] ) {
       auto list = interner.ipv6ExtCommunities( octets );
       std::string got, expected;
       text.append( got, *list );
