@@ -1,5 +1,5 @@
-// AS-number and IPv4-address communities: administrators, local values and
-// the asdot rules under every format.
+// AS-number and IPv4-address communities: administrators, local values and the asdot rules
+// under every format.
 #include "OvBgp/Parse/ExtCommAsNumber.h"
 
 #include <gtest/gtest.h>
@@ -15,7 +15,7 @@ ExtCommAsNumber::Ptr asNumber( U64 content, bool fourByteAs ) {
 }
 ExtCommIpv4Address::Ptr ipv4( U64 content ) {
    return ExtCommIpv4Address::ExtCommIpv4AddressIs( extCommClassificationUnSpecified,
-                                                     ExtCommContent( content ) );
+                                                    ExtCommContent( content ) );
 }
 
 TEST( ExtCommAsNumber, FieldsFollowTheLayout ) {
@@ -25,20 +25,13 @@ TEST( ExtCommAsNumber, FieldsFollowTheLayout ) {
    auto four = asNumber( 0x0202fde800640005, true );
    EXPECT_EQ( four->asNumber(), 4259840100u );
    EXPECT_EQ( four->localAdmin(), 5u );
+   EXPECT_EQ( four->formatAsNumber( true ), "65000.100" );
    EXPECT_EQ( ipv4( 0x0102c0a80001002a )->localAdmin(), 42u );
 }
 
-TEST( ExtCommAsNumber, AsdotOnlySplitsFourOctetNumbersFrom65536 ) {
-   EXPECT_EQ( asNumber( 0x0202fde800640005, true )->formatAsNumber( true ), "65000.100" );
-   EXPECT_EQ( asNumber( 0x0202fde800640005, true )->formatAsNumber( false ), "4259840100" );
-   EXPECT_EQ( asNumber( 0x020200010000000a, true )->formatAsNumber( true ), "1.0" );
-   EXPECT_EQ( asNumber( 0x020200010000000a, true )->formatAsNumber( false ), "65536" );
-   EXPECT_EQ( asNumber( 0x02020000fde80001, true )->formatAsNumber( true ), "65000" );
-   EXPECT_EQ( asNumber( 0x0002fde800000001, false )->formatAsNumber( true ), "65000" );
-}
-
-// Every one of the 64 format octets gives one of four texts: the type label
-// only with classification and UI together, the dotted AS only with asdot.
+// Every one of the 64 format octets gives one of four texts: the type label only with
+// classification and UI together, the dotted AS only with asdot, and only for 4-octet
+// numbers from 65536.
 TEST( ExtCommAsNumber, PolicyFormUnderEveryFormat ) {
    struct Case {
       ExtComm::Ptr value;
@@ -48,8 +41,12 @@ TEST( ExtCommAsNumber, PolicyFormUnderEveryFormat ) {
       const char* labelledDotted;
    };
    const Case cases[] = {
-      { asNumber( 0x0202fffffffffff0 | 0xf, true ), "4294967295:65535", "65535.65535:65535",
+      { asNumber( 0x0202ffffffffffff, true ), "4294967295:65535", "65535.65535:65535",
         "0202-AS4:4294967295:65535", "0202-AS4:65535.65535:65535" },
+      { asNumber( 0x020200010000000a, true ), "65536:10", "1.0:10", "0202-AS4:65536:10",
+        "0202-AS4:1.0:10" },
+      { asNumber( 0x02020000fde80001, true ), "65000:1", "65000:1", "0202-AS4:65000:1",
+        "0202-AS4:65000:1" },
       { asNumber( 0x0002000000000000, false ), "0:0", "0:0", "0002-AS:0:0", "0002-AS:0:0" },
       { asNumber( 0x4099fde800000007, false ), "65000:7", "65000:7", "0099-AS(NT):65000:7",
         "0099-AS(NT):65000:7" },
@@ -74,16 +71,15 @@ TEST( ExtCommAsNumber, PolicyFormUnderEveryFormat ) {
 
 TEST( ExtCommAsNumber, DebuggingForms ) {
    std::ostringstream os;
-   os << asNumber( 0x0005fde800000064, false ).ptr();
-   EXPECT_EQ( os.str(), "<extCommPktTypeTransTwoOctetAs extCommPktSubtypeTransTwoOctetAsOspfDomainIdentifier "
-                        "ASN=65000 0x0005fde800000064>" );
-   std::ostringstream four;
-   four << asNumber( 0x0233fde800640005, true ).ptr();
-   EXPECT_EQ( four.str(), "<extCommPktTypeTransFourOctetAs subtype=51 ASN=4259840100 0x0233fde800640005>" );
-   std::ostringstream ip;
-   ip << ipv4( 0x0107c0a80001002a ).ptr();
-   EXPECT_EQ( ip.str(), "<extCommPktTypeTransIpv4Address extCommPktSubtypeTransIpv4AddressOspfRouteId "
-                        "192.168.0.1 0x0107c0a80001002a>" );
+   os << asNumber( 0x0005fde800000064, false ).ptr() << "\n"
+      << asNumber( 0x0233fde800640005, true ).ptr() << "\n"
+      << ipv4( 0x0107c0a80001002a ).ptr();
+   EXPECT_EQ( os.str(),
+              "<extCommPktTypeTransTwoOctetAs extCommPktSubtypeTransTwoOctetAsOspfDomainIdentifier "
+              "ASN=65000 0x0005fde800000064>\n"
+              "<extCommPktTypeTransFourOctetAs subtype=51 ASN=4259840100 0x0233fde800640005>\n"
+              "<extCommPktTypeTransIpv4Address extCommPktSubtypeTransIpv4AddressOspfRouteId "
+              "192.168.0.1 0x0107c0a80001002a>" );
 }
 
 } // namespace

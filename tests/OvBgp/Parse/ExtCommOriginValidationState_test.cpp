@@ -8,17 +8,12 @@ namespace Routing::Bgp {
 namespace {
 
 TEST( ExtCommOriginValidationState, BuildExtCommContentPutsTheStateLast ) {
-   EXPECT_EQ( ExtCommOriginValidationState::buildExtCommContent( Rpki::originValidationStateValid )
-                    .value,
-              0x4300000000000000u );
-   EXPECT_EQ(
-         ExtCommOriginValidationState::buildExtCommContent( Rpki::originValidationStateNotFound )
-               .value,
-         0x4300000000000001u );
-   EXPECT_EQ(
-         ExtCommOriginValidationState::buildExtCommContent( Rpki::originValidationStateInvalid )
-               .value,
-         0x4300000000000002u );
+   for ( auto [ state, content ] : { std::pair( Rpki::originValidationStateValid, 0ull ),
+                                     std::pair( Rpki::originValidationStateNotFound, 1ull ),
+                                     std::pair( Rpki::originValidationStateInvalid, 2ull ) } ) {
+      EXPECT_EQ( ExtCommOriginValidationState::buildExtCommContent( state ).value,
+                 0x4300000000000000u | content );
+   }
 }
 
 TEST( ExtCommOriginValidationState, TextOnlyWithClassificationAndUI ) {

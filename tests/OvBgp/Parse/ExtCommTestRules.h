@@ -13,15 +13,9 @@
 
 namespace Routing::Bgp::Testing {
 
-// liveTestSubRules() / liveTestPlugins(): how many exist right now.
-inline int& liveTestSubRules() {
-   static int count = 0;
-   return count;
-}
-inline int& liveTestPlugins() {
-   static int count = 0;
-   return count;
-}
+// liveTestSubRules / liveTestPlugins: how many exist right now.
+inline int liveTestSubRules = 0;
+inline int liveTestPlugins = 0;
 
 // TestSubRule<Base>: a sub-rule of Base's kind answering with classification
 // (or with null when answers is false).
@@ -36,9 +30,9 @@ class TestSubRule final : public Base {
          : Base( control, typename Base::Subtype( subType ) ),
            classification_( classification ),
            answers_( answers ) {
-      ++liveTestSubRules();
+      ++liveTestSubRules;
    }
-   ~TestSubRule() override { --liveTestSubRules(); }
+   ~TestSubRule() override { --liveTestSubRules; }
 
    Kel::Ptr<const Value> inhale( const Content& content ) const override {
       if ( !answers_ ) {
@@ -64,6 +58,23 @@ Kel::Ptr<const Base> testSubRule( const BgpParseExtCommControl& control, unsigne
                                                          answers );
 }
 
+// TestTypeRule: answers every content of its type with the classification, or with null.
+class TestTypeRule final : public BgpParseExtendedCommunityTypeRuleBase {
+ public:
+   TestTypeRule( const BgpParseExtCommControl& control, BgpExtCommPktType type,
+                 ExtCommClassification classification, bool answers = true )
+         : BgpParseExtendedCommunityTypeRuleBase( control, type ),
+           classification_( classification ),
+           answers_( answers ) {}
+   Kel::Ptr<const ExtComm> inhale( const ExtCommContent& content ) const override {
+      return answers_ ? ExtCommSubtyped::ExtCommSubtypedIs( classification_, content ) : nullptr;
+   }
+
+ private:
+   ExtCommClassification classification_;
+   bool answers_;
+};
+
 // TestPlugin: claims 2-octet AS subtype 0x02, opaque 0x0C and IPv6 0x02, all
 // with one classification, and counts what it is offered.
 class TestPlugin : public BgpParseExtCommPluginBaseSm {
@@ -71,10 +82,10 @@ class TestPlugin : public BgpParseExtCommPluginBaseSm {
    TestPlugin( const Kel::Ptr<const BgpParseExtCommRuleCollections>& collections,
                ExtCommClassification classification )
          : BgpParseExtCommPluginBaseSm( collections ), classification_( classification ) {
-      ++liveTestPlugins();
+      ++liveTestPlugins;
       handleStartup();
    }
-   ~TestPlugin() override { --liveTestPlugins(); }
+   ~TestPlugin() override { --liveTestPlugins; }
 
    void instantiateExtCommSubTypeTransTwoOctetAsSubRule(
          const BgpParseExtCommSubTypeTransTwoOctetAsRuleKey& key,

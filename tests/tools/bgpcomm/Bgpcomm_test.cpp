@@ -29,16 +29,8 @@ TEST( Bgpcomm, MrtExitStatusSaysWhetherEverythingWasRead ) {
    MrtRecordBuilder b;
    addPeerIndexTable( b, { { { 192, 0, 2, 1 }, 65001, false } } );
    size_t ribAt = b.size();
-   b.beginRecord( 1700000000, 13, 2 );
-   b.u32( 0 );
-   b.prefix( std::vector<U8>{ 10, 1, 0, 0 }, 24 );
-   b.u16( 1 );
-   b.u16( 0 );
-   b.u32( 0 );
-   std::vector<U8> attrs = pathAttributes( { { 8, hexOctets( "fde800" ) } } );
-   b.u16( U16( attrs.size() ) );
-   b.bytes( attrs );
-   b.endRecord();
+   addRib( b, 2, { 10, 1, 0, 0 }, 24,
+           { { 0, pathAttributes( { { 8, hexOctets( "fde800" ) } } ) } } );
    std::string bad = tempPath( "bad.mrt" );
    writeFile( bad, b.data() );
    std::string missing = tempPath( "missing.mrt" );

@@ -1,11 +1,11 @@
 #include "MrtTestSupport.h"
 
+#include "tools/bgpcomm/ByteSink.h"
 #include "tools/bgpcomm/ByteSource.h"
 
 #include <gtest/gtest.h>
 
 #include <bzlib.h>
-#include <zlib.h>
 
 namespace BgpcommTest {
 namespace {
@@ -22,18 +22,14 @@ Octets pattern( size_t n ) {
    return o;
 }
 
+// gzipOf(): the data as the tool's own sink compresses it (by the ".gz" name).
 Octets gzipOf( const Octets& data ) {
-   z_stream zs{};
-   deflateInit2( &zs, 6, Z_DEFLATED, 16 + MAX_WBITS, 8, Z_DEFAULT_STRATEGY );
-   Octets out( deflateBound( &zs, uLong( data.size() ) ) );
-   zs.next_in = const_cast<U8*>( data.data() );
-   zs.avail_in = uInt( data.size() );
-   zs.next_out = out.data();
-   zs.avail_out = uInt( out.size() );
-   deflate( &zs, Z_FINISH );
-   out.resize( zs.total_out );
-   deflateEnd( &zs );
-   return out;
+   std::string path = tempPath( "sink.gz" );
+   ByteSink sink( path );
+   sink.write( data );
+   sink.close();
+   std::string gz = readText( path );
+   return Octets( gz.begin(), gz.end() );
 }
 
 Octets bzip2Of( const Octets& data ) {

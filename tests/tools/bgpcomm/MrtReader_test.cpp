@@ -19,30 +19,6 @@ std::vector<TestPeer> twoPeers() {
 
 Octets octetsOf( const MrtRecordBuilder& b ) { return Octets( b.data().begin(), b.data().end() ); }
 
-struct Entry {
-   U16 peer = 0;
-   Octets attrs;
-   U32 pathId = 0;
-};
-
-// addRib(): a RIB record of an AFI-specific subtype; add-path subtypes get path ids.
-void addRib( MrtRecordBuilder& b, U16 subtype, const Octets& address, unsigned bits,
-             const std::vector<Entry>& entries ) {
-   b.beginRecord( 1700000000, 13, subtype );
-   b.u32( 0 );
-   b.prefix( address, bits );
-   b.u16( U16( entries.size() ) );
-   for ( const Entry& e : entries ) {
-      b.u16( e.peer );
-      b.u32( 1600000000 );
-      if ( subtype >= 8 )
-         b.u32( e.pathId );
-      b.u16( U16( e.attrs.size() ) );
-      b.bytes( e.attrs );
-   }
-   b.endRecord();
-}
-
 // Read: what the reader handed out, one line per route ("prefix peer peerAs", then each
 // community kind present as kind=hex) and per problem ("@offset reason", with "kept:" when
 // the rest of the record still counts).

@@ -65,6 +65,23 @@ void addPeerIndexTable( MrtRecordBuilder& b, const std::vector<TestPeer>& peers 
    b.endRecord();
 }
 
+void addRib( MrtRecordBuilder& b, U16 subtype, const std::vector<U8>& address, unsigned bits,
+             const std::vector<RibEntry>& entries ) {
+   b.beginRecord( 1700000000, 13, subtype );
+   b.u32( 0 );
+   b.prefix( address, bits );
+   b.u16( U16( entries.size() ) );
+   for ( const RibEntry& e : entries ) {
+      b.u16( e.peer );
+      b.u32( 1600000000 );
+      if ( subtype >= 8 )
+         b.u32( e.pathId );
+      b.u16( U16( e.attrs.size() ) );
+      b.bytes( e.attrs );
+   }
+   b.endRecord();
+}
+
 std::vector<U8> pathAttributes( const std::vector<std::pair<U8, std::vector<U8>>>& attrs ) {
    MrtRecordBuilder b;
    std::vector<U8> origin = { 0 };

@@ -66,7 +66,19 @@ struct TestPeer {
 // addPeerIndexTable()
 void addPeerIndexTable( MrtRecordBuilder& b, const std::vector<TestPeer>& peers );
 
-// communityAttributes(): path attributes ORIGIN plus the given community
+// RibEntry: one entry of a TABLE_DUMP_V2 RIB record.
+struct RibEntry {
+   U16 peer = 0;
+   std::vector<U8> attrs;
+   U32 pathId = 0;
+};
+
+// addRib(): a RIB record of an AFI-specific subtype; add-path subtypes (8 and up) carry
+// each entry's path id.
+void addRib( MrtRecordBuilder& b, U16 subtype, const std::vector<U8>& address, unsigned bits,
+             const std::vector<RibEntry>& entries );
+
+// pathAttributes(): path attributes ORIGIN plus the given community
 // attributes (type, value octets), in order.
 std::vector<U8> pathAttributes( const std::vector<std::pair<U8, std::vector<U8>>>& attrs );
 

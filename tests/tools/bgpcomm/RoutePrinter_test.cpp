@@ -37,8 +37,9 @@ TEST_F( RoutePrinterOutput, JsonCarriesTheListsSortedUniqueValuesAndTextsOfPrese
    std::vector<U8> standard = hexOctets( "ffffff01 fde80064 fde80064" );
    std::vector<U8> extended = hexOctets( "4004fde84e6e6b28 0002fde800000064" );
    std::vector<U8> large = hexOctets( "fa56ea00 00000001 00000002 0000fde8 00000000 00000009" );
-   std::vector<U8> ip6 = hexOctets( "000220010db80000000000000000000000010064"
-                                    "000220010db80000000000000000000000010064" );
+   std::vector<U8> ip6 = hexOctets(
+         "000220010db80000000000000000000000010064"
+         "000220010db80000000000000000000000010064" );
    MrtRoute r;
    r.prefix = "10.1.0.0/24";
    r.peer = "192.0.2.1";
