@@ -1,15 +1,13 @@
 // tests/platform/Bex/DedupTableChecker.h: what the interning-table tests
-// share: a handle type holding one 64-bit content with a hash chosen by the
-// test, life counters that count constructions and destructions across
-// threads, and a lifetime notifiee that checks membership per content as the
-// callbacks arrive.
+// share: a handle holding one 64-bit content with a hash chosen by the test,
+// life counters shared across threads, and a lifetime notifiee that checks
+// membership per content as the callbacks arrive.
 //
-//   auto counters = std::make_shared<LifeCounters>();
-//   auto member = table->dedup( TestHandle::TestHandleIs( 7, hashOf( 7 ), counters.get() ) );
+//   LifeCounters counters;
+//   auto member = table->dedup( TestHandle::TestHandleIs( 7, &counters ) );
 #pragma once
 
 #include <atomic>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -27,11 +25,11 @@ struct TestContent : Bex::DedupContentHandle {
    U64 value;
 };
 
-// LifeCounters: constructions and destructions of TestHandle objects.
+// LifeCounters: constructions and destructions of TestHandle objects;
+// destroyedTwice counts destructors that found their object already dead.
 struct LifeCounters {
    std::atomic<U64> constructed{ 0 };
    std::atomic<U64> destroyed{ 0 };
-   // destroyedTwice: a destructor found its object already destroyed.
    std::atomic<U64> destroyedTwice{ 0 };
    U64 alive() const { return constructed.load() - destroyed.load(); }
 };
@@ -44,16 +42,13 @@ inline U32 goodHash( U64 value ) { return Kel::hashSingleAttr( 0, value ); }
 class TestHandle final : public Bex::DedupHandle {
  public:
    using Ptr = Kel::Ptr<TestHandle>;
-   using PtrConst = Kel::Ptr<const TestHandle>;
 
    TestHandle( U64 value, U32 hash, LifeCounters* counters )
          : value_( value ), hash_( hash ), counters_( counters ) {
       counters_->constructed.fetch_add( 1 );
    }
    ~TestHandle() override {
-      if ( magic_ != kAlive ) {
-         counters_->destroyedTwice.fetch_add( 1 );
-      }
+      counters_->destroyedTwice.fetch_add( magic_ != kAlive );
       magic_ = kDead;
       counters_->destroyed.fetch_add( 1 );
    }
@@ -93,8 +88,9 @@ inline U64 valueOf( const Bex::DedupHandle* handle ) {
 }
 
 // CheckingNotifiee: counts callbacks and, for TestHandle contents below its
-// limit, the live members per content; any callback that finds a content live twice,
-// removed while not live, or a handle in the wrong state counts a violation.
+// limit, the live members per content; a content inserted while live,
+// removed while not live, or a handle in the wrong state is a violation.
+// A table serializes its callbacks, so the notifiee needs no lock.
 class CheckingNotifiee : public Bex::DedupHashTableLifeTimeNotifiee {
  public:
    using Ptr = Kel::Ptr<CheckingNotifiee>;
@@ -104,11 +100,9 @@ class CheckingNotifiee : public Bex::DedupHashTableLifeTimeNotifiee {
    void handleInsert( const Bex::DedupHandle::Ptr& handle ) override {
       inserts.fetch_add( 1 );
       if ( !handle || !handle->isDeduped() ) {
-         violation( "handleInsert of a handle that is not deduped" );
-         return;
+         return violation( "handleInsert of a handle that is not deduped" );
       }
-      const auto* member = dynamic_cast<const TestHandle*>( handle.ptr() );
-      U64 v = member ? member->value() : live_.size();
+      U64 v = contentOf( handle.ptr() );
       if ( v < live_.size() && live_[ v ].fetch_add( 1 ) != 0 ) {
          violation( "content " + std::to_string( v ) + " inserted while already live" );
       }
@@ -122,8 +116,7 @@ class CheckingNotifiee : public Bex::DedupHashTableLifeTimeNotifiee {
       if ( handle->refCount() != 1 ) {
          violation( "handleRemove with " + std::to_string( handle->refCount() ) + " references" );
       }
-      const auto* member = dynamic_cast<const TestHandle*>( handle );
-      U64 v = member ? member->value() : live_.size();
+      U64 v = contentOf( handle );
       if ( v < live_.size() && live_[ v ].fetch_sub( 1 ) != 1 ) {
          violation( "content " + std::to_string( v ) + " removed while not live" );
       }
@@ -136,10 +129,7 @@ class CheckingNotifiee : public Bex::DedupHashTableLifeTimeNotifiee {
       }
    }
 
-   int live( U64 content ) const { return live_[ content ].load(); }
-   std::string firstViolation() const {
-      return firstViolation_.load() ? *firstViolation_.load() : std::string();
-   }
+   std::string firstViolation() const { return firstViolation_; }
 
    std::atomic<U64> inserts{ 0 };
    std::atomic<U64> removes{ 0 };
@@ -150,17 +140,19 @@ class CheckingNotifiee : public Bex::DedupHashTableLifeTimeNotifiee {
    Kel::Ptr<const Bex::DedupHashTable> keptTable;
 
  private:
+   // contentOf(): the content of a TestHandle; past the limit for others.
+   U64 contentOf( const Bex::DedupHandle* handle ) const {
+      const auto* member = dynamic_cast<const TestHandle*>( handle );
+      return member ? member->value() : live_.size();
+   }
    void violation( std::string what ) {
       if ( violations.fetch_add( 1 ) == 0 ) {
-         messages_.push_back( std::make_unique<std::string>( std::move( what ) ) );
-         firstViolation_.store( messages_.back().get() );
+         firstViolation_ = std::move( what );
       }
    }
 
    std::vector<std::atomic<int>> live_;
-   // Written once, by the first violation only.
-   std::vector<std::unique_ptr<std::string>> messages_;
-   std::atomic<const std::string*> firstViolation_{ nullptr };
+   std::string firstViolation_;
 };
 
 } // namespace DedupTableChecker

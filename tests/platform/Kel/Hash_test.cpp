@@ -29,8 +29,6 @@ U32 referenceOneAtATime( const std::vector<U8>& octets, bool final ) {
 
 std::vector<U8> octetsOf( const std::string& text ) { return { text.begin(), text.end() }; }
 
-static_assert( Kel::oneAtATimeFinal( 0 ) == 0 );
-static_assert( Kel::hashSingleAttr( 1, 2 ) == Kel::hashSingleAttr( 1, 2 ) );
 static_assert( Kel::HashState( 5 ).mix( 1 ).result() == Kel::hashSingleAttr( 5, 1 ) );
 
 TEST( OneAtATime, MatchesTheOctetByOctetDefinition ) {
@@ -51,6 +49,12 @@ TEST( OneAtATime, MatchesTheOctetByOctetDefinition ) {
       ASSERT_EQ( referenceOneAtATime( octets, false ), running );
       ASSERT_EQ( referenceOneAtATime( octets, true ), Kel::oneAtATimeFinal( running ) );
    }
+   // An empty list hashes to zero when its caller skips the final step;
+   // zero octets leave the state at zero, and only the final step is free
+   // of that.
+   EXPECT_EQ( 0u, Kel::oneAtATimeFinal( Kel::oneAtATimeBytes( 0, nullptr, 0 ) ) );
+   EXPECT_EQ( 0u, Kel::oneAtATimeU64( 0, 0 ) );
+   EXPECT_NE( 0u, Kel::oneAtATimeFinal( Kel::oneAtATimeU32( 0, 1 ) ) );
 }
 
 TEST( OneAtATime, WordsGoInLeastSignificantOctetFirst ) {
@@ -58,13 +62,12 @@ TEST( OneAtATime, WordsGoInLeastSignificantOctetFirst ) {
    for ( int round = 0; round < 500; ++round ) {
       U64 word = rng();
       U32 seed = U32( rng() );
-      std::vector<U8> octets;
+      U8 octets[ 8 ];
       for ( int i = 0; i < 8; ++i ) {
-         octets.push_back( U8( word >> ( 8 * i ) ) );
+         octets[ i ] = U8( word >> ( 8 * i ) );
       }
-      ASSERT_EQ( Kel::oneAtATimeBytes( seed, octets.data(), 4 ),
-                 Kel::oneAtATimeU32( seed, U32( word ) ) );
-      ASSERT_EQ( Kel::oneAtATimeBytes( seed, octets.data(), 8 ), Kel::oneAtATimeU64( seed, word ) );
+      ASSERT_EQ( Kel::oneAtATimeBytes( seed, octets, 4 ), Kel::oneAtATimeU32( seed, U32( word ) ) );
+      ASSERT_EQ( Kel::oneAtATimeBytes( seed, octets, 8 ), Kel::oneAtATimeU64( seed, word ) );
    }
    // An address goes in as its octets in memory order.
    int object = 0;
@@ -73,16 +76,6 @@ TEST( OneAtATime, WordsGoInLeastSignificantOctetFirst ) {
    std::memcpy( octets, &address, sizeof address );
    EXPECT_EQ( Kel::oneAtATimeBytes( 0, octets, sizeof octets ),
               Kel::oneAtATimePointer( 0, address ) );
-}
-
-TEST( OneAtATime, AnEmptyListHashesToZeroWhenItsCallerSkipsTheFinalStep ) {
-   EXPECT_EQ( 0u, Kel::oneAtATimeBytes( 0, nullptr, 0 ) );
-   EXPECT_EQ( 0u, Kel::oneAtATimeFinal( Kel::oneAtATimeBytes( 0, nullptr, 0 ) ) );
-   // Zero octets leave the state at zero: only the final step is free of
-   // that, and members (addresses, values) are rarely all zero.
-   EXPECT_EQ( 0u, Kel::oneAtATimeU64( 0, 0 ) );
-   EXPECT_NE( 0u, Kel::oneAtATimeFinal( Kel::oneAtATimeU32( 0, 1 ) ) );
-   EXPECT_NE( Kel::oneAtATimeU64( 0, 1 ), Kel::oneAtATimeU64( 0, U64( 1 ) << 32 ) );
 }
 
 TEST( HashSingleAttr, IsSeededAndMixesEveryInputBitIntoBothEnds ) {
@@ -131,15 +124,9 @@ TEST( HashState, ChainsAttributesInOrderFromItsSeed ) {
    U32 ab = Kel::HashState( 7 ).mix( 1 ).mix( 2 ).result();
    EXPECT_EQ( Kel::hashSingleAttr( Kel::hashSingleAttr( 7, 1 ), 2 ), ab );
    EXPECT_NE( ab, Kel::HashState( 7 ).mix( 2 ).mix( 1 ).result() );
-   EXPECT_NE( ab, Kel::HashState( 8 ).mix( 1 ).mix( 2 ).result() );
    EXPECT_EQ( 7u, Kel::HashState( 7 ).result() );
-}
-
-TEST( HashSeed, StaysTheSameForTheLifeOfTheProcess ) {
-   U32 seed = Kel::hashSeed();
-   for ( int i = 0; i < 10; ++i ) {
-      EXPECT_EQ( seed, Kel::hashSeed() );
-   }
+   // Hash sets mix the seed in at different times: it never changes.
+   EXPECT_EQ( Kel::hashSeed(), Kel::hashSeed() );
 }
 
 } // namespace

