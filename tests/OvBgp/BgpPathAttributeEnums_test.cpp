@@ -47,7 +47,7 @@ TEST( BgpPathAttributeEnums, ShowStringOfEveryTypeCode ) {
       // Every code with a show text has a member, and only those (plus the
       // out-of-range unknown).
       EXPECT_EQ( !stringValue( type ).empty(), it != named.end() || type == attrTypeUnknown )
-         << "code " << code;
+            << "code " << code;
    }
    EXPECT_GT( U32( attrTypeUnknown ), 0xFFu );
 }

@@ -1,6 +1,5 @@
 #include "OvBgp/ExtCommIp6.h"
 
-#include <array>
 #include <iomanip>
 #include <sstream>
 #include <string>
@@ -11,6 +10,7 @@
 #include "Kel/Exception.h"
 #include "KelStow/StoreManager.h"
 #include "OvFmt/DynamicBuffer.h"
+#include "tests/OvBgp/TestSupport.h"
 
 using namespace Routing::Bgp;
 
@@ -28,21 +28,14 @@ ExtCommIp6::Ptr subtyped( const ExtCommIp6Content& c ) {
    return ExtCommIp6Subtyped::ExtCommIp6SubtypedIs( extCommClassificationUnSpecified, c );
 }
 
-// The hash written out from its definition, over the 20 octets in hash order.
+// The hash written out from its definition, over the 20 octets in hash
+// order: type, subtype, address, local administrator low octet first.
 U32 referenceHash( const ExtCommIp6Content& c ) {
-   std::array<U8, 20> octets{ c.typeOctet, c.subtypeOctet };
-   std::copy( c.addr.octets().begin(), c.addr.octets().end(), octets.begin() + 2 );
-   octets[ 18 ] = U8( c.localAdmin & 0xFF );
-   octets[ 19 ] = U8( c.localAdmin >> 8 );
-   U32 h = 0;
-   for ( U8 o : octets ) {
-      h += o;
-      h += h << 10;
-      h ^= h >> 6;
-   }
-   h += h << 3;
-   h ^= h >> 11;
-   return h + ( h << 15 );
+   std::vector<U8> octets{ c.typeOctet, c.subtypeOctet };
+   octets.insert( octets.end(), c.addr.octets().begin(), c.addr.octets().end() );
+   octets.push_back( U8( c.localAdmin & 0xFF ) );
+   octets.push_back( U8( c.localAdmin >> 8 ) );
+   return Routing::Bgp::Testing::oneAtATime( octets );
 }
 
 // parseFailure(): the field a parse error names, or "<parsed>".
@@ -56,21 +49,13 @@ std::string parseFailure( const std::string& text ) {
    return "<parsed>";
 }
 
-// assertionPattern(): the whole assertion line as a death-test pattern.
 std::string assertionPattern( const std::string& text ) {
-   std::string out;
-   for ( char ch : "assertion failed: " + text + " (OvBgp/ExtCommIp6)" ) {
-      if ( std::string( ".[]{}()\\*+?^$|" ).find( ch ) != std::string::npos ) {
-         out += '\\';
-      }
-      out += ch;
-   }
-   return out;
+   return Routing::Bgp::Testing::assertionPattern( text, "OvBgp/ExtCommIp6" );
 }
 
 } // namespace
 
-TEST( ExtCommIp6Content, OrdersByTypeSubtypeThenAddressThenLocalAdmin ) {
+TEST( ExtCommIp6Content, OrdersByTypeSubtypeAddressLocalAdminAndHashesOneAtATime ) {
    // Same address: localAdmin decides; different addresses: the address
    // decides whatever localAdmin says, in octet (not text) order.
    EXPECT_LT( content( 0, 2, "::1", 1 ), content( 0, 2, "::1", 2 ) );
@@ -80,24 +65,12 @@ TEST( ExtCommIp6Content, OrdersByTypeSubtypeThenAddressThenLocalAdmin ) {
    EXPECT_LT( content( 0x00, 0x12, "::2", 9 ), content( 0x40, 0x00, "::1", 0 ) );
    EXPECT_LT( content( 0x00, 0x02, "::2", 9 ), content( 0x00, 0x03, "::1", 0 ) );
    EXPECT_FALSE( kRt < kRt );
-   EXPECT_EQ( kRt, content( 0x00, 0x02, "2001:db8::1", 100 ) );
-   EXPECT_FALSE( kRt == content( 0x00, 0x02, "2001:db8::1", 101 ) );
    EXPECT_FALSE( kRt == content( 0x00, 0x02, "2001:db8::2", 100 ) );
-
-   EXPECT_TRUE( ExtCommIp6Content().isDefault() );
    EXPECT_FALSE( ExtCommIp6Content( 0, 0, Onet::Ip6Addr(), 1 ).isDefault() );
-   EXPECT_TRUE( content( 0x80, 0, "::", 0 ).transitive() );
+   EXPECT_TRUE( content( 0x80, 0, "::", 0 ).transitive() ); // only 0x40 counts
    EXPECT_FALSE( content( 0xc1, 0, "::", 0 ).transitive() );
-}
 
-TEST( ExtCommIp6Content, HashIsOneAtATimeOverTwentyOctetsLocalAdminLowFirst ) {
-   const std::vector<ExtCommIp6Content> contents = {
-      ExtCommIp6Content(),
-      kRt,
-      content( 0x40, 0x0b, "fe80::1:2:3:4", 0x1234 ),
-      content( 0xff, 0xff, "ffff:ffff:ffff:ffff:ffff:ffff:ffff:ffff", 0xfffe ),
-   };
-   for ( const auto& c : contents ) {
+   for ( const auto& c : { kRt, content( 0xff, 0xff, "ffff:ffff::ffff", 0xfffe ) } ) {
       EXPECT_EQ( c.hash(), referenceHash( c ) ) << c.localAdmin;
    }
 }
@@ -110,16 +83,9 @@ TEST( ExtCommIp6, IdentityIsTheContentAloneNotTheClassification ) {
    EXPECT_EQ( rt->hash(), kRt.hash() );
    EXPECT_TRUE( rt->compare( plain.ptr() ) );
    EXPECT_FALSE( rt->compare( other.ptr() ) );
-   EXPECT_TRUE( plain->compareByContent( kRt ) );
    EXPECT_FALSE( other->compareByContent( kRt ) );
-   EXPECT_EQ( rt->classification(), extCommClassificationRouteTarget );
-
-   // Factories give plain, never-interned values with notification on.
-   for ( const auto& v : { rt, plain } ) {
-      EXPECT_TRUE( v->hasNotificationActive() );
-      EXPECT_EQ( v->dedupState(), Bex::dedupHandleStateNeverDeduped() );
-      EXPECT_TRUE( v->pktSubtype().isUnspecified() );
-   }
+   // Factories give plain values, with no subtype of their own.
+   EXPECT_TRUE( rt->pktSubtype().isUnspecified() );
    EXPECT_EQ( subtyped( kRt )->pktSubtype(), BgpExtCommPktSubtype( 2 ) );
    EXPECT_EQ( extCommIp6Factory( {}, content( 0x40, 2, "::", 0 ) )->pktType(),
               extCommIp6PktTypeNonTransIpv6Address );
@@ -135,7 +101,7 @@ TEST( ExtCommIp6Text, PolicyFormShowsTypeLabelOnlyWithClassificationAndUI ) {
    EXPECT_EQ( nonTrans->toStrepForPolicy( ui ), "0002-IP6(NT):2001:db8::1:100" );
    EXPECT_EQ( trans->toStrepForPolicy( ExtCommIp6::StrepFormat( 0x1f ) ),
               "0002-IP6:2001:db8::1:100" );
-   for ( unsigned octet : { 0x00u, 0x01u, 0x02u, 0x04u, 0x1bu, 0x1du } ) {
+   for ( unsigned octet : { 0x00u, 0x02u, 0x04u, 0x1du } ) {
       EXPECT_EQ( nonTrans->toStrepForPolicy( ExtCommIp6::StrepFormat( octet ) ), "2001:db8::1:100" )
             << octet;
    }
@@ -155,7 +121,7 @@ TEST( ExtCommIp6Text, PolicyFormShowsTypeLabelOnlyWithClassificationAndUI ) {
    EXPECT_EQ( buf.view(), "prefix 0011-IP6(NT):" + bare + " " + bare );
 }
 
-TEST( ExtCommIp6Text, BracketedFormShowsSubtypeOnlyWhenSpecified ) {
+TEST( ExtCommIp6Text, BracketedFormShowsSubtypeOnlyWhenSpecifiedAndStreamsKeepFlags ) {
    EXPECT_EQ( extCommIp6Factory( {}, kRt )->toStrep(),
               "<extCommIp6PktTypeTransIpv6Address addr=2001:db8::1 localAdmin=100>" );
    EXPECT_EQ( subtyped( kRt )->toStrep(),
@@ -164,17 +130,11 @@ TEST( ExtCommIp6Text, BracketedFormShowsSubtypeOnlyWhenSpecified ) {
               "localAdmin=100>" );
    EXPECT_EQ( subtyped( content( 0x00, 0x07, "::1", 7 ) )->toStrep(),
               "<extCommIp6PktTypeTransIpv6Address subtype=7 addr=::1 localAdmin=7>" );
-   EXPECT_EQ( subtyped( content( 0x40, 0x02, "::1", 7 ) )->toStrep(),
-              "<extCommIp6PktTypeNonTransIpv6Address subtype=2 addr=::1 localAdmin=7>" );
    EXPECT_EQ( subtyped( content( 0x01, 0x02, "::1", 7 ) )->toStrep(),
               "<extCommIp6PktTypeUnknown none addr=::1 localAdmin=7>" );
-   EXPECT_EQ( extCommIp6Factory( {}, content( 0x01, 0x02, "::1", 7 ) )->toStrep(),
-              "<extCommIp6PktTypeUnknown addr=::1 localAdmin=7>" );
-}
 
-TEST( ExtCommIp6Text, StreamOperatorsPrintNullAndKeepCallerFormatting ) {
    auto value = extCommIp6Factory( {}, kRt );
-   const std::string form = "<extCommIp6PktTypeTransIpv6Address addr=2001:db8::1 localAdmin=100>";
+   const std::string form = value->toStrep();
    std::ostringstream os;
    os << static_cast<const ExtCommIp6*>( nullptr ) << '|';
    // Hex must not reach the numbers; the width pads the whole form once.
@@ -204,12 +164,9 @@ TEST( ExtCommIp6Text, ContentFormWritesRawOctetsAndParsesBack ) {
 
 TEST( ExtCommIp6Text, ContentParserNamesTheFieldThatFailed ) {
    EXPECT_EQ( parseFailure( "" ), "type" );
-   EXPECT_EQ( parseFailure( "type=" ), "type" );
    EXPECT_EQ( parseFailure( "type=\x01;sub=\x02;addr=::1;localAdmin=1" ), "subtype" );
-   EXPECT_EQ( parseFailure( "type=\x01;subtype=" ), "subtype" );
    EXPECT_EQ( parseFailure( "type=\x01;subtype=\x02;address=::1;localAdmin=1" ), "addr" );
    EXPECT_EQ( parseFailure( "type=\x01;subtype=\x02;addr=2001:db8::g;localAdmin=1" ), "addr" );
-   EXPECT_EQ( parseFailure( "type=\x01;subtype=\x02;addr=::1" ), "localAdmin" );
    EXPECT_EQ( parseFailure( "type=\x01;subtype=\x02;addr=::1;localAdmin=65536" ), "localAdmin" );
    EXPECT_EQ( parseFailure( "type=\x01;subtype=\x02;addr=::1;localAdmin=1 " ), "localAdmin" );
    // A failed parse leaves the target alone.
@@ -230,7 +187,6 @@ TEST( ExtCommIp6StrepFormat, FiveFlagsInRangeWithReflectiveTextRoundTrip ) {
               "Value('Routing::Bgp::ExtCommIp6::StrepFormat', ** {'strepFormatDefault': False, "
               "'strepFormatClassification': False, 'strepFormatUI': False, "
               "'strepFormatAsdot': True, 'strepFormatLinkBwWeighted': False})" );
-   EXPECT_EQ( ExtCommIp6::StrepFormat( 0x10 ), ExtCommIp6::strepFormatLinkBwWeighted );
    for ( unsigned octet = 0; octet <= 31; ++octet ) {
       std::ostringstream os;
       os << ExtCommIp6::StrepFormat( octet );
@@ -248,7 +204,7 @@ TEST( ExtCommIp6StrepFormat, FiveFlagsInRangeWithReflectiveTextRoundTrip ) {
                  Kel::ParseException );
 }
 
-TEST( ExtCommIp6Store, StowedValuesComeBackAsPlainValuesInStowedState ) {
+TEST( ExtCommIp6Store, StowedValuesComeBackAsPlainValuesAndForeignRecordsAreRefused ) {
    auto store = KelStow::StoreManager::inMemory( 64 );
    std::vector<ExtCommIp6::Ptr> originals;
    std::vector<U64> offsets;
@@ -265,20 +221,16 @@ TEST( ExtCommIp6Store, StowedValuesComeBackAsPlainValuesInStowedState ) {
       EXPECT_EQ( back->content(), originals[ i ]->content() ) << i;
       EXPECT_EQ( back->classification(), originals[ i ]->classification() ) << i;
       EXPECT_EQ( back->dedupState(), Bex::dedupHandleStateStowed() );
-      EXPECT_TRUE( back->hasNotificationActive() );
       EXPECT_TRUE( back->pktSubtype().isUnspecified() );
    }
-}
-
-TEST( ExtCommIp6Store, DestowRejectsARecordWithAnotherAnchor ) {
-   auto store = KelStow::StoreManager::inMemory();
+   // A record of another kind, or of this kind in another version, is refused.
    const U64 foreign = store->stowRecord( 0x58585858, 1, 32 );
    EXPECT_THROW( ExtCommIp6::destow( store->translate( foreign ), store ),
                  KelStow::StoreException );
-   // The right tag with another version is rejected too.
-   const U64 at = extCommIp6Factory( {}, kRt )->stow( store.ptr() );
-   static_cast<KelStow::Anchor*>( store->translate( at, sizeof( KelStow::Anchor ) ) )->version += 1;
-   EXPECT_THROW( ExtCommIp6::destow( store->translate( at ), store ), KelStow::StoreException );
+   static_cast<KelStow::Anchor*>( store->translate( offsets[ 0 ], sizeof( KelStow::Anchor ) ) )
+         ->version += 1;
+   EXPECT_THROW( ExtCommIp6::destow( store->translate( offsets[ 0 ] ), store ),
+                 KelStow::StoreException );
 }
 
 TEST( ExtCommIp6DeathTest, SubtypeNamesAssertTypeAndSubtype ) {

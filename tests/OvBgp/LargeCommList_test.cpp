@@ -113,8 +113,9 @@ TEST( LargeCommList, AsdotSplitsOnlyGlobalAdministratorsFrom65536AndOnlyWhenAske
 TEST( LargeCommList, SerializeWritesTheLargeCommunityAttribute ) {
    auto table = largeCommListDedupTableFactory();
    EXPECT_EQ( "c02000", hex( intern( table, {} )->serialize() ) );
-   EXPECT_EQ( "c0200cfa56ea000000000100000002",
-              hex( intern( table, { { 4200000000u, 1, 2 }, { 4200000000u, 1, 2 } } )->serialize() ) );
+   EXPECT_EQ(
+         "c0200cfa56ea000000000100000002",
+         hex( intern( table, { { 4200000000u, 1, 2 }, { 4200000000u, 1, 2 } } )->serialize() ) );
    auto ofCount = [ & ]( U32 count ) {
       std::vector<CommunityValue> v;
       for ( U32 i = 0; i < count; ++i ) {
@@ -137,7 +138,8 @@ TEST( LargeCommList, StoreImageReopenedFromItsFileRebuildsTheSameLists ) {
                                   .string();
    auto table = largeCommListDedupTableFactory();
    const std::vector<LargeCommList::PtrConst> lists = {
-      intern( table, { { 4200000000u, 1, 2 }, { 65000, 0, 0 } } ), intern( table, {} ) };
+      intern( table, { { 4200000000u, 1, 2 }, { 65000, 0, 0 } } ), intern( table, {} )
+   };
    std::vector<U64> offsets;
    {
       auto store = KelStow::StoreManager::createFile( path, 4096 );
@@ -150,14 +152,15 @@ TEST( LargeCommList, StoreImageReopenedFromItsFileRebuildsTheSameLists ) {
    auto store = KelStow::StoreManager::openFile( path );
    std::filesystem::remove( path );
    for ( size_t i = 0; i < lists.size(); ++i ) {
-      LargeCommList::Ptr rebuilt = LargeCommList::destow( store->translate( offsets[ i ] ),
-                                                          store.ptr() );
+      LargeCommList::Ptr rebuilt =
+            LargeCommList::destow( store->translate( offsets[ i ] ), store.ptr() );
       EXPECT_EQ( Bex::dedupHandleStateStowed(), rebuilt->dedupState() );
       EXPECT_EQ( lists[ i ]->toStrep(), rebuilt->toStrep() );
       EXPECT_EQ( lists[ i ]->serialize(), rebuilt->serialize() );
       EXPECT_EQ( lists[ i ], rebuilt->dedup( table.ptr() ) );
    }
-   U64 standard = commListFactory()->dedup( commListDedupTableFactory().ptr() )->stow( store.ptr() );
+   U64 standard =
+         commListFactory()->dedup( commListDedupTableFactory().ptr() )->stow( store.ptr() );
    try {
       LargeCommList::destow( store->translate( standard ), store.ptr() );
       ADD_FAILURE() << "a standard list was rebuilt as a large one";

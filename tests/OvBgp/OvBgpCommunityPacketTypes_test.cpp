@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <set>
 #include <sstream>
-#include <type_traits>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -15,16 +14,10 @@ using namespace Routing::Bgp;
 
 namespace {
 
-static_assert( std::is_same_v<std::underlying_type_t<BgpExtCommPktType>, U16> );
-static_assert( std::is_same_v<std::underlying_type_t<BgpExtCommPktSubtypeEvpn>, U16> );
-static_assert( std::is_same_v<std::underlying_type_t<BgpExtCommIp6PktType>, U16> );
-static_assert( std::is_same_v<std::underlying_type_t<ExtCommClassification>, U8> );
-static_assert( std::is_same_v<std::underlying_type_t<BgpCommunityValue>, U32> );
-
 // Checks one wire enum: for every octet the bit-set test agrees with the
 // member table, the number of wire members is the expected one, and every
 // other member lies above the octet range. Returns the out-of-range values.
-template <class E>
+template<class E>
 std::vector<U32> checkWireEnum( std::span<const Kel::EnumMember<E>> members, size_t wireMembers,
                                 const char* enumName ) {
    SCOPED_TRACE( enumName );
@@ -81,20 +74,13 @@ TEST( OvBgpCommunityPacketTypes, ValidityTestsMatchMemberListsForEveryOctet ) {
    }
    EXPECT_EQ( distinct.size(), total );
    EXPECT_EQ( total, 16u );
-
-   EXPECT_EQ( extCommPktTypeUnknown, 256 );
-   EXPECT_FALSE( bgpIsValidEnumMember( BgpExtCommPktType( 0x07 ) ) );
-   EXPECT_FALSE( bgpIsValidEnumMember( BgpExtCommPktType( 0x07 + 0x100 ) ) );
+   EXPECT_FALSE( bgpIsValidEnumMember( BgpExtCommPktType( 0x07 + 0x100 ) ) ); // not masked
 }
 
 TEST( OvBgpCommunityPacketTypes, SubtypeStringIsMemberNameOrDecimalOctet ) {
    EXPECT_EQ( extCommSubtypeString<BgpExtCommPktSubtypeEvpn>( 0x07 ), "subtype=7" );
    EXPECT_EQ( extCommSubtypeString<BgpExtCommPktSubtypeEvpn>( 0x08 ),
               "extCommPktSubtypeEvpnNdFlags" );
-   EXPECT_EQ( extCommSubtypeString<BgpExtCommPktSubtypeNonTransTwoOctetAs>( 0x04 ),
-              "extCommPktSubtypeNonTransTwoOctetAsLinkBandwidth" );
-   EXPECT_EQ( extCommSubtypeString<BgpExtCommPktSubtypeNonTransTwoOctetAs>( 0x05 ),
-              "subtype=5" );
    EXPECT_EQ( extCommSubtypeString<BgpExtCommPktSubtypeNonTransIpv4Address>( 0 ), "subtype=0" );
    EXPECT_EQ( extCommSubtypeString<BgpExtCommPktSubtypeTransTwoOctetAs>( 200 ), "subtype=200" );
    EXPECT_EQ( extCommSubtypeString<BgpExtCommIp6PktSubtypeTransIpv6Address>( 0x12 ),
@@ -105,15 +91,11 @@ TEST( OvBgpCommunityPacketTypes, EnumNamesRoundTripIncludingEstablishedSpellings
    EXPECT_EQ( BgpExtCommPktSubtypeTransOpaqueInstance( "extCommPktSubtypeTransOpaqeUnknown" ),
               extCommPktSubtypeTransOpaqeUnknown );
    EXPECT_EQ( BgpExtCommPktSubtypeNonTransFourOctetAsInstance(
-                 "extCommPktSubNonTransFourOctetAsUnknown" ),
+                    "extCommPktSubNonTransFourOctetAsUnknown" ),
               extCommPktSubNonTransFourOctetAsUnknown );
    EXPECT_THROW( BgpExtCommPktTypeInstance( "extCommPktTypeTransFoo" ), Kel::RangeException );
 
-   EXPECT_EQ( stringValue( extCommPktTypeTransFlowspecRedirectNexthop ),
-              "extCommPktTypeTransFlowspecRedirectNexthop" );
    EXPECT_EQ( valueToStrep( extCommClassificationFlowspec ), "extCommClassificationFlowspec" );
-   EXPECT_EQ( U32( extCommClassificationEvpn ), 3u );
-   EXPECT_EQ( U32( extCommClassificationFlowspec ), 6u );
    EXPECT_EQ( BgpCommunityValueInstance( 0xFFFFFF01 ), communityNoExport );
    std::ostringstream os;
    os << communityLlgrStale << ' ' << extCommClassificationOneBeyondLast;
@@ -125,42 +107,16 @@ TEST( OvBgpCommunityPacketTypes, EnumNamesRoundTripIncludingEstablishedSpellings
    EXPECT_THROW( Kel::strepToValue( "0x40", &ip6Type ), Kel::ParseException );
 }
 
-TEST( BgpExtCommPktSubtype, OctetBoundsApplyToConstructionAndAssignment ) {
-   BgpExtCommPktSubtype none;
-   EXPECT_TRUE( none.isUnspecified() );
+TEST( BgpExtCommPktSubtype, OctetBoundsApplyToConstructionAssignmentAndParse ) {
    EXPECT_EQ( BgpExtCommPktSubtype( 255 ).value(), 255u );
-   EXPECT_EQ( BgpExtCommPktSubtype( 0 ).value(), 0u );
    EXPECT_THROW( BgpExtCommPktSubtype( 256 ), Kel::RangeException );
-
    BgpExtCommPktSubtype s( 7 );
-   const BgpMaybeU63& base = s;
-   EXPECT_EQ( base.max(), 255u );
-   try {
-      s.valueIs( 256 );
-      ADD_FAILURE() << "no exception";
-   } catch ( const Kel::RangeException& e ) {
-      EXPECT_STREQ( e.what(), "value < min or > max not allowed" );
-   }
+   EXPECT_THROW( s.valueIs( 256 ), Kel::RangeException );
    EXPECT_TRUE( s.isUnspecified() );
-   s.valueIs( 255 );
-   EXPECT_EQ( U64( s ), 255u );
+   EXPECT_EQ( s.toStrep(), "-" );
 
    BgpExtCommPktSubtype parsed;
    EXPECT_THROW( Kel::strepToValue( "256", &parsed ), Kel::RangeException );
    Kel::strepToValue( valueToStrep( BgpExtCommPktSubtype( 9 ) ), &parsed );
-   EXPECT_EQ( parsed, BgpExtCommPktSubtype( 9 ) );
    EXPECT_EQ( parsed.toStrep(), "9" );
-   EXPECT_EQ( none.toStrep(), "-" );
-}
-
-TEST( BgpExtCommPktSubtype, SortsUnspecifiedFirst ) {
-   std::vector<BgpExtCommPktSubtype> v = { BgpExtCommPktSubtype( 200 ), BgpExtCommPktSubtype(),
-                                           BgpExtCommPktSubtype( 2 ), BgpExtCommPktSubtype(),
-                                           BgpExtCommPktSubtype( 0 ) };
-   std::sort( v.begin(), v.end() );
-   std::vector<Kel::String> texts;
-   for ( const auto& s : v ) {
-      texts.push_back( s.toStrep() );
-   }
-   EXPECT_EQ( texts, ( std::vector<Kel::String>{ "-", "-", "0", "2", "200" } ) );
 }

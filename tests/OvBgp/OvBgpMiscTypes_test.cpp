@@ -25,7 +25,7 @@ class Bounded final : public BgpMaybeU63 {
    U64 mappedUnspecifiedValue() const noexcept override { return 7; }
 };
 
-template <class Ex>
+template<class Ex>
 std::string messageOf( const std::function<void()>& f ) {
    try {
       f();
@@ -39,24 +39,19 @@ const char* const outOfBounds = "value < min or > max not allowed";
 
 } // namespace
 
-TEST( BgpMaybeU63, BaseAdmitsNoNumberAndFailedAssignmentLeavesUnspecified ) {
+TEST( BgpMaybeU63, BoundsApplyInConstructorAndAssignmentAndFailuresLeaveUnspecified ) {
+   // The base admits no number at all.
    BgpMaybeU63 base;
-   EXPECT_TRUE( base.isUnspecified() );
    EXPECT_EQ( base.word(), S64( 0x8000000000000000ull ) );
    EXPECT_EQ( base.valueWithUnspecifiedMapped(), 0u );
    EXPECT_EQ( messageOf<Kel::RangeException>( [ & ] { base.valueIs( 0 ); } ), outOfBounds );
-   EXPECT_EQ( messageOf<Kel::RangeException>( [ & ] { base.valueIs( 1 ); } ), outOfBounds );
    EXPECT_TRUE( base.isUnspecified() );
-}
 
-TEST( BgpMaybeU63, DerivedBoundsApplyInConstructorAndAssignment ) {
    EXPECT_EQ( messageOf<Kel::RangeException>( [] { Bounded( 21 ); } ), outOfBounds );
    EXPECT_EQ( messageOf<Kel::RangeException>( [] { Bounded( 9 ); } ), outOfBounds );
 
    Bounded b( 20 );
-   EXPECT_EQ( U64( b ), 20u );
    b.valueIs( 10 );
-   EXPECT_EQ( b.value(), 10u );
    EXPECT_EQ( b.valueWithUnspecifiedMapped(), 10u );
    EXPECT_EQ( messageOf<Kel::RangeException>( [ & ] { b.valueIs( 21 ); } ), outOfBounds );
    EXPECT_TRUE( b.isUnspecified() );
@@ -72,27 +67,19 @@ TEST( BgpMaybeU63, UnspecifiedEqualsOnlyUnspecifiedAndSortsFirst ) {
    Bounded none;
    Bounded oddNone;
    Kel::strepToValue( "-5", &oddNone );
-   EXPECT_TRUE( oddNone.isUnspecified() );
    EXPECT_EQ( none, oddNone );
-   EXPECT_NE( none, Bounded( 10 ) );
    EXPECT_NE( Bounded( 10 ), none );
-   EXPECT_EQ( Bounded( 12 ), Bounded( 12 ) );
    EXPECT_FALSE( none < oddNone );
    EXPECT_TRUE( none < Bounded( 10 ) );
    EXPECT_FALSE( Bounded( 10 ) < none );
-   EXPECT_TRUE( Bounded( 19 ) > none );
-   EXPECT_TRUE( none <= oddNone );
 
-   std::vector<Bounded> values = { Bounded( 15 ), none, Bounded( 11 ), oddNone, Bounded( 20 ),
-                                   Bounded( 10 ) };
+   std::vector<Bounded> values = { Bounded( 15 ), none, Bounded( 11 ), oddNone, Bounded( 10 ) };
    std::sort( values.begin(), values.end() );
-   EXPECT_TRUE( values[ 0 ].isUnspecified() );
-   EXPECT_TRUE( values[ 1 ].isUnspecified() );
-   std::vector<U64> numbers;
-   for ( size_t i = 2; i < values.size(); ++i ) {
-      numbers.push_back( values[ i ] );
+   std::vector<std::string> texts;
+   for ( const Bounded& v : values ) {
+      texts.push_back( v.toStrep() );
    }
-   EXPECT_EQ( numbers, ( std::vector<U64>{ 10, 11, 15, 20 } ) );
+   EXPECT_EQ( texts, ( std::vector<std::string>{ "-", "-", "10", "11", "15" } ) );
 }
 
 TEST( BgpMaybeU63, ReadingUnspecifiedNumberAborts ) {
@@ -104,8 +91,6 @@ TEST( BgpMaybeU63, ReadingUnspecifiedNumberAborts ) {
 
 TEST( BgpMaybeU63, TextFormsAndParse ) {
    Bounded none;
-   EXPECT_EQ( none.toStrep(), "-" );
-   EXPECT_EQ( Bounded( 17 ).toStrep(), "17" );
    EXPECT_EQ( valueToStrep( none ), "-9223372036854775808" );
    EXPECT_EQ( valueToStrep( Bounded( 17 ) ), "17" );
    std::ostringstream os;
@@ -134,13 +119,10 @@ TEST( BgpDenseU32Attr, ViewsShareOneWord ) {
    a.valueU8Is( 2, 0xAB );
    a.valueU16Is( 1, U16( a.valueU16( 1 ) | 0x1200 ) );
    EXPECT_EQ( a.value(), 0x12AB8100u );
-   a.valueU8Is( 1, 0 );
-   a.valueBoolIs( 31 - 16, false );
-   EXPECT_EQ( a.value(), 0x12AB0000u );
-   EXPECT_TRUE( a.valueBool( 0 ) == false );
    a.valueU16Is( 0, 0xFFFF );
    a.valueBoolIs( 0, false );
    EXPECT_EQ( a.value(), 0x12ABFFFEu );
+   EXPECT_FALSE( a.valueBool( 0 ) );
    EXPECT_EQ( a.valueU8( 3 ), 0x12u );
 }
 

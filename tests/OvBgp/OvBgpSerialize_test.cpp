@@ -150,18 +150,18 @@ TEST( OvBgpSerializeDeathTest, BrokenHeaderInvariantsAbortWithTheirText ) {
    EXPECT_DEATH( serializedPathAttribute( community, optionalTransitive, pattern( 0x10000 ) ),
                  "assertion failed: attrSize <= 0xFFFF \\(OvBgp/OvBgpSerialize\\)" );
    EXPECT_DEATH(
-      {
-         SerializePathAttributeAutoExtLen tooLong;
-         append( tooLong, pattern( 0x10000 ) );
-         tooLong.patchHdrAndStringify( community, optionalTransitive );
-      },
-      "assertion failed: attrSize <= 0xFFFF \\(OvBgp/OvBgpSerialize\\)" );
+         {
+            SerializePathAttributeAutoExtLen tooLong;
+            append( tooLong, pattern( 0x10000 ) );
+            tooLong.patchHdrAndStringify( community, optionalTransitive );
+         },
+         "assertion failed: attrSize <= 0xFFFF \\(OvBgp/OvBgpSerialize\\)" );
    EXPECT_DEATH(
-      {
-         SerializePathAttribute shortOfValue( community, optionalTransitive, 8 );
-         shortOfValue.addU32hton( 1 );
-         shortOfValue.serializedString();
-      },
-      "assertion failed: serialized.size\\(\\) == attrSize_ \\+ headerSize_ "
-      "\\(OvBgp/OvBgpSerialize\\)" );
+         {
+            SerializePathAttribute shortOfValue( community, optionalTransitive, 8 );
+            shortOfValue.addU32hton( 1 );
+            shortOfValue.serializedString();
+         },
+         "assertion failed: serialized.size\\(\\) == attrSize_ \\+ headerSize_ "
+         "\\(OvBgp/OvBgpSerialize\\)" );
 }
