@@ -5,8 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
-
 namespace BgpcommTest {
 namespace {
 
@@ -73,16 +71,7 @@ TEST( MrtStats, FiguresComeFromTheTablesListsAndValues ) {
    EXPECT_EQ( s.topCommunities( 5 ),
               ( std::vector<std::pair<U32, U64>>{ { 0xfde80064, 3 }, { 0xffffff01, 2 } } ) );
 
-   char* text = nullptr;
-   size_t size = 0;
-   std::FILE* f = open_memstream( &text, &size );
-   {
-      OutputBuffer out( f );
-      s.print( out );
-   }
-   std::fclose( f );
-   std::string printed( text, size );
-   std::free( text );
+   std::string printed = printedBy( [ & ]( OutputBuffer& out ) { s.print( out ); } );
    EXPECT_NE( printed.find( "routes: 5\n" ), std::string::npos ) << printed;
    EXPECT_NE( printed.find( "communities: routes 3, values 6, distinct values 2, distinct lists 2, "
                             "interning ratio 1.50, attribute octets 24, interned bytes " ),

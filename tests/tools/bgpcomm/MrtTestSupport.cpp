@@ -7,6 +7,7 @@
 
 #include <unistd.h>
 #include <atomic>
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
@@ -118,6 +119,20 @@ Invocation runTool( const std::vector<std::string>& args ) {
    r.out = slurp( out );
    r.err = slurp( err );
    return r;
+}
+
+std::string printedBy( const std::function<void( OutputBuffer& )>& print ) {
+   char* text = nullptr;
+   size_t size = 0;
+   std::FILE* f = open_memstream( &text, &size );
+   {
+      OutputBuffer out( f );
+      print( out );
+   }
+   std::fclose( f );
+   std::string s( text, size );
+   std::free( text );
+   return s;
 }
 
 std::string sourceFile( const std::string& relative ) {

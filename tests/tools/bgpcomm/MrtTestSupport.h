@@ -8,8 +8,10 @@
 
 #include "tools/bgpcomm/MrtReader.h"
 #include "tools/bgpcomm/MrtRecordBuilder.h"
+#include "tools/bgpcomm/OutputBuffer.h"
 
 #include <array>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -94,6 +96,9 @@ struct Invocation {
 
 // runTool(): runs bgpcomm with args (the program name is added).
 Invocation runTool( const std::vector<std::string>& args );
+
+// printedBy(): what print wrote through an OutputBuffer.
+std::string printedBy( const std::function<void( OutputBuffer& )>& print );
 
 // sourceFile(): a file of the source tree ("samples/x.mrt"), from
 // OVBGP_SOURCE_DIR; empty when that is not set.

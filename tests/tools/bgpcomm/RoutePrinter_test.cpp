@@ -5,8 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
-
 namespace BgpcommTest {
 namespace {
 
@@ -16,17 +14,8 @@ class RoutePrinterOutput : public testing::Test {
    std::string printed( const MrtRoute& route, RoutePrinter::Format format ) {
       InternedRoute lists;
       interner_.intern( route, &lists );
-      char* text = nullptr;
-      size_t size = 0;
-      std::FILE* f = open_memstream( &text, &size );
-      {
-         OutputBuffer out( f );
-         RoutePrinter( out, format ).print( route, lists );
-      }
-      std::fclose( f );
-      std::string s( text, size );
-      std::free( text );
-      return s;
+      return printedBy(
+            [ & ]( OutputBuffer& out ) { RoutePrinter( out, format ).print( route, lists ); } );
    }
 
    CommunityTables tables_;
