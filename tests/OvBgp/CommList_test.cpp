@@ -2,15 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <atomic>
-#include <barrier>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <iomanip>
 #include <iostream>
-#include <random>
 #include <sstream>
 #include <vector>
 
@@ -318,44 +314,6 @@ TEST_F( CommListStore, DamagedImagesAreRejectedWithTheRecordAndTheReason ) {
 
 // --- Threads ------------------------------------------------------------------------
 
-// Four threads intern overlapping contents in shuffled orders, dropping
-// most at once (racing each other's releases) and holding one of each per
-// round, which must then be the same object in every thread.
-template<class Table, class Value>
-void internFromFourThreads( const Kel::Ptr<Table>& table,
-                            const std::vector<std::vector<Value>>& contents, auto build ) {
-   constexpr int kThreads = 4;
-   ASSERT_TRUE( table->dedupTable()->threadSafe() );
-   using Held = decltype( build( contents[ 0 ] )->dedup( table.ptr() ) );
-   std::vector<std::vector<Held>> held( kThreads, std::vector<Held>( contents.size() ) );
-   std::barrier sync( kThreads );
-   std::atomic<int> mismatches{ 0 };
-   Testing::onFourThreads( [ & ]( int t ) {
-      std::mt19937 rng{ U32( t ) };
-      for ( int round = 0; round < 40; ++round ) {
-         for ( int i = 0; i < 200; ++i ) {
-            std::vector<Value> v = contents[ rng() % contents.size() ];
-            v.push_back( v[ rng() % v.size() ] );
-            std::shuffle( v.begin(), v.end(), rng );
-            mismatches += build( v )->dedup( table.ptr() )->comms() != v.size() - 1;
-         }
-         for ( size_t k = 0; k < contents.size(); ++k ) {
-            std::vector<Value> v = contents[ k ];
-            std::shuffle( v.begin(), v.end(), rng );
-            held[ t ][ k ] = build( v )->dedup( table.ptr() );
-         }
-         sync.arrive_and_wait();
-         for ( size_t k = 0; k < contents.size(); ++k ) {
-            mismatches += held[ t ][ k ] != held[ ( t + 1 ) % kThreads ][ k ];
-         }
-         sync.arrive_and_wait();
-         held[ t ].assign( contents.size(), nullptr );
-      }
-   } );
-   EXPECT_EQ( 0, mismatches.load() );
-   EXPECT_EQ( 0u, table->dedupTable()->size() );
-}
-
 TEST( CommListDedupTableConcurrency, FourThreadsInternAndReleaseStandardAndLargeLists ) {
    OvBgpGlobals::multiThreadedIs( true );
    auto table = commListDedupTableFactory();
@@ -367,8 +325,8 @@ TEST( CommListDedupTableConcurrency, FourThreadsInternAndReleaseStandardAndLarge
       contents.push_back( { comm( 65000, k ), comm( k % 5, 7 ), k % 3 ? k : kNoExport } );
       largeContents.push_back( { { 4200000000u, k, 1 }, { 65000, 1, k % 4 } } );
    }
-   internFromFourThreads( table, contents, build );
-   internFromFourThreads( largeTable, largeContents, []( const auto& values ) {
+   Testing::internFromFourThreads( table, contents, build );
+   Testing::internFromFourThreads( largeTable, largeContents, []( const auto& values ) {
       LargeCommList::Ptr list = largeCommListFactory();
       for ( const auto& value : values ) {
          list->commIs( value );

@@ -7,12 +7,9 @@
 #include <gtest/gtest.h>
 
 #include <unistd.h>
-#include <atomic>
-#include <bit>
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
-#include <random>
 #include <sstream>
 #include <vector>
 
@@ -394,69 +391,21 @@ TEST( ExtCommIp6ListConcurrency, ListsInternedAndReleasedFromFourThreadsLeaveEmp
    auto values = extCommIp6DedupTableFactory( rule.top );
    auto lists = extCommIp6ListDedupTableFactory();
    OvBgpGlobals::multiThreadedIs( false );
-   ASSERT_TRUE( lists->dedupTable()->threadSafe() );
    ASSERT_TRUE( lists->extCommIp6ClassificationListDedupTable()->threadSafe() );
-
-   // Ten contents of three kinds, transitive and not; a list is a non-empty
-   // subset of them, named by a 10-bit mask, built in a random order with
-   // one member twice.
-   std::vector<ExtCommIp6Content> pool;
-   for ( U16 i = 0; i < 10; ++i ) {
-      pool.push_back( content( U8( ( i % 2 ) * 0x40 ), U8( 2 + i % 3 ), "2001:db8::1", i ) );
+   // Overlapping lists of three kinds, transitive and not.
+   std::vector<std::vector<ExtCommIp6Content>> contents;
+   for ( U16 k = 0; k < 24; ++k ) {
+      contents.push_back( { content( 0x00, 0x02, "2001:db8::1", k % 6 ),
+                            content( 0x40, U8( 3 + k % 2 ), "2001:db8::2", 7 ),
+                            content( 0x00, 0x0b, "2001:db8::3", k ) } );
    }
-   auto build = [ & ]( unsigned mask, std::mt19937& rng ) {
-      std::vector<unsigned> order;
-      for ( unsigned i = 0; i < pool.size(); ++i ) {
-         if ( mask & ( 1u << i ) ) {
-            order.push_back( i );
-         }
-      }
-      order.push_back( order[ rng() % order.size() ] );
-      std::shuffle( order.begin(), order.end(), rng );
+   Testing::internFromFourThreads( lists, contents, [ & ]( const auto& members ) {
       auto list = extCommIp6ListFactory();
-      for ( unsigned i : order ) {
-         list->commIs( ExtCommIp6::dedupContent( values.ptr(), pool[ i ] ) );
+      for ( const auto& member : members ) {
+         list->commIs( ExtCommIp6::dedupContent( values.ptr(), member ) );
       }
-      return list->dedup( lists.ptr() );
-   };
-   auto wrong = [ & ]( const ExtCommIp6List::PtrConst& list, unsigned mask ) {
-      bool bad = list->comms() != size_t( std::popcount( mask ) );
-      for ( unsigned i = 0; i < pool.size(); ++i ) {
-         bad |= bool( list->comm( pool[ i ] ) ) != bool( mask & ( 1u << i ) );
-      }
-      return bad;
-   };
-
-   // Phase 1: a few lists are held, so every thread must get exactly them
-   // back. Phase 2: nothing is held; interning races with releases.
-   std::mt19937 setup( 7 );
-   const std::vector<unsigned> heldMasks = { 0x001, 0x003, 0x155, 0x2AA, 0x3FF };
-   std::vector<ExtCommIp6List::PtrConst> held;
-   for ( unsigned mask : heldMasks ) {
-      held.push_back( build( mask, setup ) );
-   }
-   std::atomic<int> mismatches{ 0 };
-   auto work = [ & ]( int phase, unsigned seed ) {
-      std::mt19937 rng( seed );
-      std::vector<ExtCommIp6List::PtrConst> mine( 8 );
-      for ( int i = 0; i < 10000 / Testing::kThreadLoad; ++i ) {
-         if ( phase == 1 ) {
-            const size_t k = rng() % heldMasks.size();
-            mismatches += build( heldMasks[ k ], rng ) != held[ k ];
-         } else {
-            const unsigned mask = 1 + rng() % 0x3FF;
-            ExtCommIp6List::PtrConst list = build( mask, rng );
-            mismatches += wrong( list, mask );
-            mine[ rng() % mine.size() ] = std::move( list );
-         }
-      }
-   };
-   for ( int phase : { 1, 2 } ) {
-      Testing::onFourThreads( [ & ]( int t ) { work( phase, 10 * phase + t ); } );
-      EXPECT_EQ( lists->dedupTable()->size(), phase == 1 ? held.size() : 0u );
-      held.clear();
-   }
-   EXPECT_EQ( mismatches.load(), 0 );
+      return list;
+   } );
    EXPECT_EQ( lists->extCommIp6ClassificationListDedupTable()->size(), 0u );
    EXPECT_EQ( values->dedupTable()->size(), 0u );
 }

@@ -19,26 +19,6 @@ using Routing::Bgp::RouteTargetPrefix;
 
 const std::string rangeMessage = "Routing::Bgp::RouteTargetPrefix::length < 0 or > 64 not allowed";
 
-// Values of every route-target layout, plus arbitrary 64-bit words (which
-// print in the hex form).
-std::vector<U64> sampleValues( size_t perLayout ) {
-   std::mt19937_64 rng( 42 );
-   std::vector<U64> values = { 0,
-                               ~U64( 0 ),
-                               0x0002FDE800000064ull,
-                               0x0202000100000005ull,
-                               0x0202FDE800010005ull,
-                               0x0102C0000201002Aull };
-   for ( size_t i = 0; i < perLayout; ++i ) {
-      const U64 low = rng() & 0x0000FFFFFFFFFFFFull;
-      for ( U64 type : { 0x00ull, 0x01ull, 0x02ull } ) {
-         values.push_back( type << 56 | 0x02ull << 48 | low );
-      }
-      values.push_back( rng() );
-   }
-   return values;
-}
-
 void expectRangeError( const std::function<void()>& fn ) {
    try {
       fn();
@@ -52,13 +32,10 @@ TEST( RouteTargetPrefix, ConstructorKeepsBitsAndBitlenIsMasksThem ) {
    const RouteTarget rt( 0x0002FDE800000064ull );
    RouteTargetPrefix p( rt, 16 );
    EXPECT_EQ( rt.value(), p.prefixBits() ); // not masked
-   EXPECT_EQ( 0xFFFF000000000000ull, p.mask( 0 ) );
-   EXPECT_EQ( p.mask( 0 ), p.mask( 64 ) ); // the argument does not count
+   EXPECT_EQ( p.mask( 0 ), p.mask( 64 ) );  // the argument does not count
    EXPECT_EQ( "65000:100/16", p.toStrep( false ) );
-
    p.bitlenIs( 16 ); // same length: still masks
    EXPECT_EQ( 0x0002000000000000ull, p.prefixBits() );
-   EXPECT_EQ( 16u, p.bitlen() );
 
    RouteTargetPrefix full( rt, 64 );
    full.bitlenIs( 64 );
@@ -70,9 +47,7 @@ TEST( RouteTargetPrefix, ConstructorKeepsBitsAndBitlenIsMasksThem ) {
    EXPECT_EQ( 0u, zero.mask( 0 ) );
    EXPECT_EQ( "65000:100/0", zero.toStrep( false ) );
    zero.bitlenIs( 0 );
-   EXPECT_EQ( 0u, zero.prefixBits() );
    EXPECT_EQ( "0/0", zero.toStrep( false ) );
-   EXPECT_EQ( "0/0", RouteTargetPrefix().toStrep( true ) );
 
    // asDot reaches the route target's own text.
    RouteTargetPrefix fourOctet( RouteTarget( 0x0202FDE800010005ull ), 48 );
@@ -87,15 +62,12 @@ TEST( RouteTargetPrefix, LengthAbove64IsARangeErrorAndBitlenIsKeepsIt ) {
    RouteTargetPrefix p( rt, 24 );
    expectRangeError( [ & ] { p.bitlenIs( 65 ); } );
    EXPECT_EQ( 65u, p.bitlen() );
-   EXPECT_EQ( rt.value(), p.prefixBits() );         // not masked
-   expectRangeError( [ & ] { p.bitlenIs( 65 ); } ); // refused again, not masked
-   EXPECT_EQ( rt.value(), p.prefixBits() );
+   EXPECT_EQ( rt.value(), p.prefixBits() ); // not masked
    expectRangeError( [ & ] { p.bitlenIs( 255 ); } );
    EXPECT_EQ( 255u, p.bitlen() );
    EXPECT_EQ( ~U64( 0 ), p.mask( 0 ) ); // a broken length still masks sanely
 
    p.bitlenIs( 8 );
-   EXPECT_EQ( 8u, p.bitlen() );
    EXPECT_EQ( 0x0100000000000000ull, p.prefixBits() );
 }
 
@@ -105,7 +77,7 @@ TEST( RouteTargetPrefixDeathTest, BitlenOf256OrMoreIsABrokenInvariant ) {
                  "assertion failed: 0 == \\( bitlen >> 8 \\) \\(OvBgp/RouteTargetPrefix\\)" );
 }
 
-TEST( RouteTargetPrefix, BitOperationsMatchABitByBitReference ) {
+TEST( RouteTargetPrefix, BitOperationsMatchABitByBitReferenceAndHashCoversEveryPart ) {
    std::mt19937_64 rng( 7 );
    auto bit = []( U64 v, size_t i ) {
       return bool( ( v >> ( 63 - i ) ) & 1 );
@@ -138,23 +110,17 @@ TEST( RouteTargetPrefix, BitOperationsMatchABitByBitReference ) {
       ASSERT_EQ( std::make_tuple( a, lenA ) < std::make_tuple( b, lenB ), pa < pb );
       ASSERT_EQ( a == b && lenA == lenB, pa == pb );
    }
-   const RouteTarget rt( 0x0002FDE800000064ull );
    EXPECT_EQ( 0u, RouteTargetPrefix( RouteTarget( 1ull << 63 ), 64 )
                         .commonPrefixLen( RouteTargetPrefix( RouteTarget( 0 ), 64 ) ) );
-   EXPECT_EQ( 8u, RouteTargetPrefix( rt, 8 ).commonPrefixLen( RouteTargetPrefix( rt, 24 ) ) );
-   EXPECT_LT( RouteTargetPrefix( rt, 8 ), RouteTargetPrefix( rt, 16 ) );
    EXPECT_LT( RouteTargetPrefix( RouteTarget( 0x7FFFFFFFFFFFFFFFull ), 64 ),
               RouteTargetPrefix( RouteTarget( 0x8000000000000000ull ), 1 ) ); // unsigned order
-}
 
-TEST( RouteTargetPrefix, HashDependsOnSeedBitsAndLength ) {
+   // The hash depends on the seed, the bits and the length.
    const RouteTarget rt( 0x0002FDE800000064ull );
    const RouteTargetPrefix p( rt, 24 );
-   EXPECT_EQ( p.hash( 5 ), RouteTargetPrefix( rt, 24 ).hash( 5 ) );
    EXPECT_NE( p.hash( 5 ), p.hash( 6 ) );
    EXPECT_NE( p.hash( 5 ), RouteTargetPrefix( rt, 25 ).hash( 5 ) );
    EXPECT_NE( p.hash( 5 ), RouteTargetPrefix( RouteTarget( rt.value() ^ 1 ), 24 ).hash( 5 ) );
-
    EXPECT_EQ( p.hash( Kel::hashSeed() ), std::hash<RouteTargetPrefix>()( p ) );
 }
 
@@ -167,9 +133,14 @@ TEST( RouteTargetPrefix, ReflectiveTextRoundTripsEveryLayout ) {
    os << known;
    EXPECT_EQ( knownText, os.str() );
 
-   std::mt19937 rng( 3 );
-   for ( U64 v : sampleValues( 2000 ) ) {
-      // Unmasked values too: the text carries the bits as stored.
+   // Values of every route-target layout and arbitrary words (which print
+   // in the hex form), unmasked too: the text carries the bits as stored.
+   std::mt19937_64 rng( 3 );
+   for ( int i = 0; i < 8000; ++i ) {
+      U64 v = i == 0 ? 0 : i == 1 ? ~U64( 0 ) : rng();
+      if ( i % 4 && i > 1 ) {
+         v = U64( i % 4 - 1 ) << 56 | 0x02ull << 48 | ( v & 0x0000FFFFFFFFFFFFull );
+      }
       const RouteTargetPrefix p( RouteTarget( v ), rng() % 65 );
       const std::string text = valueToStrep( p );
       RouteTargetPrefix back;

@@ -30,9 +30,9 @@ struct RunSelfResult {
 // runSelf(): /proc/self/exe --gtest_filter=<test> with env added.
 inline RunSelfResult runSelf( const std::string& test,
                               const std::vector<std::pair<std::string, std::string>>& env ) {
-   const std::string base = ( std::filesystem::temp_directory_path() /
-                              ( "runself_" + std::to_string( ::getpid() ) ) )
-                                  .string();
+   const std::string base =
+         ( std::filesystem::temp_directory_path() / ( "runself_" + std::to_string( ::getpid() ) ) )
+               .string();
    const std::string outPath = base + ".out";
    const std::string errPath = base + ".err";
    const std::string filter = "--gtest_filter=" + test;
