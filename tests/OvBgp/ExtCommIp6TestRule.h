@@ -20,23 +20,15 @@ class CountingIp6TypeRule final : public BgpParseExtendedCommunityIp6TypeRuleBas
                         std::atomic<int>* calls )
          : BgpParseExtendedCommunityIp6TypeRuleBase( control, type ), calls_( calls ) {}
 
-   static ExtCommClassification classificationOf( U8 subtype ) {
-      switch ( subtype ) {
-         case 0x02:
-            return extCommClassificationRouteTarget;
-         case 0x03:
-            return extCommClassificationRouteOrigin;
-         case 0x0b:
-            return extCommClassificationVrfRouteImport;
-         default:
-            return extCommClassificationUnSpecified;
-      }
-   }
-
    Kel::Ptr<const ExtCommIp6> inhale( const ExtCommIp6Content& content ) const override {
       calls_->fetch_add( 1 );
-      return ExtCommIp6Subtyped::ExtCommIp6SubtypedIs( classificationOf( content.subtypeOctet ),
-                                                       content );
+      const U8 subtype = content.subtypeOctet;
+      return ExtCommIp6Subtyped::ExtCommIp6SubtypedIs(
+            subtype == 0x02   ? extCommClassificationRouteTarget
+            : subtype == 0x03 ? extCommClassificationRouteOrigin
+            : subtype == 0x0b ? extCommClassificationVrfRouteImport
+                              : extCommClassificationUnSpecified,
+            content );
    }
 
  private:

@@ -184,7 +184,7 @@ TEST_F( ExtCommListTest, MatchesPlainAndClassificationForms ) {
    EXPECT_EQ( ExtCommList::getStringValue( Acl::CommunityValue( 1, 2, 3 ) ), "2:3" );
 }
 
-TEST_F( ExtCommListTest, SnapshotsCopyPartsAndMembers ) {
+TEST_F( ExtCommListTest, SnapshotsCopyPartsAndMembersAndFlagSetsHaveRangesAndText ) {
    auto list = intern( { kRt100, kRt200, kQos } );
    auto snapshot = list->commSnapshot();
    EXPECT_EQ( snapshot->classificationList().size(), list->classificationLists().size() );
@@ -192,9 +192,8 @@ TEST_F( ExtCommListTest, SnapshotsCopyPartsAndMembers ) {
    EXPECT_EQ( snapshot->commDel( kQos ), value( kQos ) );
    EXPECT_EQ( list->totalCommunities(), 3u );
    EXPECT_THROW( snapshot->commIs( nullptr ), Kel::NullArgumentException );
-}
 
-TEST_F( ExtCommListTest, FlagSetsHaveRangesAndReflectiveText ) {
+   // The flag sets: ranges and reflective text.
    EXPECT_THROW( ExtCommList::CommVectorAttrs( 64u ), Kel::RangeException );
    EXPECT_THROW( ExtCommList::Serialization( 16u ), Kel::RangeException );
    EXPECT_EQ( valueToStrep( ExtCommList::Serialization( 6u ) ),
