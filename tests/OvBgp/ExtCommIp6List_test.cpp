@@ -4,6 +4,7 @@
 // from several threads.
 #include "OvBgp/ExtCommIp6List.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <unistd.h>
@@ -363,13 +364,9 @@ TEST_F( ExtCommIp6ListStore, UnsortedImagesComeBackToBeInternedAndDamagedOnesAre
    // The same image claiming to be sorted is refused, as is a record of
    // another kind.
    static_cast<U32*>( store->translate( at + 8, 4 ) )[ 0 ] = 1; // the sorted flag
-   try {
-      ExtCommIp6List::destow( store->translate( at ), store.ptr() );
-      ADD_FAILURE() << "no exception";
-   } catch ( const KelStow::StoreException& e ) {
-      EXPECT_NE( std::string( e.what() ).find( "not in content order" ), std::string::npos )
-            << e.what();
-   }
+   EXPECT_THAT( Testing::messageOf<KelStow::StoreException>(
+                      [ & ] { ExtCommIp6List::destow( store->translate( at ), store.ptr() ); } ),
+                ::testing::HasSubstr( "not in content order" ) );
    const U64 member = high->stow( store.ptr() );
    EXPECT_THROW( ExtCommIp6List::destow( store->translate( member ), store.ptr() ),
                  KelStow::StoreException );

@@ -145,14 +145,11 @@ TEST( LargeCommList, StoreImageReopenedFromItsFileRebuildsTheSameLists ) {
    }
    U64 standard =
          commListFactory()->dedup( commListDedupTableFactory().ptr() )->stow( store.ptr() );
-   try {
-      LargeCommList::destow( store->translate( standard ), store.ptr() );
-      ADD_FAILURE() << "a standard list was rebuilt as a large one";
-   } catch ( const KelStow::StoreException& e ) {
-      EXPECT_EQ( "record at offset " + std::to_string( standard ) +
-                       ": expected anchor LCML v1, found COML v1",
-                 std::string( e.what() ) );
-   }
+   EXPECT_EQ( "record at offset " + std::to_string( standard ) +
+                    ": expected anchor LCML v1, found COML v1",
+              Testing::messageOf<KelStow::StoreException>( [ & ] {
+                 LargeCommList::destow( store->translate( standard ), store.ptr() );
+              } ) );
 }
 
 } // namespace

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "Kel/Strep.h"
+#include "tests/OvBgp/TestSupport.h"
 
 namespace Routing::Bgp {
 namespace {
@@ -112,12 +113,9 @@ TEST( ExtCommStrepFormat, RangeTextAndUIOctets ) {
    Kel::String all = valueToStrep( ExtComm::StrepFormat( 63u ) );
    EXPECT_EQ( ExtComm::StrepFormat( all.data(), all.data() + all.size() ).value(), 63u );
    Kel::String bad = "Value('Routing::Bgp::ExtComm::StrepFormat', ** {'strepFormatDefault': Maybe";
-   try {
-      ExtComm::StrepFormat( bad.data(), bad.data() + bad.size() );
-      FAIL();
-   } catch ( const Kel::ParseException& e ) {
-      EXPECT_EQ( e.attribute(), "strepFormatDefault" );
-   }
+   EXPECT_EQ( Testing::parseFailure(
+                    [ & ] { ExtComm::StrepFormat( bad.data(), bad.data() + bad.size() ); } ),
+              "strepFormatDefault" );
 }
 
 TEST( ExtCommDeathTest, SubtypeNamesAssertTheirType ) {

@@ -6,11 +6,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <functional>
 #include <random>
 #include <sstream>
 #include <tuple>
 #include <vector>
+
+#include "tests/OvBgp/TestSupport.h"
 
 namespace {
 
@@ -19,13 +20,9 @@ using Routing::Bgp::RouteTargetPrefix;
 
 const std::string rangeMessage = "Routing::Bgp::RouteTargetPrefix::length < 0 or > 64 not allowed";
 
-void expectRangeError( const std::function<void()>& fn ) {
-   try {
-      fn();
-      ADD_FAILURE() << "no range error";
-   } catch ( const Kel::RangeException& e ) {
-      EXPECT_EQ( rangeMessage, e.what() );
-   }
+template<class Fn>
+void expectRangeError( Fn fn ) {
+   EXPECT_EQ( rangeMessage, Routing::Bgp::Testing::messageOf<Kel::RangeException>( fn ) );
 }
 
 TEST( RouteTargetPrefix, ConstructorKeepsBitsAndBitlenIsMasksThem ) {
@@ -164,12 +161,9 @@ TEST( RouteTargetPrefix, ParserNamesTheFailingPartAndLeavesTheTargetAlone ) {
    };
    for ( const Case& c : cases ) {
       RouteTargetPrefix value = original;
-      try {
-         strepToValue( c.text, &value );
-         ADD_FAILURE() << "parsed " << c.text;
-      } catch ( const Kel::ParseException& e ) {
-         EXPECT_EQ( c.attribute, e.attribute() ) << c.text;
-      }
+      EXPECT_EQ( c.attribute,
+                 Routing::Bgp::Testing::parseFailure( [ & ] { strepToValue( c.text, &value ); } ) )
+            << c.text;
       EXPECT_EQ( original, value );
    }
    RouteTargetPrefix value = original;

@@ -33,14 +33,12 @@ inline RunSelfResult runSelf( const std::string& test,
    const std::string base =
          ( std::filesystem::temp_directory_path() / ( "runself_" + std::to_string( ::getpid() ) ) )
                .string();
-   const std::string outPath = base + ".out";
-   const std::string errPath = base + ".err";
    const std::string filter = "--gtest_filter=" + test;
    RunSelfResult result;
    pid_t child = ::fork();
    if ( child == 0 ) {
-      int out = ::open( outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644 );
-      int err = ::open( errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644 );
+      int out = ::open( ( base + ".out" ).c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644 );
+      int err = ::open( ( base + ".err" ).c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644 );
       if ( out < 0 || err < 0 || ::dup2( out, 1 ) < 0 || ::dup2( err, 2 ) < 0 ) {
          ::_exit( 126 );
       }
@@ -51,21 +49,16 @@ inline RunSelfResult runSelf( const std::string& test,
       ::execv( "/proc/self/exe", const_cast<char* const*>( argv ) );
       ::_exit( 127 );
    }
-   if ( child < 0 ) {
-      return result;
-   }
    int status = 0;
-   if ( ::waitpid( child, &status, 0 ) == child && WIFEXITED( status ) ) {
+   if ( child > 0 && ::waitpid( child, &status, 0 ) == child && WIFEXITED( status ) ) {
       result.exitCode = WEXITSTATUS( status );
    }
-   auto slurp = []( const std::string& path ) {
-      std::ostringstream text;
-      text << std::ifstream( path ).rdbuf();
-      std::filesystem::remove( path );
-      return text.str();
-   };
-   result.out = slurp( outPath );
-   result.err = slurp( errPath );
+   for ( auto [ text, suffix ] : { std::pair{ &result.out, ".out" }, { &result.err, ".err" } } ) {
+      std::ostringstream read;
+      read << std::ifstream( base + suffix ).rdbuf();
+      *text = read.str();
+      std::filesystem::remove( base + suffix );
+   }
    return result;
 }
 

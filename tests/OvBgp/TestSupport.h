@@ -1,5 +1,6 @@
 // tests/OvBgp/TestSupport.h: small helpers the value and list tests share:
-// octets as hex text and back, the one-at-a-time hash written out,
+// octets as hex text and back, the one-at-a-time hash written out, what
+// a call throws,
 // death-test patterns, the TSan load factor and lists interned from four
 // threads at once.
 //
@@ -17,6 +18,8 @@
 #include <string>
 #include <thread>
 #include <vector>
+
+#include "Kel/Exception.h"
 
 namespace Routing::Bgp::Testing {
 
@@ -51,6 +54,28 @@ inline std::uint32_t oneAtATime( const std::vector<std::uint8_t>& octets ) {
    h += h << 3;
    h ^= h >> 11;
    return h + ( h << 15 );
+}
+
+// messageOf(): the text of the E that fn throws, or "<nothing thrown>".
+template<class E, class Fn>
+std::string messageOf( Fn fn ) {
+   try {
+      fn();
+   } catch ( const E& e ) {
+      return e.what();
+   }
+   return "<nothing thrown>";
+}
+
+// parseFailure(): the attribute a parse error from fn names, or "<parsed>".
+template<class Fn>
+std::string parseFailure( Fn fn ) {
+   try {
+      fn();
+   } catch ( const Kel::ParseException& e ) {
+      return e.attribute();
+   }
+   return "<parsed>";
 }
 
 // assertionPattern(): the whole assertion line as a death-test pattern.
