@@ -67,9 +67,6 @@ TEST( ExtComm, DebuggingFormNamesTypeSubtypeAndContent ) {
               "0x0002fde800000064>" );
    EXPECT_EQ( text( subtyped( 0x0607000000000000 ).ptr() ),
               "<extCommPktTypeTransEvpn subtype=7 0x0607000000000000>" );
-   EXPECT_EQ( text( subtyped( 0x4004000000000000 ).ptr() ),
-              "<extCommPktTypeNonTransTwoOctetAs extCommPktSubtypeNonTransTwoOctetAsLinkBandwidth "
-              "0x4004000000000000>" );
    EXPECT_EQ( text( subtyped( 0x0700000000000001 ).ptr() ),
               "<extCommPktTypeUnknown none 0x0700000000000001>" );
 
