@@ -68,6 +68,21 @@ TEST_F( ExtCommListTest, SameValuesInAnyOrderInternToOneList ) {
    EXPECT_EQ( lists_->dedupTable()->size(), 2u );
    c = nullptr;
    EXPECT_EQ( lists_->dedupTable()->size(), 1u );
+
+   // A known list is found by its members; parts that all exist in other
+   // lists, or a part that extends an interned one, still make a new list.
+   auto rts = intern( { kRt100 } );
+   auto lb = intern( { kLbLow } );
+   auto both = intern( { kLbLow, kRt100 } );
+   EXPECT_NE( both, rts );
+   EXPECT_NE( both, lb );
+   EXPECT_EQ( both->classificationList( extCommClassificationRouteTarget ),
+              rts->classificationList( extCommClassificationRouteTarget ) );
+   EXPECT_EQ( both, intern( { kRt100, kLbLow, kRt100 } ) );
+   auto longer = intern( { kRt100, kRt200 } );
+   EXPECT_NE( longer, rts );
+   EXPECT_EQ( longer->comms(), 2u );
+   EXPECT_EQ( lists_->dedupTable()->size(), 5u );
 }
 
 TEST_F( ExtCommListTest, RouteTargetListsAreSharedAndAnnouncedOnce ) {
