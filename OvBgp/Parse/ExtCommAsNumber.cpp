@@ -38,6 +38,27 @@ void ExtCommAsNumber::appendAsAndLocal( StrepFormat format,
    out.appendDecimal( localAdmin() );
 }
 
+void ExtCommAsNumber::appendLabelled( StrepFormat format, OvFmt::DynamicBufferInterface& out,
+                                      const char* shortLabel, const char* uiLabel,
+                                      const char* uiLabelAs4 ) const {
+   if ( format.has( strepFormatClassification ) ) {
+      out.append( !format.has( strepFormatUI ) ? shortLabel : fourByteAs_ ? uiLabelAs4 : uiLabel );
+   }
+   appendAsAndLocal( format, out );
+}
+
+void ExtCommAsNumber::formatLabelled( std::ostream& os, const char* opening ) const {
+   OvFmt::DynamicBuffer<64> buf;
+   buf.append( opening );
+   formatAsNumberToBuffer( &buf, false );
+   buf.append( ':' );
+   buf.appendDecimal( localAdmin() );
+   buf.append( ' ' );
+   os.write( buf.data(), std::streamsize( buf.size() ) );
+   formatCommunityValue( os );
+   os << '>';
+}
+
 void ExtCommAsNumber::appendStrepForPolicy( StrepFormat format,
                                             OvFmt::DynamicBufferInterface& out ) const {
    if ( format.classificationAndUI() ) {
@@ -76,6 +97,24 @@ void ExtCommIpv4Address::appendAddressAndLocal( OvFmt::DynamicBufferInterface& o
       out.append( shift ? '.' : ':' );
    }
    out.appendDecimal( localAdmin() );
+}
+
+void ExtCommIpv4Address::appendLabelled( StrepFormat format, OvFmt::DynamicBufferInterface& out,
+                                         const char* shortLabel, const char* uiLabel ) const {
+   if ( format.has( strepFormatClassification ) ) {
+      out.append( format.has( strepFormatUI ) ? uiLabel : shortLabel );
+   }
+   appendAddressAndLocal( out );
+}
+
+void ExtCommIpv4Address::formatLabelled( std::ostream& os, const char* opening ) const {
+   OvFmt::DynamicBuffer<64> buf;
+   buf.append( opening );
+   appendAddressAndLocal( buf );
+   buf.append( ' ' );
+   os.write( buf.data(), std::streamsize( buf.size() ) );
+   formatCommunityValue( os );
+   os << '>';
 }
 
 void ExtCommIpv4Address::appendStrepForPolicy( StrepFormat format,

@@ -51,6 +51,14 @@ class ExtCommAsNumber : public ExtCommSubtyped {
  protected:
    // appendAsAndLocal(): "AS:local" with the asdot flag of format.
    void appendAsAndLocal( StrepFormat format, OvFmt::DynamicBufferInterface& out ) const;
+   // appendLabelled(): the policy form of a named kind: "AS:local", after
+   // shortLabel with classification, after the layout's UI label with
+   // classification and UI.
+   void appendLabelled( StrepFormat format, OvFmt::DynamicBufferInterface& out,
+                        const char* shortLabel, const char* uiLabel, const char* uiLabelAs4 ) const;
+   // formatLabelled(): the debugging form of a named kind: opening (e.g.
+   // "<RouteTarget2ByteASN "), "AS:local", the raw value, ">".
+   void formatLabelled( std::ostream& os, const char* opening ) const;
 
  private:
    bool fourByteAs_;
@@ -76,6 +84,11 @@ class ExtCommIpv4Address : public ExtCommSubtyped {
  protected:
    // appendAddressAndLocal(): "a.b.c.d:local".
    void appendAddressAndLocal( OvFmt::DynamicBufferInterface& out ) const;
+   // appendLabelled() / formatLabelled(): as for ExtCommAsNumber, with
+   // "a.b.c.d:local" and one UI label.
+   void appendLabelled( StrepFormat format, OvFmt::DynamicBufferInterface& out,
+                        const char* shortLabel, const char* uiLabel ) const;
+   void formatLabelled( std::ostream& os, const char* opening ) const;
 };
 
 } // namespace Routing::Bgp

@@ -3,7 +3,6 @@
 #include <ostream>
 
 #include "Kel/Assert.h"
-#include "OvFmt/DynamicBuffer.h"
 
 namespace Routing::Bgp {
 
@@ -17,28 +16,13 @@ void ExtCommRouteOriginAs::formatDerivedType( std::ostream& os ) const {
    // The factory takes any content; only the two AS types have a name here.
    KEL_ASSERT_MSG( type == extCommPktTypeTransTwoOctetAs || type == extCommPktTypeTransFourOctetAs,
                    "0 && \"unexpected type\"" );
-   OvFmt::DynamicBuffer<64> buf;
-   buf.append( type == extCommPktTypeTransTwoOctetAs ? "<RouteOrigin2ByteASN "
-                                                     : "<RouteOrigin4ByteASN " );
-   formatAsNumberToBuffer( &buf, false );
-   buf.append( ':' );
-   buf.appendDecimal( localAdmin() );
-   buf.append( ' ' );
-   os.write( buf.data(), std::streamsize( buf.size() ) );
-   formatCommunityValue( os );
-   os << '>';
+   formatLabelled( os, type == extCommPktTypeTransTwoOctetAs ? "<RouteOrigin2ByteASN "
+                                                             : "<RouteOrigin4ByteASN " );
 }
 
 void ExtCommRouteOriginAs::appendStrepForPolicy( StrepFormat format,
                                                  OvFmt::DynamicBufferInterface& out ) const {
-   if ( format.has( strepFormatClassification ) ) {
-      if ( !format.has( strepFormatUI ) ) {
-         out.append( "SoO:" );
-      } else {
-         out.append( fourByteAs() ? "Route-Origin-AS4:" : "Route-Origin-AS:" );
-      }
-   }
-   appendAsAndLocal( format, out );
+   appendLabelled( format, out, "SoO:", "Route-Origin-AS:", "Route-Origin-AS4:" );
 }
 
 ExtCommRouteOriginIpv4Address::Ptr ExtCommRouteOriginIpv4Address::ExtCommRouteOriginIpv4AddressIs(
@@ -47,21 +31,12 @@ ExtCommRouteOriginIpv4Address::Ptr ExtCommRouteOriginIpv4Address::ExtCommRouteOr
 }
 
 void ExtCommRouteOriginIpv4Address::formatDerivedType( std::ostream& os ) const {
-   OvFmt::DynamicBuffer<64> buf;
-   buf.append( "<RouteOrigin " );
-   appendAddressAndLocal( buf );
-   buf.append( ' ' );
-   os.write( buf.data(), std::streamsize( buf.size() ) );
-   formatCommunityValue( os );
-   os << '>';
+   formatLabelled( os, "<RouteOrigin " );
 }
 
 void ExtCommRouteOriginIpv4Address::appendStrepForPolicy(
       StrepFormat format, OvFmt::DynamicBufferInterface& out ) const {
-   if ( format.has( strepFormatClassification ) ) {
-      out.append( format.has( strepFormatUI ) ? "Route-Origin-IP:" : "SoO:" );
-   }
-   appendAddressAndLocal( out );
+   appendLabelled( format, out, "SoO:", "Route-Origin-IP:" );
 }
 
 ExtCommRouteOriginAs::Ptr extCommRouteOriginAsFactory( const ExtCommContent& content,

@@ -3,7 +3,6 @@
 #include <ostream>
 
 #include "Kel/Assert.h"
-#include "OvFmt/DynamicBuffer.h"
 
 namespace Routing::Bgp {
 
@@ -17,28 +16,13 @@ void ExtCommRouteTargetAs::formatDerivedType( std::ostream& os ) const {
    // The factory takes any content; only the two AS types have a name here.
    KEL_ASSERT_MSG( type == extCommPktTypeTransTwoOctetAs || type == extCommPktTypeTransFourOctetAs,
                    "0 && \"unexpected type\"" );
-   OvFmt::DynamicBuffer<64> buf;
-   buf.append( type == extCommPktTypeTransTwoOctetAs ? "<RouteTarget2ByteASN "
-                                                     : "<RouteTarget4ByteASN " );
-   formatAsNumberToBuffer( &buf, false );
-   buf.append( ':' );
-   buf.appendDecimal( localAdmin() );
-   buf.append( ' ' );
-   os.write( buf.data(), std::streamsize( buf.size() ) );
-   formatCommunityValue( os );
-   os << '>';
+   formatLabelled( os, type == extCommPktTypeTransTwoOctetAs ? "<RouteTarget2ByteASN "
+                                                             : "<RouteTarget4ByteASN " );
 }
 
 void ExtCommRouteTargetAs::appendStrepForPolicy( StrepFormat format,
                                                  OvFmt::DynamicBufferInterface& out ) const {
-   if ( format.has( strepFormatClassification ) ) {
-      if ( !format.has( strepFormatUI ) ) {
-         out.append( "RT:" );
-      } else {
-         out.append( fourByteAs() ? "Route-Target-AS4:" : "Route-Target-AS:" );
-      }
-   }
-   appendAsAndLocal( format, out );
+   appendLabelled( format, out, "RT:", "Route-Target-AS:", "Route-Target-AS4:" );
 }
 
 ExtCommRouteTargetIpv4Address::Ptr ExtCommRouteTargetIpv4Address::ExtCommRouteTargetIpv4AddressIs(
@@ -47,21 +31,12 @@ ExtCommRouteTargetIpv4Address::Ptr ExtCommRouteTargetIpv4Address::ExtCommRouteTa
 }
 
 void ExtCommRouteTargetIpv4Address::formatDerivedType( std::ostream& os ) const {
-   OvFmt::DynamicBuffer<64> buf;
-   buf.append( "<RouteTarget " );
-   appendAddressAndLocal( buf );
-   buf.append( ' ' );
-   os.write( buf.data(), std::streamsize( buf.size() ) );
-   formatCommunityValue( os );
-   os << '>';
+   formatLabelled( os, "<RouteTarget " );
 }
 
 void ExtCommRouteTargetIpv4Address::appendStrepForPolicy(
       StrepFormat format, OvFmt::DynamicBufferInterface& out ) const {
-   if ( format.has( strepFormatClassification ) ) {
-      out.append( format.has( strepFormatUI ) ? "Route-Target-IP:" : "RT:" );
-   }
-   appendAddressAndLocal( out );
+   appendLabelled( format, out, "RT:", "Route-Target-IP:" );
 }
 
 ExtCommRouteTargetAs::Ptr extCommRouteTargetAsFactory( const ExtCommContent& content,

@@ -2,8 +2,6 @@
 
 #include <ostream>
 
-#include "OvFmt/DynamicBuffer.h"
-
 namespace Routing::Bgp {
 
 ExtCommVrfRouteImportIpv4Address::Ptr
@@ -14,20 +12,11 @@ ExtCommVrfRouteImportIpv4Address::ExtCommVrfRouteImportIpv4AddressIs(
 
 void ExtCommVrfRouteImportIpv4Address::appendStrepForPolicy(
       StrepFormat format, OvFmt::DynamicBufferInterface& out ) const {
-   if ( format.has( strepFormatClassification ) ) {
-      out.append( format.has( strepFormatUI ) ? "VRF-Route-Import:" : "VRI:" );
-   }
-   appendAddressAndLocal( out );
+   appendLabelled( format, out, "VRI:", "VRF-Route-Import:" );
 }
 
 void ExtCommVrfRouteImportIpv4Address::formatDerivedType( std::ostream& os ) const {
-   OvFmt::DynamicBuffer<64> buf;
-   buf.append( "<VrfRouteImport " );
-   appendAddressAndLocal( buf );
-   buf.append( ' ' );
-   os.write( buf.data(), std::streamsize( buf.size() ) );
-   formatCommunityValue( os );
-   os << '>';
+   formatLabelled( os, "<VrfRouteImport " );
 }
 
 ExtCommVrfRouteImportIpv4Address::Ptr extCommVrfRouteImportIpv4AddressFactory(

@@ -4,18 +4,13 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/OvBgp/Parse/ExtCommLabelledForms.h"
+
 namespace Routing::Bgp {
 namespace {
 
 TEST( ExtCommRouteOrigin, FormsOfTheThreeLayouts ) {
-   struct Case {
-      ExtComm::Ptr value;
-      const char* label;
-      const char* plain;
-      const char* dotted;
-      const char* debug;
-   };
-   const Case cases[] = {
+   const LabelledFormsCase cases[] = {
       { extCommRouteOriginAsFactory( ExtCommContent( 0x0003fde800000064 ), false ),
         "Route-Origin-AS:", "65000:100", "65000:100",
         "<RouteOrigin2ByteASN 65000:100 0x0003fde800000064>" },
@@ -26,18 +21,7 @@ TEST( ExtCommRouteOrigin, FormsOfTheThreeLayouts ) {
         "Route-Origin-IP:", "192.168.0.1:42", "192.168.0.1:42",
         "<RouteOrigin 192.168.0.1:42 0x0103c0a80001002a>" },
    };
-   for ( const Case& c : cases ) {
-      EXPECT_EQ( c.value->classification(), extCommClassificationRouteOrigin );
-      EXPECT_TRUE( c.value->hasNotificationActive() );
-      EXPECT_FALSE( c.value->policyMatchStrepUI() );
-      for ( unsigned octet = 0; octet < 64; ++octet ) {
-         const char* prefix = !( octet & 2 ) ? "" : ( octet & 4 ) ? c.label : "SoO:";
-         EXPECT_EQ( c.value->toStrepForPolicy( ExtComm::StrepFormat( octet ) ),
-                    Kel::String( prefix ) + ( octet & 16 ? c.dotted : c.plain ) )
-               << c.debug << " format " << octet;
-      }
-      EXPECT_EQ( c.value->toStrep(), c.debug );
-   }
+   expectLabelledForms( cases, extCommClassificationRouteOrigin, "SoO:" );
 }
 
 TEST( ExtCommRouteOriginDeathTest, DebuggingFormOfAnotherTypeAsserts ) {

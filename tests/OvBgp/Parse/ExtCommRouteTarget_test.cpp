@@ -4,20 +4,13 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/OvBgp/Parse/ExtCommLabelledForms.h"
+
 namespace Routing::Bgp {
 namespace {
 
-// Of the six format flags only classification, UI and asdot change the text: classification
-// alone prefixes "RT:", with UI the layout's label; UI alone changes nothing.
 TEST( ExtCommRouteTarget, FormsOfTheThreeLayouts ) {
-   struct Case {
-      ExtComm::Ptr value;
-      const char* label;
-      const char* plain;
-      const char* dotted;
-      const char* debug;
-   };
-   const Case cases[] = {
+   const LabelledFormsCase cases[] = {
       { extCommRouteTargetAsFactory( ExtCommContent( 0x0002fde800000064 ), false ),
         "Route-Target-AS:", "65000:100", "65000:100",
         "<RouteTarget2ByteASN 65000:100 0x0002fde800000064>" },
@@ -28,18 +21,7 @@ TEST( ExtCommRouteTarget, FormsOfTheThreeLayouts ) {
         "Route-Target-IP:", "192.168.0.1:42", "192.168.0.1:42",
         "<RouteTarget 192.168.0.1:42 0x0102c0a80001002a>" },
    };
-   for ( const Case& c : cases ) {
-      EXPECT_EQ( c.value->classification(), extCommClassificationRouteTarget );
-      EXPECT_TRUE( c.value->hasNotificationActive() );
-      EXPECT_FALSE( c.value->policyMatchStrepUI() );
-      for ( unsigned octet = 0; octet < 64; ++octet ) {
-         const char* prefix = !( octet & 2 ) ? "" : ( octet & 4 ) ? c.label : "RT:";
-         EXPECT_EQ( c.value->toStrepForPolicy( ExtComm::StrepFormat( octet ) ),
-                    Kel::String( prefix ) + ( octet & 16 ? c.dotted : c.plain ) )
-               << c.debug << " format " << octet;
-      }
-      EXPECT_EQ( c.value->toStrep(), c.debug );
-   }
+   expectLabelledForms( cases, extCommClassificationRouteTarget, "RT:" );
    EXPECT_EQ( cases[ 1 ].value->toStrepForUI( true, false, false ),
               "Route-Target-AS4:65000.100:5" );
 }
