@@ -50,7 +50,7 @@ class Serialize {
    }
 
    // length(): one past the furthest octet ever written.
-   size_t length() const { return length_; }
+   size_t length() const { return pos_ > length_ ? pos_ : length_; }
    size_t capacity() const { return capacity_; }
 
    // writePos(): where the next append goes; normally length(). Moving it
@@ -68,13 +68,16 @@ class Serialize {
    std::string serializedString( size_t offset = 0 ) const;
 
  private:
+   // put(): the write position is read once and stored once: the copy may
+   // write into this object (the inline buffer), so a member read after it
+   // would be read again. The length follows pos_ lazily (see length_).
    void put( const void* bytes, size_t count ) {
-      if ( count > capacity_ - pos_ ) [[unlikely]] {
-         grow( pos_ + count );
+      const size_t pos = pos_;
+      if ( count > capacity_ - pos ) [[unlikely]] {
+         grow( pos + count );
       }
-      std::memcpy( buf_ + pos_, bytes, count );
-      pos_ += count;
-      length_ = pos_ > length_ ? pos_ : length_;
+      std::memcpy( buf_ + pos, bytes, count );
+      pos_ = pos + count;
    }
 
    template<class T>
@@ -98,7 +101,7 @@ class Serialize {
    std::unique_ptr<U8[]> heap_;
    U8* buf_ = inline_;
    size_t capacity_ = inlineCapacity;
-   size_t length_ = 0;
+   size_t length_ = 0; // the furthest write before pos_ last moved back
    size_t pos_ = 0;
 };
 
