@@ -16,7 +16,7 @@ ExtCommAsNumber::Ptr ExtCommAsNumber::ExtCommAsNumberIs( ExtCommClassification c
 void ExtCommAsNumber::formatAsNumberToBuffer( OvFmt::DynamicBufferInterface* buffer,
                                               bool asdot ) const {
    const U32 as = asNumber();
-   if ( fourByteAs_ && asdot && as >= 65536 ) {
+   if ( fourByteAs() && asdot && as >= 65536 ) {
       buffer->appendDecimal( as >> 16 );
       buffer->append( '.' );
       buffer->appendDecimal( as & 0xFFFF );
@@ -42,7 +42,7 @@ void ExtCommAsNumber::appendLabelled( StrepFormat format, OvFmt::DynamicBufferIn
                                       const char* shortLabel, const char* uiLabel,
                                       const char* uiLabelAs4 ) const {
    if ( format.has( strepFormatClassification ) ) {
-      out.append( !format.has( strepFormatUI ) ? shortLabel : fourByteAs_ ? uiLabelAs4 : uiLabel );
+      out.append( !format.has( strepFormatUI ) ? shortLabel : fourByteAs() ? uiLabelAs4 : uiLabel );
    }
    appendAsAndLocal( format, out );
 }
@@ -63,7 +63,7 @@ void ExtCommAsNumber::appendStrepForPolicy( StrepFormat format,
                                             OvFmt::DynamicBufferInterface& out ) const {
    if ( format.classificationAndUI() ) {
       const ExtCommContent content = getContent();
-      addExtCommTypeAsString( out, fourByteAs_ ? "-AS4" : "-AS", content.typeOctet(),
+      addExtCommTypeAsString( out, fourByteAs() ? "-AS4" : "-AS", content.typeOctet(),
                               content.subtypeOctet(), content.transitive() );
       out.append( ':' );
    }

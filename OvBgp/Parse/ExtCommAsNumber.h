@@ -26,18 +26,20 @@ class ExtCommAsNumber : public ExtCommSubtyped {
 
    ExtCommAsNumber( ExtCommClassification classification, const ExtCommContent& content,
                     bool fourByteAs ) noexcept
-         : ExtCommSubtyped( classification, content ), fourByteAs_( fourByteAs ) {}
+         : ExtCommSubtyped( classification, content ) {
+      userDataIs( userData() | ( fourByteAs ? kFourByteAs : 0 ) );
+   }
    static Ptr ExtCommAsNumberIs( ExtCommClassification classification,
                                  const ExtCommContent& content, bool fourByteAs );
 
-   bool fourByteAs() const noexcept { return fourByteAs_; }
+   bool fourByteAs() const noexcept { return userData() & kFourByteAs; }
    // asNumber(): bits 47..16 (4-octet) or 47..32 (2-octet).
    U32 asNumber() const noexcept {
-      return fourByteAs_ ? U32( community() >> 16 ) : U32( ( community() >> 32 ) & 0xFFFF );
+      return fourByteAs() ? U32( community() >> 16 ) : U32( ( community() >> 32 ) & 0xFFFF );
    }
    // localAdmin(): bits 15..0 (4-octet) or 31..0 (2-octet).
    U32 localAdmin() const noexcept {
-      return fourByteAs_ ? U32( community() & 0xFFFF ) : U32( community() );
+      return fourByteAs() ? U32( community() & 0xFFFF ) : U32( community() );
    }
 
    // formatAsNumber(): decimal; with asdot a 4-octet AS of 65536 or more is
@@ -61,7 +63,9 @@ class ExtCommAsNumber : public ExtCommSubtyped {
    void formatLabelled( std::ostream& os, const char* opening ) const;
 
  private:
-   bool fourByteAs_;
+   // The layout lives in the user-data word above the classification, so
+   // that the value is no larger than a plain ExtComm.
+   static constexpr U32 kFourByteAs = 0x100;
 };
 
 // ExtCommIpv4Address: IPv4 address (bits 47..16) and 16-bit local value.
