@@ -8,7 +8,8 @@
 
 namespace Routing::Bgp {
 
-ExtComm::PtrConst ExtComm::dedupContentMiss( const ExtCommDedupTable* table, ExtCommContent content ) {
+ExtComm::PtrConst ExtComm::dedupContentMiss( const ExtCommDedupTable* table,
+                                             ExtCommContent content ) {
    PtrConst candidate = table->parseExtCommRuleRawPtr()->parseExtendedCommunity( content );
    Bex::DedupHandle::PtrConst interned = table->dedupTable()->dedup( candidate );
    KEL_ASSERT_MSG( interned, "dedupHandle" );
