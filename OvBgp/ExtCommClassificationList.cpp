@@ -99,9 +99,7 @@ ExtCommClassificationList::PtrConst ExtCommClassificationList::dedup(
       const ExtCommListDedupTable* table ) {
    extCommVectorSort( comm_ );
    commVectorSortedIs( true );
-   const Bex::DedupHashTable::Ptr& set = classification() == extCommClassificationRouteTarget
-                                               ? table->rtExtCommClassificationListDedupTable()
-                                               : table->extCommClassificationListDedupTable();
+   const Bex::DedupHashTable::Ptr& set = table->classificationListDedupTable( classification() );
    Bex::DedupHandle::PtrConst interned = set->dedup( Bex::DedupHandle::PtrConst( this ),
                                                      []( Bex::DedupHandle* inserted ) {
       auto* list = static_cast<ExtCommClassificationList*>( inserted );

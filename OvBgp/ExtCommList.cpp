@@ -231,15 +231,11 @@ ExtCommList::PtrConst ExtCommList::findInterned( const ExtCommListDedupTable* ta
       auto ofKind = [ kind ]( const ExtComm::PtrConst& comm ) {
          return int( comm->classification() ) == kind;
       };
-      U32 h = 0;
-      for ( const ExtComm::PtrConst& comm : comm_ ) {
-         h = ofKind( comm ) ? Kel::oneAtATimePointer( h, comm.ptr() ) : h;
-      }
-      const Bex::DedupHashTable::Ptr& set = kind == extCommClassificationRouteTarget
-                                                  ? table->rtExtCommClassificationListDedupTable()
-                                                  : table->extCommClassificationListDedupTable();
+      const Bex::DedupHashTable::Ptr& set =
+            table->classificationListDedupTable( ExtCommClassification( kind ) );
+      const U32 hash = internedListHash( comm_.begin(), comm_.end(), ofKind );
       Bex::DedupHandle::PtrConst part =
-            set->lookupIf( Kel::oneAtATimeFinal( h ), [ & ]( const Bex::DedupHandle* member ) {
+            set->lookupIf( hash, [ & ]( const Bex::DedupHandle* member ) {
                const auto& members =
                      static_cast<const ExtCommClassificationList*>( member )->commVector();
                auto it = members.begin();

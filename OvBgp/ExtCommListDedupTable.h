@@ -29,6 +29,12 @@ class ExtCommListDedupTable : public CommListDedupTableBase {
    const Bex::DedupHashTable::Ptr& rtExtCommClassificationListDedupTable() const noexcept {
       return rtExtCommClassificationListDedupTable_;
    }
+   // classificationListDedupTable(): where the parts of kind c are interned.
+   const Bex::DedupHashTable::Ptr& classificationListDedupTable(
+         ExtCommClassification c ) const noexcept {
+      return c == extCommClassificationRouteTarget ? rtExtCommClassificationListDedupTable_
+                                                   : extCommClassificationListDedupTable_;
+   }
    const NotifyingRtExtCommListCollection::Ptr& notifyingRtExtCommListCollection() const noexcept {
       return notifyingRtExtCommListCollection_;
    }

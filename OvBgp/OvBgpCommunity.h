@@ -242,20 +242,27 @@ Kel::String extCommTypeAsString( std::string_view label, U8 typeOctet, U8 subtyp
 
 // internedListHash(): the one-at-a-time hash over the addresses of interned
 // members, in order; 0 for none. Only interned members have stable, unique
-// addresses.
-template <class Iter>
-U32 internedListHash( Iter begin, Iter end ) noexcept {
-   if ( begin == end ) {
-      return 0;
-   }
+// addresses. With keep, only the members it accepts count: the hash a list
+// of those members would have.
+template <class Iter, class Keep>
+U32 internedListHash( Iter begin, Iter end, Keep&& keep ) noexcept {
    U32 h = 0;
+   bool any = false;
    for ( Iter it = begin; it != end; ++it ) {
+      if ( !keep( *it ) ) {
+         continue;
+      }
       const auto* p = &**it;
       KEL_ASSERT_MSG( nullptr == ( p ) || ( p )->dedupState() != Bex::dedupHandleStateNeverDeduped(),
                       "__null == ( p ) || ( p )->dedupState() != Bex::dedupHandleStateNeverDeduped()" );
       h = Kel::oneAtATimePointer( h, p );
+      any = true;
    }
-   return Kel::oneAtATimeFinal( h );
+   return any ? Kel::oneAtATimeFinal( h ) : 0;
+}
+template <class Iter>
+U32 internedListHash( Iter begin, Iter end ) noexcept {
+   return internedListHash( begin, end, []( const auto& ) { return true; } );
 }
 
 // ExtCommLifeTimeNotifiee: keeps a route-target set equal to the route
