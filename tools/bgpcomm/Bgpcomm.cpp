@@ -7,12 +7,13 @@ int runBgpcomm( int argc, const char* const* argv, std::FILE* out, std::FILE* er
    try {
       cl = parseCommandLine( argc, argv );
    } catch ( const UsageError& e ) {
-      std::fprintf( err, "bgpcomm: %s\n%s", e.what(), usageText() );
+      std::fprintf( err, "bgpcomm: %s\n%s", e.what(), e.usage().c_str() );
       return exitUsage;
    }
    switch ( cl.command ) {
       case Command::help:
-         std::fputs( usageText(), out );
+      case Command::version:
+         std::fputs( cl.text.c_str(), out );
          return exitOk;
       case Command::decode:
          return runDecode( cl, out, err );

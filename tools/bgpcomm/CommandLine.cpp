@@ -1,130 +1,140 @@
 #include "tools/bgpcomm/CommandLine.h"
 
-#include <charconv>
-#include <cstring>
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
 #include <string_view>
 
 namespace Bgpcomm {
 
 namespace {
 
-U64 parseCount( std::string_view option, std::string_view text, U64 min, U64 max ) {
-   U64 value = 0;
-   auto r = std::from_chars( text.data(), text.data() + text.size(), value );
-   if ( text.empty() || r.ec != std::errc() || r.ptr != text.data() + text.size() || value < min ||
-        value > max ) {
-      throw UsageError( std::string( option ) + " wants a whole number from " +
-                        std::to_string( min ) + " to " + std::to_string( max ) + ", not '" +
-                        std::string( text ) + "'" );
+// Each command declares its options next to the fields they fill; a
+// command's callback runs only when that command was given.
+
+void addDecode( CLI::App& app, CommandLine& cl ) {
+   CLI::App* c =
+         app.add_subcommand( "decode", "Print communities given in hex in every text form." );
+   c->add_flag( "--json", cl.json, "One JSON object per community" );
+   c->add_option( "HEX", cl.operands,
+                  "A 4-, 8-, 12- or 20-octet community, or a whole community path attribute" )
+         ->required()
+         ->type_name( "" );
+   c->callback( [ &cl ] { cl.command = Command::decode; } );
+}
+
+void addMrt( CLI::App& app, CommandLine& cl ) {
+   CLI::App* c = app.add_subcommand(
+         "mrt", "Read MRT dumps, intern every route's communities and print them." );
+   CLI::Option* json = c->add_flag( "--json", cl.json, "One JSON object per route" );
+   CLI::Option* stats = c->add_flag( "--stats", cl.stats, "Summary figures instead of routes" );
+   json->excludes( stats );
+   c->add_flag_callback(
+         "--no-progress", [ &cl ] { cl.progress = false; }, "No progress bar, even on a terminal" );
+   c->add_option( "FILE", cl.operands, "MRT file, plain, gzip or bzip2; - reads standard input" )
+         ->required()
+         ->type_name( "" );
+   c->callback( [ &cl ] { cl.command = Command::mrt; } );
+}
+
+void addGen( CLI::App& app, CommandLine& cl ) {
+   CLI::App* c =
+         app.add_subcommand( "gen", "Write a synthetic MRT dump (gzip when FILE ends in .gz)." );
+   c->add_option( "--routes", cl.routes, "How many routes" )
+         ->required()
+         ->type_name( "N" )
+         ->check( CLI::Range( U64( 1 ), U64( 1000000000 ) ).description( "" ) );
+   c->add_option( "--seed", cl.seed, "Seed of the pseudo-random choices (1)" )->type_name( "S" );
+   c->add_option( "-o,--output", cl.output, "The file to write" )
+         ->required()
+         ->type_name( "FILE" )
+         ->check( []( const std::string& s ) { return s.empty() ? "wants a file name" : ""; } );
+   c->callback( [ &cl ] { cl.command = Command::gen; } );
+}
+
+// reason(): the parser's message, reworded where it would be vague.
+std::string reason( const CLI::ParseError& e ) {
+   std::string text = e.what();
+   constexpr std::string_view extra = "The following argument was not expected: ";
+   if ( text.starts_with( extra ) ) {
+      std::string arg = text.substr( extra.size() );
+      return ( arg.starts_with( "-" ) ? "unknown option '" : "unexpected argument '" ) + arg + "'";
    }
-   return value;
+   return text;
 }
 
 } // namespace
 
-const char* usageText() {
-   return "usage: bgpcomm decode [--json] HEX...\n"
-          "       bgpcomm mrt [--json | --stats] [--no-progress] FILE...\n"
-          "       bgpcomm gen --routes N [--seed S] -o FILE\n"
-          "HEX is a 4-, 8-, 12- or 20-octet community or a whole community path attribute.\n"
-          "FILE is an MRT file, plain, gzip or bzip2; - reads standard input.\n"
-          "gen writes gzip when FILE ends in .gz.\n";
-}
-
 CommandLine parseCommandLine( int argc, const char* const* argv ) {
    CommandLine cl;
-   if ( argc < 2 )
-      throw UsageError( "no command given" );
-   std::string_view name = argv[ 1 ];
-   if ( name == "help" || name == "--help" || name == "-h" )
-      return cl;
-   if ( name == "decode" ) {
-      cl.command = Command::decode;
-   } else if ( name == "mrt" ) {
-      cl.command = Command::mrt;
-   } else if ( name == "gen" ) {
-      cl.command = Command::gen;
-   } else {
-      throw UsageError( "unknown command '" + std::string( name ) + "'" );
+   CLI::App app( "Decode BGP communities and read MRT routing-table dumps.", "bgpcomm" );
+   app.set_version_flag( "--version", "bgpcomm " BGPCOMM_VERSION );
+   app.require_subcommand( 1 );
+   auto format = std::make_shared<CLI::Formatter>();
+   format->column_width( 26 );
+   format->label( "REQUIRED", "(required)" );
+   format->label( "Excludes", "excludes" );
+   app.formatter( format );
+   addDecode( app, cl );
+   addMrt( app, cl );
+   addGen( app, cl );
+
+   // "help COMMAND" is "COMMAND --help"; a command's name is checked here
+   // so that a typo is not reported as a stray argument.
+   std::vector<std::string> args( argv + 1, argv + argc );
+   if ( !args.empty() && args[ 0 ] == "help" ) {
+      args.erase( args.begin() );
+      args.insert( args.begin() + ( args.empty() ? 0 : 1 ), "--help" );
    }
-   bool haveRoutes = false;
-   bool optionsEnded = false;
-   for ( int i = 2; i < argc; ++i ) {
-      std::string_view arg = argv[ i ];
-      bool isOption = !optionsEnded && arg.size() > 1 && arg[ 0 ] == '-';
-      if ( !isOption ) {
-         cl.operands.emplace_back( arg );
-         continue;
-      }
-      if ( arg == "--" ) {
-         optionsEnded = true;
-         continue;
-      }
-      // An option's value follows it, or is joined with '='.
-      std::string_view value;
-      bool joined = false;
-      if ( size_t eq = arg.find( '=' ); arg.starts_with( "--" ) && eq != arg.npos ) {
-         value = arg.substr( eq + 1 );
-         arg = arg.substr( 0, eq );
-         joined = true;
-      }
-      auto takeValue = [ & ]() -> std::string_view {
-         if ( joined )
-            return value;
-         if ( i + 1 >= argc )
-            throw UsageError( std::string( arg ) + " wants a value" );
-         return argv[ ++i ];
-      };
-      auto flag = [ & ]( bool* target ) {
-         if ( joined )
-            throw UsageError( std::string( arg ) + " takes no value" );
-         *target = true;
-      };
-      Command c = cl.command;
-      if ( arg == "--json" && c != Command::gen ) {
-         flag( &cl.json );
-      } else if ( arg == "--stats" && c == Command::mrt ) {
-         flag( &cl.stats );
-      } else if ( arg == "--no-progress" && c == Command::mrt ) {
-         bool off = false;
-         flag( &off );
-         cl.progress = false;
-      } else if ( arg == "--routes" && c == Command::gen ) {
-         cl.routes = parseCount( arg, takeValue(), 1, 1000000000 );
-         haveRoutes = true;
-      } else if ( arg == "--seed" && c == Command::gen ) {
-         cl.seed = parseCount( arg, takeValue(), 0, UINT64_MAX );
-      } else if ( ( arg == "-o" || arg == "--output" ) && c == Command::gen ) {
-         cl.output = takeValue();
-         if ( cl.output.empty() )
-            throw UsageError( "-o wants a file name" );
-      } else {
-         throw UsageError( "unknown option '" + std::string( arg ) + "' for " +
-                           std::string( name ) );
+   if ( args.empty() )
+      throw UsageError( "no command given", app.help() );
+   auto named = app.get_subcommands( [ & ]( CLI::App* c ) { return c->get_name() == args[ 0 ]; } );
+   if ( named.empty() ) {
+      bool topOption = args[ 0 ] == "-h" || args[ 0 ] == "--help" || args[ 0 ] == "--version";
+      if ( !topOption ) {
+         throw UsageError(
+               ( args[ 0 ].starts_with( "-" ) ? "unknown option '" : "unknown command '" ) +
+                     args[ 0 ] + "'",
+               app.help() );
       }
    }
-   switch ( cl.command ) {
-      case Command::decode:
-         if ( cl.operands.empty() )
-            throw UsageError( "decode wants at least one HEX argument" );
-         break;
-      case Command::mrt:
-         if ( cl.operands.empty() )
-            throw UsageError( "mrt wants at least one FILE" );
-         if ( cl.json && cl.stats )
-            throw UsageError( "--json and --stats exclude each other" );
-         break;
-      case Command::gen:
-         if ( !haveRoutes )
-            throw UsageError( "gen wants --routes N" );
-         if ( cl.output.empty() )
-            throw UsageError( "gen wants -o FILE" );
-         if ( !cl.operands.empty() ) {
-            throw UsageError( "gen takes no operand ('" + cl.operands[ 0 ] + "')" );
-         }
-         break;
-      case Command::help:
-         break;
+
+   // Everything after "--" is an operand. The parser would hand it back to
+   // the top level once the command's operands have one value, so it is
+   // added here.
+   std::vector<std::string> rest;
+   if ( auto mark = std::find( args.begin(), args.end(), "--" ); mark != args.end() ) {
+      rest.assign( mark + 1, args.end() );
+      args.erase( mark, args.end() );
+   }
+   CLI::Option* operands = nullptr;
+   if ( !named.empty() ) {
+      auto positional =
+            named[ 0 ]->get_options( []( const CLI::Option* o ) { return o->get_positional(); } );
+      if ( !positional.empty() ) {
+         operands = positional[ 0 ];
+         operands->required( rest.empty() );
+      }
+   }
+   std::reverse( args.begin(), args.end() );
+   try {
+      app.parse( args );
+   } catch ( const CLI::CallForHelp& ) {
+      cl.command = Command::help;
+      cl.text = app.help();
+   } catch ( const CLI::CallForAllHelp& ) {
+      cl.command = Command::help;
+      cl.text = app.help();
+   } catch ( const CLI::CallForVersion& e ) {
+      cl.command = Command::version;
+      cl.text = std::string( e.what() ) + "\n";
+   } catch ( const CLI::ParseError& e ) {
+      throw UsageError( reason( e ), app.help() );
+   }
+   if ( !rest.empty() && cl.command != Command::help && cl.command != Command::version ) {
+      if ( !operands )
+         throw UsageError( "unexpected argument '" + rest[ 0 ] + "'", app.help() );
+      cl.operands.insert( cl.operands.end(), rest.begin(), rest.end() );
    }
    return cl;
 }

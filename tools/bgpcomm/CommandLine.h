@@ -1,5 +1,6 @@
 // CommandLine.h: the arguments of bgpcomm, checked and sorted out per
-// command; anything a user got wrong is a UsageError with a one-line reason.
+// command; anything a user got wrong is a UsageError with a one-line reason
+// and the usage of the command it was meant for.
 //
 //   CommandLine cl = parseCommandLine( argc, argv ); // throws UsageError
 //   if ( cl.command == Command::mrt ) ... cl.operands are the files
@@ -13,18 +14,24 @@
 
 namespace Bgpcomm {
 
-// UsageError: arguments that do not make a command.
+// UsageError: arguments that do not make a command. what() is one line.
 class UsageError : public std::invalid_argument {
  public:
-   using std::invalid_argument::invalid_argument;
+   UsageError( const std::string& reason, std::string usage )
+         : std::invalid_argument( reason ), usage_( std::move( usage ) ) {}
+   const std::string& usage() const { return usage_; }
+
+ private:
+   std::string usage_;
 };
 
-// Command
-enum class Command { help, decode, mrt, gen };
+// Command: help and version print `text` and exit 0.
+enum class Command { help, version, decode, mrt, gen };
 
 // CommandLine
 struct CommandLine {
    Command command = Command::help;
+   std::string text;                  // help, version: what to print
    bool json = false;                 // decode, mrt
    bool stats = false;                // mrt
    bool progress = true;              // mrt: allowed to draw a bar
@@ -36,8 +43,5 @@ struct CommandLine {
 
 // parseCommandLine(): argv[ 0 ] is the program. Throws UsageError.
 CommandLine parseCommandLine( int argc, const char* const* argv );
-
-// usageText(): the synopsis of every command.
-const char* usageText();
 
 } // namespace Bgpcomm

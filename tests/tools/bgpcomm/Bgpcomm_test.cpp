@@ -50,7 +50,10 @@ TEST( Bgpcomm, MrtExitStatusSaysWhetherEverythingWasRead ) {
 
    Invocation usage = runTool( { "mrt", "--bogus", good } );
    EXPECT_EQ( usage.status, 2 );
-   EXPECT_EQ( usage.err.rfind( "bgpcomm: unknown option '--bogus' for mrt\nusage:", 0 ), 0u );
+   EXPECT_EQ( usage.err.rfind( "bgpcomm: unknown option '--bogus'\nRead MRT dumps", 0 ), 0u );
+   Invocation help = runTool( { "mrt", "--help" } );
+   EXPECT_EQ( help.status, 0 );
+   EXPECT_NE( help.out.find( "Usage: bgpcomm mrt [OPTIONS] FILE...\n" ), std::string::npos );
 
    Invocation cannotWrite =
          runTool( { "gen", "--routes", "5", "-o", testing::TempDir() + "no/such/dir.mrt" } );

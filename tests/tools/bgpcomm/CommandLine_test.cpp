@@ -11,13 +11,14 @@ CommandLine parse( std::vector<const char*> args ) {
    return parseCommandLine( int( args.size() ), args.data() );
 }
 
-std::string usageErrorOf( std::vector<const char*> args ) {
+// The reason and the usage's first line, or "(accepted)".
+std::pair<std::string, std::string> usageErrorOf( std::vector<const char*> args ) {
    try {
       parse( std::move( args ) );
    } catch ( const UsageError& e ) {
-      return e.what();
+      return { e.what(), e.usage().substr( 0, e.usage().find( '\n' ) ) };
    }
-   return "(accepted)";
+   return { "(accepted)", "" };
 }
 
 TEST( CommandLine, EachCommandTakesItsOwnOptions ) {
@@ -38,29 +39,62 @@ TEST( CommandLine, EachCommandTakesItsOwnOptions ) {
    EXPECT_EQ( g.seed, 42u );
    EXPECT_EQ( g.output, "x.mrt.gz" );
    EXPECT_EQ( parse( { "gen", "--routes", "5", "-o", "y" } ).seed, 1u );
+}
 
-   EXPECT_EQ( parse( { "--help" } ).command, Command::help );
+TEST( CommandLine, HelpIsPerCommandAndVersionIsOneLine ) {
+   struct Case {
+      std::vector<const char*> args;
+      const char* firstUsageLine;
+   } cases[] = {
+      { { "--help" }, "Usage: bgpcomm [OPTIONS] SUBCOMMAND" },
+      { { "help" }, "Usage: bgpcomm [OPTIONS] SUBCOMMAND" },
+      { { "mrt", "--help" }, "Usage: bgpcomm mrt [OPTIONS] FILE..." },
+      { { "help", "gen" }, "Usage: bgpcomm gen [OPTIONS]" },
+      { { "decode", "-h", "--bogus" }, "Usage: bgpcomm decode [OPTIONS] HEX..." },
+   };
+   for ( const Case& c : cases ) {
+      CommandLine cl = parse( c.args );
+      EXPECT_EQ( cl.command, Command::help ) << c.firstUsageLine;
+      EXPECT_NE( cl.text.find( std::string( "\n" ) + c.firstUsageLine + "\n" ), std::string::npos )
+            << cl.text;
+   }
+   CommandLine v = parse( { "--version" } );
+   EXPECT_EQ( v.command, Command::version );
+   EXPECT_EQ( v.text, "bgpcomm " BGPCOMM_VERSION "\n" );
 }
 
 TEST( CommandLine, MistakesAreUsageErrorsThatSayWhich ) {
-   EXPECT_EQ( usageErrorOf( {} ), "no command given" );
-   EXPECT_EQ( usageErrorOf( { "show" } ), "unknown command 'show'" );
-   EXPECT_EQ( usageErrorOf( { "decode" } ), "decode wants at least one HEX argument" );
-   EXPECT_EQ( usageErrorOf( { "mrt" } ), "mrt wants at least one FILE" );
-   EXPECT_EQ( usageErrorOf( { "mrt", "--json", "--stats", "f" } ),
-              "--json and --stats exclude each other" );
-   EXPECT_EQ( usageErrorOf( { "mrt", "--routes", "5", "f" } ),
-              "unknown option '--routes' for mrt" );
-   EXPECT_EQ( usageErrorOf( { "mrt", "--json=yes", "f" } ), "--json takes no value" );
-   EXPECT_EQ( usageErrorOf( { "gen", "-o", "f" } ), "gen wants --routes N" );
-   EXPECT_EQ( usageErrorOf( { "gen", "--routes", "10" } ), "gen wants -o FILE" );
-   EXPECT_EQ( usageErrorOf( { "gen", "--routes", "10x", "-o", "f" } ),
-              "--routes wants a whole number from 1 to 1000000000, not '10x'" );
-   EXPECT_EQ( usageErrorOf( { "gen", "--routes", "0", "-o", "f" } ),
-              "--routes wants a whole number from 1 to 1000000000, not '0'" );
-   EXPECT_EQ( usageErrorOf( { "gen", "--routes", "1", "-o" } ), "-o wants a value" );
-   EXPECT_EQ( usageErrorOf( { "gen", "--routes", "1", "-o", "f", "extra" } ),
-              "gen takes no operand ('extra')" );
+   const std::string top = "Decode BGP communities and read MRT routing-table dumps.";
+   const std::string mrt = "Read MRT dumps, intern every route's communities and print them.";
+   const std::string gen = "Write a synthetic MRT dump (gzip when FILE ends in .gz).";
+   struct Case {
+      std::vector<const char*> args;
+      std::string reason;
+      std::string usage; // its first line: which command's usage follows
+   } cases[] = {
+      { {}, "no command given", top },
+      { { "show" }, "unknown command 'show'", top },
+      { { "--bogus" }, "unknown option '--bogus'", top },
+      { { "decode" }, "HEX is required", "Print communities given in hex in every text form." },
+      { { "mrt" }, "FILE is required", mrt },
+      { { "mrt", "--json", "--stats", "f" }, "--json excludes --stats", mrt },
+      { { "mrt", "--routes", "5", "f" }, "unknown option '--routes'", mrt },
+      { { "gen", "-o", "f" }, "--routes is required", gen },
+      { { "gen", "--routes", "10" }, "--output is required", gen },
+      { { "gen", "--routes", "10x", "-o", "f" },
+        "--routes: Value 10x not in range 1 to 1000000000",
+        gen },
+      { { "gen", "--routes", "0", "-o", "f" },
+        "--routes: Value 0 not in range 1 to 1000000000",
+        gen },
+      { { "gen", "--routes", "1", "-o" }, "--output: 1 required FILE missing", gen },
+      { { "gen", "--routes", "1", "-o", "f", "extra" }, "unexpected argument 'extra'", gen },
+   };
+   for ( const Case& c : cases ) {
+      auto [ reason, usage ] = usageErrorOf( c.args );
+      EXPECT_EQ( reason, c.reason );
+      EXPECT_EQ( usage, c.usage ) << c.reason;
+   }
 }
 
 } // namespace

@@ -79,7 +79,7 @@ TEST( DecodeCommand, BadInputIsOneLineNamingTheProblemWithStatus2AndTheRestIsSti
 
    Invocation none = runTool( { "decode" } );
    EXPECT_EQ( none.status, 2 );
-   EXPECT_EQ( none.err.rfind( "bgpcomm: decode wants at least one HEX argument\n", 0 ), 0u );
+   EXPECT_EQ( none.err.rfind( "bgpcomm: HEX is required\n", 0 ), 0u );
 }
 
 } // namespace
