@@ -167,6 +167,7 @@ class ExtCommClassificationLists {
 
    Iterator begin() const noexcept { return lists_.get(); }
    Iterator end() const noexcept { return lists_.get() + count_; }
+   Iterator cbegin() const noexcept { return begin(); }
    Iterator cend() const noexcept { return end(); }
    U8 size() const noexcept { return count_; }
    bool empty() const noexcept { return count_ == 0; }

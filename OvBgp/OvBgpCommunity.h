@@ -2,7 +2,9 @@
 // the raw value, ExtComm the one interned, immutable object per content and
 // table, typed by the parse rules (route target, link bandwidth, ...) and
 // printable in every text form; ExtCommDedupTable is the table that interns
-// them and keeps the set of interned route targets.
+// them and keeps the set of interned route targets. The 20-octet
+// IPv6-address-specific value and its table come with this header too, so
+// that it brings every value kind.
 //
 //   auto table = extCommDedupTableFactory( container->extCommParser() );
 //   ExtComm::PtrConst rt = ExtComm::dedupContent( table.ptr(), ExtCommContent( 0x0002fde800000064 ) );
@@ -17,6 +19,8 @@
 #include "Kel/String.h"
 #include "Kel/Types.h"
 #include "KelStow/DedupHandle.h"
+#include "OvBgp/ExtCommIp6.h"
+#include "OvBgp/ExtCommIp6DedupTable.h"
 #include "OvBgp/OvBgpCommunityPacketTypes.h"
 
 namespace Bex {

@@ -56,13 +56,9 @@ class BgpMaybeU63 {
    // word(): the raw word (negative when unspecified), for hashing and text.
    S64 word() const noexcept { return word_; }
 
-   // valueIs(): sets the number, then checkValue(). A number of 2^63 or more
-   // is beyond every bound.
+   // valueIs(): sets the word, then checkValue(). A word with bit 63 set is
+   // the unspecified state, which checkValue() lets pass.
    void valueIs( U64 number ) {
-      if ( number > U64( std::numeric_limits<S64>::max() ) ) {
-         word_ = unspecifiedWord;
-         throwOutOfBounds();
-      }
       word_ = S64( number );
       checkValue();
    }

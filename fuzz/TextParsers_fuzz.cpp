@@ -1,5 +1,6 @@
 // TextParsers_fuzz.cpp: arbitrary text through the reflective-text parsers and
-// the address, route-target and regular-expression parsers. The first octet
+// the address, route-target and regular-expression parsers, and the
+// community text parsers. The first octet
 // picks the parser, the rest is its text, or for some the octets of a value
 // that is printed first. A parser either gives a value or throws the
 // exceptions it documents (Kel::ParseException, Kel::RangeException or
@@ -18,9 +19,11 @@
 #include "Kel/Exception.h"
 #include "Onet/Ip6Addr.h"
 #include "Onet/IpAddr.h"
+#include "OvBgp/CommunityText.h"
 #include "OvBgp/ExtCommIp6.h"
 #include "OvBgp/ExtCommList.h"
 #include "OvBgp/OvBgpCommunity.h"
+#include "OvBgp/Parse/ExtCommContainer.h"
 #include "OvBgp/RouteTargetPrefix.h"
 #include "Routing/Bgp/RouteTarget.h"
 #include "Routing/RouteMap/PosixRegex.h"
@@ -278,6 +281,82 @@ void regexText( std::string_view text ) {
    }
 }
 
+// The tables the community text parsers intern into, made once.
+struct Tables {
+   BgpParseExtCommContainerSm::Ptr container = bgpParseExtCommContainerSmFactory();
+   ExtCommDedupTable::Ptr values = extCommDedupTableFactory( container->extCommParser() );
+   ExtCommIp6DedupTable::Ptr ip6Values = extCommIp6DedupTableFactory( container->extCommParser() );
+   CommListDedupTable::Ptr lists = commListDedupTableFactory();
+   LargeCommListDedupTable::Ptr largeLists = largeCommListDedupTableFactory();
+   ExtCommListDedupTable::Ptr extLists = extCommListDedupTableFactory();
+   ExtCommIp6ListDedupTable::Ptr ip6Lists = extCommIp6ListDedupTableFactory();
+};
+const Tables& tables() {
+   static const Tables* t = new Tables;
+   return *t;
+}
+
+// Text as every list kind: what reads prints as text that reads back to the
+// same interned list.
+void communityListText( std::string_view text ) {
+   const Tables& t = tables();
+   CommList::PtrConst comms;
+   if ( parseOrReject( [ & ] { comms = commListFromStrep( t.lists.ptr(), text ); } ) ) {
+      FUZZ_CHECK( commListFromStrep( t.lists.ptr(), comms->toStrep() ) == comms );
+   }
+   LargeCommList::PtrConst larges;
+   if ( parseOrReject( [ & ] { larges = largeCommListFromStrep( t.largeLists.ptr(), text ); } ) ) {
+      FUZZ_CHECK( largeCommListFromStrep( t.largeLists.ptr(), larges->toStrep() ) == larges );
+   }
+   ExtCommList::PtrConst exts;
+   if ( parseOrReject(
+              [ & ] { exts = extCommListFromStrep( t.extLists.ptr(), t.values.ptr(), text ); } ) ) {
+      FUZZ_CHECK( extCommListFromStrep( t.extLists.ptr(), t.values.ptr(), exts->toStrep() ) ==
+                  exts );
+   }
+   ExtCommIp6List::PtrConst ip6s;
+   if ( parseOrReject( [ & ] {
+           ip6s = extCommIp6ListFromStrep( t.ip6Lists.ptr(), t.ip6Values.ptr(), text );
+        } ) ) {
+      FUZZ_CHECK( extCommIp6ListFromStrep( t.ip6Lists.ptr(), t.ip6Values.ptr(), ip6s->toStrep() ) ==
+                  ip6s );
+   }
+}
+
+// Text as one value: a value that reads prints every form that reads back
+// to a value printing the same text.
+void communityValueText( std::string_view text ) {
+   const Tables& t = tables();
+   U32 standard = 0;
+   if ( parseOrReject( [ & ] { standard = commValueFromStrep( text ); } ) ) {
+      FUZZ_CHECK( commValueFromStrep( CommList::getStringValue( standard ) ) == standard );
+   }
+   Acl::CommunityValue large;
+   if ( parseOrReject( [ & ] { large = largeCommValueFromStrep( text ); } ) ) {
+      FUZZ_CHECK( largeCommValueFromStrep( LargeCommList::displayString( large, true ) ) == large );
+   }
+   ExtComm::PtrConst ext;
+   if ( parseOrReject( [ & ] { ext = extCommFromStrep( t.values.ptr(), text ); } ) ) {
+      FUZZ_CHECK( extCommFromStrep( t.values.ptr(), ext->toStrep() ) == ext );
+      for ( unsigned flags = 0; flags < 64; ++flags ) {
+         const ExtComm::StrepFormat format( flags );
+         const Kel::String form = ext->toStrepForPolicy( format );
+         ExtComm::PtrConst back;
+         if ( parseOrReject( [ & ] { back = extCommFromStrep( t.values.ptr(), form ); } ) ) {
+            FUZZ_CHECK( back->toStrepForPolicy( format ) == form );
+         } else {
+            FUZZ_CHECK( !format.has( ExtComm::StrepFormat::strepFormatClassification ) );
+         }
+      }
+   }
+   ExtCommIp6::PtrConst ip6;
+   if ( parseOrReject( [ & ] { ip6 = extCommIp6FromStrep( t.ip6Values.ptr(), text ); } ) ) {
+      FUZZ_CHECK( extCommIp6FromStrep( t.ip6Values.ptr(), ip6->toStrep() ) == ip6 );
+      const Kel::String ui = ip6->toStrepForPolicy( ExtCommIp6::StrepFormat( 6u ) );
+      FUZZ_CHECK( extCommIp6FromStrep( t.ip6Values.ptr(), ui ) == ip6 );
+   }
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput( const U8* data, size_t size ) {
@@ -286,7 +365,7 @@ extern "C" int LLVMFuzzerTestOneInput( const U8* data, size_t size ) {
    }
    const std::string_view text( reinterpret_cast<const char*>( data + 1 ),
                                 std::min( size - 1, kMaxText ) );
-   switch ( data[ 0 ] % 12 ) {
+   switch ( data[ 0 ] % 14 ) {
       case 0:
          routeTargetPrefixText( text );
          break;
@@ -322,6 +401,12 @@ extern "C" int LLVMFuzzerTestOneInput( const U8* data, size_t size ) {
          break;
       case 11:
          flagSetText( text );
+         break;
+      case 12:
+         communityValueText( text );
+         break;
+      case 13:
+         communityListText( text );
          break;
    }
    return 0;

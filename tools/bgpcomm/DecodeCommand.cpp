@@ -1,6 +1,7 @@
 #include "tools/bgpcomm/Commands.h"
 
 #include "tools/bgpcomm/CommunityInput.h"
+#include "tools/bgpcomm/CommunityTextInput.h"
 #include "tools/bgpcomm/HexText.h"
 #include "tools/bgpcomm/ListJson.h"
 #include "tools/bgpcomm/ListText.h"
@@ -9,6 +10,8 @@
 #include "tools/bgpcomm/RouteInterner.h"
 #include "tools/bgpcomm/RoutePrinter.h"
 #include "tools/bgpcomm/ValueForms.h"
+
+#include "Kel/Exception.h"
 
 #include <cstring>
 
@@ -166,6 +169,34 @@ void printJson( std::string& t, const std::string& hex, const CommunityInput& in
    t += "\"}\n";
 }
 
+// readOperand(): hex first, as before; what does not read as hex may be a
+// community's text. A failure reports the hex problem when the operand was
+// hex octets (or said "0x"), else the text's.
+bool readOperand( const CommunityTables& tables, const std::string& operand, CommunityInput* in,
+                  std::string* problem ) {
+   try {
+      *in = parseCommunityInput( operand );
+      return true;
+   } catch ( const CommunityInputError& e ) {
+      *problem = e.what();
+   }
+   bool hexOctets = operand.starts_with( "0x" );
+   try {
+      parseHex( operand );
+      hexOctets = true;
+   } catch ( const HexError& ) {
+   }
+   try {
+      *in = communityInputFromText( tables, operand );
+      return true;
+   } catch ( const Kel::ParseException& e ) {
+      if ( !hexOctets ) {
+         *problem = e.what();
+      }
+   }
+   return false;
+}
+
 } // namespace
 
 int runDecode( const CommandLine& cl, std::FILE* out, std::FILE* err ) {
@@ -175,11 +206,10 @@ int runDecode( const CommandLine& cl, std::FILE* out, std::FILE* err ) {
    int status = exitOk;
    for ( const std::string& hex : cl.operands ) {
       CommunityInput in;
-      try {
-         in = parseCommunityInput( hex );
-      } catch ( const CommunityInputError& e ) {
+      std::string problem;
+      if ( !readOperand( tables, hex, &in, &problem ) ) {
          buffer.flush();
-         std::fprintf( err, "bgpcomm: decode '%s': %s\n", hex.c_str(), e.what() );
+         std::fprintf( err, "bgpcomm: decode '%s': %s\n", hex.c_str(), problem.c_str() );
          status = exitUsage;
          continue;
       }

@@ -67,6 +67,30 @@ TEST( DecodeCommand, JsonIsOneObjectPerInputWithTheInternedListsValues ) {
          << ext.out;
 }
 
+TEST( DecodeCommand, TextGivesTheOutputOfTheHexOfItsValues ) {
+   const struct {
+      const char* text;
+      const char* hex;
+   } rows[] = {
+      { "65000:100", "fde80064" },
+      { "4200000000:1:2", "fa56ea000000000100000002" },
+      { "<RouteTarget4ByteASN 65538:3 0x0202000100020003>", "0202000100020003" },
+      { "Route-Target-AS4:65538:3 Link-Bandwidth-AS:65000:8 Gbps",
+        "c0101002020001000200034004fde84e6e6b28" },
+      { "0003-IP6:2001:db8::1:100", "000320010db80000000000000000000000010064" },
+   };
+   for ( const auto& row : rows ) {
+      Invocation text = runTool( { "decode", row.text } );
+      EXPECT_EQ( text.status, 0 ) << text.err;
+      EXPECT_EQ( text.out, runTool( { "decode", row.hex } ).out ) << row.text;
+   }
+   Invocation bad = runTool( { "decode", "65536:1" } );
+   EXPECT_EQ( bad.status, 2 );
+   EXPECT_EQ( bad.err,
+              "bgpcomm: decode '65536:1': standard community list '65536:1': 65536 is beyond "
+              "65535\n" );
+}
+
 TEST( DecodeCommand, BadInputIsOneLineNamingTheProblemWithStatus2AndTheRestIsStillShown ) {
    // The messages themselves are the input parser's; here: one line each, named by input.
    Invocation r = runTool( { "decode", "0x0g", "fde80064", "c00806fde80064fde8" } );
