@@ -13,11 +13,12 @@ namespace {
 // command's callback runs only when that command was given.
 
 void addDecode( CLI::App& app, CommandLine& cl ) {
-   CLI::App* c =
-         app.add_subcommand( "decode", "Print communities given in hex in every text form." );
+   CLI::App* c = app.add_subcommand(
+         "decode", "Print communities given in hex or as text in every text form." );
    c->add_flag( "--json", cl.json, "One JSON object per community" );
    c->add_option( "HEX", cl.operands,
-                  "A 4-, 8-, 12- or 20-octet community, or a whole community path attribute" )
+                  "A 4-, 8-, 12- or 20-octet community, or a whole community path attribute, "
+                  "in hex; or communities as text ('RT:65000:100 SoO:65000:1')" )
          ->required()
          ->type_name( "" );
    c->callback( [ &cl ] { cl.command = Command::decode; } );

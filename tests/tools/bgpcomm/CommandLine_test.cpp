@@ -75,7 +75,7 @@ TEST( CommandLine, MistakesAreUsageErrorsThatSayWhich ) {
       { {}, "no command given", top },
       { { "show" }, "unknown command 'show'", top },
       { { "--bogus" }, "unknown option '--bogus'", top },
-      { { "decode" }, "HEX is required", "Print communities given in hex in every text form." },
+      { { "decode" }, "HEX is required", "Print communities given in hex or as text in every text form." },
       { { "mrt" }, "FILE is required", mrt },
       { { "mrt", "--json", "--stats", "f" }, "--json excludes --stats", mrt },
       { { "mrt", "--routes", "5", "f" }, "unknown option '--routes'", mrt },
