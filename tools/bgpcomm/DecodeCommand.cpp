@@ -13,6 +13,8 @@
 
 #include "Kel/Exception.h"
 
+#include <algorithm>
+#include <cctype>
 #include <cstring>
 
 namespace Bgpcomm {
@@ -169,31 +171,47 @@ void printJson( std::string& t, const std::string& hex, const CommunityInput& in
    t += "\"}\n";
 }
 
-// readOperand(): hex first, as before; what does not read as hex may be a
-// community's text. A failure reports the hex problem when the operand was
+// readOperand(): an unbroken run of hex digits (maybe after "0x") is hex
+// first, as before, then text ("4259840100"); anything with separators is
+// text first ("3257:4532" is a community, not four octets), then hex
+// ("fd:e8:00:64"). A failure reports the hex problem when the operand was
 // hex octets (or said "0x"), else the text's.
 bool readOperand( const CommunityTables& tables, const std::string& operand, CommunityInput* in,
                   std::string* problem ) {
-   try {
-      *in = parseCommunityInput( operand );
+   std::string hexProblem;
+   std::string textProblem;
+   auto hex = [ & ] {
+      try {
+         *in = parseCommunityInput( operand );
+         return true;
+      } catch ( const CommunityInputError& e ) {
+         hexProblem = e.what();
+      }
+      return false;
+   };
+   auto text = [ & ] {
+      try {
+         *in = communityInputFromText( tables, operand );
+         return true;
+      } catch ( const Kel::ParseException& e ) {
+         textProblem = e.what();
+      }
+      return false;
+   };
+   const bool saidHex = operand.starts_with( "0x" );
+   const std::string_view digits = std::string_view( operand ).substr( saidHex ? 2 : 0 );
+   const bool unbroken = std::all_of( digits.begin(), digits.end(),
+                                      []( char c ) { return std::isxdigit( U8( c ) ); } );
+   if ( unbroken ? hex() || text() : text() || hex() ) {
       return true;
-   } catch ( const CommunityInputError& e ) {
-      *problem = e.what();
    }
-   bool hexOctets = operand.starts_with( "0x" );
+   bool hexOctets = saidHex;
    try {
       parseHex( operand );
       hexOctets = true;
    } catch ( const HexError& ) {
    }
-   try {
-      *in = communityInputFromText( tables, operand );
-      return true;
-   } catch ( const Kel::ParseException& e ) {
-      if ( !hexOctets ) {
-         *problem = e.what();
-      }
-   }
+   *problem = hexOctets ? hexProblem : textProblem;
    return false;
 }
 

@@ -73,6 +73,8 @@ TEST( DecodeCommand, TextGivesTheOutputOfTheHexOfItsValues ) {
       const char* hex;
    } rows[] = {
       { "65000:100", "fde80064" },
+      { "3257:4532", "0cb911b4" },   // decimal groups read as text first
+      { "fd:e8:00:64", "fde80064" }, // then as hex
       { "4200000000:1:2", "fa56ea000000000100000002" },
       { "<RouteTarget4ByteASN 65538:3 0x0202000100020003>", "0202000100020003" },
       { "Route-Target-AS4:65538:3 Link-Bandwidth-AS:65000:8 Gbps",
