@@ -33,12 +33,15 @@ struct NlriField {
 // walkNlri(): calls fn( nlri octets ) for each NLRI; returns "" or why the
 // field does not split into whole NLRI.
 template<typename Fn>
-std::string walkNlri( const NlriField& field, bool addPath, std::string* text, Fn fn ) {
+std::string walkNlri( const NlriField& field, bool addPath, std::string* text, U32* pathId,
+                      Fn fn ) {
    std::span<const U8> rest = field.octets;
    while ( !rest.empty() ) {
       if ( addPath ) {
          if ( rest.size() < 4 )
             return "NLRI ends inside a path identifier";
+         if ( pathId )
+            *pathId = loadU32( rest.data() );
          rest = rest.subspan( 4 );
       }
       const char* why = nullptr;
@@ -58,10 +61,15 @@ std::string walkNlri( const NlriField& field, bool addPath, std::string* text, F
 std::string Bgp4mpDecoder::decode( const MrtRecord& record ) {
    bool as4 = false;
    bool addPath = false;
+   bool state = false;
    switch ( record.subtype ) {
       case stateChange:
+         state = true;
+         break;
       case stateChangeAs4:
-         return std::string(); // session events carry no routes
+         state = true;
+         as4 = true;
+         break;
       case message:
       case messageLocal:
          break;
@@ -83,9 +91,12 @@ std::string Bgp4mpDecoder::decode( const MrtRecord& record ) {
    }
 
    WireCursor c( record.body );
-   if ( record.type == mrtBgp4mpEt && !c.skip( 4 ) ) {
+   U32 microseconds = 0;
+   if ( record.type == mrtBgp4mpEt && !c.u32( &microseconds ) ) {
       return "BGP4MP_ET record ends inside its microseconds";
    }
+   MrtRecordStamp stamp( record.offset, record.type, record.subtype, record.timestamp,
+                         microseconds );
    U32 peerAs = 0;
    U16 as2, afi;
    bool asOk = as4 ? c.u32( &peerAs ) && c.skip( 4 ) : c.u16( &as2 ) && c.skip( 2 );
@@ -99,6 +110,19 @@ std::string Bgp4mpDecoder::decode( const MrtRecord& record ) {
    std::span<const U8> peerAddress;
    if ( !c.bytes( afi == afiIpv4 ? 4 : 16, &peerAddress ) || !c.skip( peerAddress.size() ) ) {
       return "BGP4MP header cut short";
+   }
+   peer_.clear();
+   appendAddress( peer_, peerAddress );
+
+   if ( state ) {
+      MrtStateChange change;
+      if ( !c.u16( &change.oldState ) || !c.u16( &change.newState ) )
+         return "BGP4MP state change cut short";
+      change.stamp = stamp;
+      change.peer = peer_;
+      change.peerAs = peerAs;
+      ctx_.emitStateChange( change );
+      return std::string();
    }
 
    // The BGP message: header, then for an UPDATE the withdrawn routes, the
@@ -121,8 +145,8 @@ std::string Bgp4mpDecoder::decode( const MrtRecord& record ) {
 
    WireCursor u( update );
    U16 withdrawnLength, attrLength;
-   std::span<const U8> attrs;
-   if ( !u.u16( &withdrawnLength ) || !u.skip( withdrawnLength ) ) {
+   std::span<const U8> withdrawn, attrs;
+   if ( !u.u16( &withdrawnLength ) || !u.bytes( withdrawnLength, &withdrawn ) ) {
       return "UPDATE withdrawn routes run past the message";
    }
    if ( !u.u16( &attrLength ) || !u.bytes( attrLength, &attrs ) ) {
@@ -133,7 +157,9 @@ std::string Bgp4mpDecoder::decode( const MrtRecord& record ) {
       return "UPDATE " + bad;
 
    NlriField plain{ afiIpv4, safiUnicast, u.rest() };
+   NlriField plainWithdrawn{ afiIpv4, safiUnicast, withdrawn };
    NlriField reach;
+   NlriField unreach;
    // MP_REACH_NLRI: AFI, SAFI, next hop, a reserved octet, NLRI. The short
    // form table dumps use (next hop only) announces nothing here.
    std::span<const U8> mp = scan_.mpReach;
@@ -147,43 +173,75 @@ std::string Bgp4mpDecoder::decode( const MrtRecord& record ) {
       }
       reach.octets = m.rest();
    }
+   // MP_UNREACH_NLRI: AFI, SAFI, withdrawn NLRI.
+   if ( !scan_.mpUnreach.empty() ) {
+      WireCursor m( scan_.mpUnreach );
+      if ( !m.u16( &unreach.afi ) || !m.u8( &unreach.safi ) )
+         return "MP_UNREACH_NLRI header cut short";
+      unreach.octets = m.rest();
+   }
 
    // Check that every NLRI splits before emitting any, so that a bad record
    // yields nothing rather than part of its routes.
    auto nothing = [] {
    };
-   bad = walkNlri( plain, addPath, nullptr, nothing );
+   bad = walkNlri( plainWithdrawn, addPath, nullptr, nullptr, nothing );
+   if ( !bad.empty() )
+      return "UPDATE withdrawn routes: " + bad;
+   bad = walkNlri( plain, addPath, nullptr, nullptr, nothing );
    if ( !bad.empty() )
       return "UPDATE NLRI: " + bad;
-   bool reachUsable = true;
-   if ( !reach.octets.empty() ) {
-      bad = walkNlri( reach, addPath, nullptr, nothing );
-      if ( !bad.empty() ) {
-         std::string where = "MP_REACH_NLRI (AFI " + std::to_string( reach.afi ) + ", SAFI " +
-                             std::to_string( reach.safi ) + "): " + bad;
-         if ( nlriLayoutKnown( reach.afi, reach.safi ) )
-            return where;
-         // A family we cannot split is reported; the rest of the message still counts.
+   // A family we cannot split is reported; the rest of the message still counts.
+   auto usable = [ & ]( const NlriField& field, const char* name, std::string* fatal ) {
+      if ( field.octets.empty() )
+         return false;
+      std::string why = walkNlri( field, addPath, nullptr, nullptr, nothing );
+      if ( why.empty() )
+         return true;
+      std::string where = std::string( name ) + " (AFI " + std::to_string( field.afi ) + ", SAFI " +
+                          std::to_string( field.safi ) + "): " + why;
+      if ( nlriLayoutKnown( field.afi, field.safi ) ) {
+         *fatal = where;
+      } else {
          ctx_.report( record.offset, where + "; its routes are skipped", false );
-         reachUsable = false;
       }
-   }
+      return false;
+   };
+   bool reachUsable = usable( reach, "MP_REACH_NLRI", &bad );
+   bool unreachUsable = bad.empty() && usable( unreach, "MP_UNREACH_NLRI", &bad );
+   if ( !bad.empty() )
+      return bad;
 
    ctx_.reportIssues( record.offset, scan_ );
-   peer_.clear();
-   appendAddress( peer_, peerAddress );
    MrtRoute route;
    route.recordOffset = record.offset;
    route.peer = peer_;
    route.peerAs = peerAs;
+   route.stamp = stamp;
+   route.hasPathId = addPath;
+   route.as4 = as4;
+   auto walk = [ & ]( const NlriField& field, auto emit ) {
+      route.afi = field.afi;
+      walkNlri( field, addPath, &prefix_, &route.pathId, [ & ] {
+         route.prefix = prefix_;
+         emit();
+      } );
+   };
+   // Withdrawals first, as the message lists them first.
+   auto withdraw = [ & ] {
+      ctx_.emitWithdrawal( route );
+   };
+   walk( plainWithdrawn, withdraw );
+   if ( unreachUsable )
+      walk( unreach, withdraw );
+   route.attributes = attrs;
    route.communities = scan_.communities;
-   auto emit = [ & ] {
-      route.prefix = prefix_;
+   auto announce = [ & ] {
       ctx_.emit( route );
    };
-   walkNlri( plain, addPath, &prefix_, emit );
+   walk( plain, announce );
    if ( reachUsable )
-      walkNlri( reach, addPath, &prefix_, emit );
+      walk( reach, announce );
    return std::string();
 }
 

@@ -1,5 +1,7 @@
 #include "tools/bgpcomm/CommandLine.h"
 
+#include "tools/bgpcomm/RouteFilter.h"
+
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
@@ -29,7 +31,24 @@ void addMrt( CLI::App& app, CommandLine& cl ) {
          "mrt", "Read MRT dumps, intern every route's communities and print them." );
    CLI::Option* json = c->add_flag( "--json", cl.json, "One JSON object per route" );
    CLI::Option* stats = c->add_flag( "--stats", cl.stats, "Summary figures instead of routes" );
+   CLI::Option* bgpdump =
+         c->add_flag( "--bgpdump", cl.bgpdump, "The lines `bgpdump -m -l` prints, entry by entry" );
    json->excludes( stats );
+   bgpdump->excludes( json );
+   bgpdump->excludes( stats );
+   auto check = []( std::string ( *reason )( const std::string& ) ) {
+      return CLI::Validator( reason, "" );
+   };
+   c->add_option( "--peer", cl.peers,
+                  "Only routes from this peer address or AS number (repeatable)" )
+         ->type_name( "PEER" )
+         ->expected( 1 )
+         ->check( check( RouteFilter::peerReason ) );
+   c->add_option( "--prefix", cl.prefixes,
+                  "Only routes equal to or more specific than PREFIX (repeatable)" )
+         ->type_name( "PREFIX" )
+         ->expected( 1 )
+         ->check( check( RouteFilter::prefixReason ) );
    c->add_flag_callback(
          "--no-progress", [ &cl ] { cl.progress = false; }, "No progress bar, even on a terminal" );
    c->add_option( "FILE", cl.operands, "MRT file, plain, gzip or bzip2; - reads standard input" )

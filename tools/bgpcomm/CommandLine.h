@@ -34,6 +34,9 @@ struct CommandLine {
    std::string text;                  // help, version: what to print
    bool json = false;                 // decode, mrt
    bool stats = false;                // mrt
+   bool bgpdump = false;              // mrt: the lines of `bgpdump -m -l`
+   std::vector<std::string> peers;    // mrt: addresses or AS numbers
+   std::vector<std::string> prefixes; // mrt: routes within these
    bool progress = true;              // mrt: allowed to draw a bar
    std::vector<std::string> operands; // decode: hex; mrt: files
    U64 routes = 0;                    // gen

@@ -26,14 +26,14 @@ namespace {
 // Decoded: one operand's list through the library: its text, its values
 // with their forms, and the attribute the library writes for it.
 struct Decoded {
-   std::string text;                           // the list's text (as mrt prints it)
-   std::vector<std::string> uiTexts;           // extended only: each value's UI form
-   std::vector<std::string> jsonValues;        // each value as JSON
-   std::vector<std::vector<ValueForm>> forms;  // each value's forms
-   std::string wire;                           // the path attribute, header included
+   std::string text;                          // the list's text (as mrt prints it)
+   std::vector<std::string> uiTexts;          // extended only: each value's UI form
+   std::vector<std::string> jsonValues;       // each value as JSON
+   std::vector<std::vector<ValueForm>> forms; // each value's forms
+   std::string wire;                          // the path attribute, header included
 };
 
-template <class List>
+template<class List>
 void describeMembers( const List& list, Decoded* d ) {
    for ( const auto& member : list.commVector() ) {
       std::string json;
@@ -43,7 +43,7 @@ void describeMembers( const List& list, Decoded* d ) {
    }
 }
 
-template <class Values>
+template<class Values>
 void describeValues( const Values& values, Decoded* d ) {
    for ( const auto& v : values ) {
       std::string json;

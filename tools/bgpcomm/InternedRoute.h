@@ -46,6 +46,9 @@ class InternedRouteSink {
    virtual void route( const MrtRoute& route, const InternedRoute& lists ) = 0;
    // problem()
    virtual void problem( const MrtProblem& problem ) = 0;
+   // withdrawal() / stateChange(): passed on as the reader gave them.
+   virtual void withdrawal( const MrtRoute& ) {}
+   virtual void stateChange( const MrtStateChange& ) {}
 };
 
 } // namespace Bgpcomm

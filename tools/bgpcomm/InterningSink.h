@@ -22,6 +22,8 @@ class InterningSink : public MrtRouteSink {
       next_.route( route, lists_ );
    }
    void problem( const MrtProblem& problem ) override { next_.problem( problem ); }
+   void withdrawal( const MrtRoute& route ) override { next_.withdrawal( route ); }
+   void stateChange( const MrtStateChange& change ) override { next_.stateChange( change ); }
 
  private:
    RouteInterner interner_;

@@ -11,7 +11,7 @@ using namespace Routing::Bgp;
 
 namespace {
 
-template <class Values>
+template<class Values>
 void appendArray( std::string& out, const Values& values ) {
    out += '[';
    bool first = true;

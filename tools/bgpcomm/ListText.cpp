@@ -12,7 +12,7 @@ constexpr ExtCommIp6::StrepFormat extCommIp6Ui =
       ExtCommIp6::strepFormatClassification | ExtCommIp6::strepFormatUI;
 
 // joined(): each member through format into buffer, one space apart.
-template <class Members, class Format>
+template<class Members, class Format>
 void joined( OvFmt::DynamicBufferInterface& buffer, const Members& members, Format&& format ) {
    buffer.clear();
    bool first = true;

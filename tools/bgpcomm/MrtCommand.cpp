@@ -1,10 +1,12 @@
 #include "tools/bgpcomm/Commands.h"
 
+#include "tools/bgpcomm/BgpdumpLine.h"
 #include "tools/bgpcomm/ByteSource.h"
 #include "tools/bgpcomm/InterningSink.h"
 #include "tools/bgpcomm/MrtReader.h"
 #include "tools/bgpcomm/MrtStats.h"
 #include "tools/bgpcomm/ProgressBar.h"
+#include "tools/bgpcomm/RouteFilter.h"
 #include "tools/bgpcomm/RoutePrinter.h"
 
 #include <sys/stat.h>
@@ -14,23 +16,42 @@ namespace Bgpcomm {
 
 namespace {
 
-// CommandSink: interned routes to the printer or the statistics, problems
-// to the error stream as "file: record at offset N: reason".
+// CommandSink: interned routes to the printer, the bgpdump lines or the
+// statistics, problems to the error stream as "file: record at offset N:
+// reason". Withdrawals and state changes show only as bgpdump lines.
 class CommandSink : public InternedRouteSink {
  public:
-   CommandSink( const CommunityTables& tables, OutputBuffer& out, std::FILE* err, bool json,
-                bool stats )
+   CommandSink( const CommunityTables& tables, OutputBuffer& out, std::FILE* err,
+                const CommandLine& cl )
          : out_( out ),
            err_( err ),
-           printer_( out, json ? RoutePrinter::Format::json : RoutePrinter::Format::lines ),
-           statsWanted_( stats ),
+           printer_( out, cl.json ? RoutePrinter::Format::json : RoutePrinter::Format::lines ),
+           statsWanted_( cl.stats ),
+           bgpdump_( cl.bgpdump ),
            stats_( tables ) {}
 
    void route( const MrtRoute& route, const InternedRoute& lists ) override {
       if ( statsWanted_ ) {
          stats_.add( route, lists );
+      } else if ( bgpdump_ ) {
+         line_.appendRoute( out_.text(), route );
+         out_.flushIfFull();
       } else {
          printer_.print( route, lists );
+      }
+   }
+
+   void withdrawal( const MrtRoute& route ) override {
+      if ( bgpdump_ ) {
+         line_.appendWithdrawal( out_.text(), route );
+         out_.flushIfFull();
+      }
+   }
+
+   void stateChange( const MrtStateChange& change ) override {
+      if ( bgpdump_ ) {
+         line_.appendStateChange( out_.text(), change );
+         out_.flushIfFull();
       }
    }
 
@@ -48,6 +69,8 @@ class CommandSink : public InternedRouteSink {
    std::FILE* err_;
    RoutePrinter printer_;
    bool statsWanted_;
+   bool bgpdump_;
+   BgpdumpLine line_;
    MrtStats stats_;
 };
 
@@ -61,9 +84,12 @@ U64 fileSize( const std::string& path ) {
 int runMrt( const CommandLine& cl, std::FILE* out, std::FILE* err ) {
    OutputBuffer buffer( out );
    CommunityTables tables;
-   CommandSink sink( tables, buffer, err, cl.json, cl.stats );
+   CommandSink sink( tables, buffer, err, cl );
    InterningSink interning( tables, sink );
-   MrtReader reader( interning );
+   RouteFilter filter( cl.peers, cl.prefixes ); // checked when the command line was read
+   FilteringSink filtering( filter, interning );
+   MrtRouteSink& first = filter.empty() ? static_cast<MrtRouteSink&>( interning ) : filtering;
+   MrtReader reader( first );
    int status = exitOk;
    for ( const std::string& path : cl.operands ) {
       std::optional<ProgressBar> bar;

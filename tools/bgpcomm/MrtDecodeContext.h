@@ -34,6 +34,10 @@ class MrtDecodeContext {
       sink_.route( route );
    }
 
+   // emitWithdrawal() / emitStateChange(): not counted as routes.
+   void emitWithdrawal( const MrtRoute& route ) { sink_.withdrawal( route ); }
+   void emitStateChange( const MrtStateChange& change ) { sink_.stateChange( change ); }
+
    U64 routes() const { return routes_; }
    U64 problems() const { return problems_; }
 

@@ -17,7 +17,7 @@ namespace Bgpcomm {
 
 // MRT type codes the tool knows.
 enum MrtType : U16 {
-   mrtTableDump = 11,
+   mrtTableDump = 12,
    mrtTableDumpV2 = 13,
    mrtBgp4mp = 16,
    mrtBgp4mpEt = 17,

@@ -22,13 +22,13 @@ void appendRatio( std::string& out, U64 num, U64 den ) {
 }
 
 // vectorBytes(): what a vector's storage takes, used or not.
-template <class T>
+template<class T>
 U64 vectorBytes( const std::vector<T>& v ) {
    return U64( v.capacity() ) * sizeof( T );
 }
 
 // forEachMember(): every member of an interning set, as its concrete type.
-template <class T, class Fn>
+template<class T, class Fn>
 void forEachMember( const Bex::DedupHashTable::Ptr& table, Fn&& fn ) {
    table->forEach( [ & ]( const Bex::DedupHandle* h ) { fn( *static_cast<const T*>( h ) ); } );
 }
@@ -77,12 +77,12 @@ KindFigures MrtStats::figures( CommunityKind kind ) const {
       }
       case CommunityKind::large: {
          std::set<Acl::CommunityValue> values;
-         forEachMember<LargeCommList>( tables_.largeCommList()->dedupTable(),
-                                       [ & ]( const LargeCommList& l ) {
-            ++f.distinctLists;
-            f.internedBytes += sizeof( LargeCommList ) + vectorBytes( *l.commVectorRawPtr() );
-            values.insert( l.commVectorRawPtr()->begin(), l.commVectorRawPtr()->end() );
-         } );
+         forEachMember<LargeCommList>(
+               tables_.largeCommList()->dedupTable(), [ & ]( const LargeCommList& l ) {
+                  ++f.distinctLists;
+                  f.internedBytes += sizeof( LargeCommList ) + vectorBytes( *l.commVectorRawPtr() );
+                  values.insert( l.commVectorRawPtr()->begin(), l.commVectorRawPtr()->end() );
+               } );
          f.distinctValues = values.size();
          break;
       }

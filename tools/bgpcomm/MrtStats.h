@@ -20,12 +20,12 @@ namespace Bgpcomm {
 
 // KindFigures: what one community kind came to.
 struct KindFigures {
-   U64 attributes = 0;     // routes carrying the kind
-   U64 values = 0;         // values in those attributes, repeats included
-   U64 octets = 0;         // attribute value octets read
+   U64 attributes = 0; // routes carrying the kind
+   U64 values = 0;     // values in those attributes, repeats included
+   U64 octets = 0;     // attribute value octets read
    size_t distinctValues = 0;
    size_t distinctLists = 0;
-   U64 internedBytes = 0;  // held by the interned lists (and values) of the kind
+   U64 internedBytes = 0; // held by the interned lists (and values) of the kind
 };
 
 // MrtStats

@@ -34,7 +34,7 @@ std::string AttributeIssue::text() const {
 
 std::string scanPathAttributes( std::span<const U8> block, PathAttributeScan* scan ) {
    *scan = PathAttributeScan();
-   U8 seen = 0; // bit per community kind; MP_REACH_NLRI is bit 7
+   U8 seen = 0; // bit per community kind; MP_REACH_NLRI is bit 7, MP_UNREACH_NLRI bit 6
    const U8* p = block.data();
    size_t left = block.size();
    while ( left > 0 ) {
@@ -69,6 +69,9 @@ std::string scanPathAttributes( std::span<const U8> block, PathAttributeScan* sc
       } else if ( type == pathAttrMpReachNlri && !( seen & 0x80 ) ) {
          seen |= 0x80;
          scan->mpReach = value;
+      } else if ( type == pathAttrMpUnreachNlri && !( seen & 0x40 ) ) {
+         seen |= 0x40;
+         scan->mpUnreach = value;
       }
       p += header + length;
       left -= header + length;

@@ -18,6 +18,7 @@ namespace Bgpcomm {
 // Attribute type codes other than the communities that the reader looks at.
 enum PathAttrType : U8 {
    pathAttrMpReachNlri = 14,
+   pathAttrMpUnreachNlri = 15,
 };
 
 // AttributeIssue: a community attribute left out of the route, and why.
@@ -36,7 +37,8 @@ struct PathAttributeScan {
    static constexpr size_t maxIssues = 8;
 
    std::array<std::span<const U8>, communityKindCount> communities;
-   std::span<const U8> mpReach; // value octets of the first MP_REACH_NLRI
+   std::span<const U8> mpReach;   // value octets of the first MP_REACH_NLRI
+   std::span<const U8> mpUnreach; // and of the first MP_UNREACH_NLRI
    std::array<AttributeIssue, maxIssues> issues;
    U8 issueCount = 0;
 };

@@ -11,7 +11,7 @@ using namespace Routing::Bgp;
 
 namespace {
 
-template <class T>
+template<class T>
 void sortUnique( std::vector<T>& values ) {
    std::sort( values.begin(), values.end() );
    values.erase( std::unique( values.begin(), values.end() ), values.end() );
@@ -19,7 +19,7 @@ void sortUnique( std::vector<T>& values ) {
 
 // keepIfNew(): a list that dedup() entered into its table (rather than
 // one found there) is kept, so that it stays for the next route.
-template <class List>
+template<class List>
 void keepIfNew( std::vector<typename List::PtrConst>& kept, const typename List::PtrConst& interned,
                 const List* built ) {
    if ( interned.ptr() == built )
@@ -103,8 +103,8 @@ LargeCommList::PtrConst RouteInterner::largeCommunities( std::span<const U8> oct
       large_.emplace_back( loadU32( p ), loadU32( p + 4 ), loadU32( p + 8 ) );
    }
    sortUnique( large_ );
-   LargeCommList::PtrConst found = LargeCommList::lookupByContent(
-         tables_.largeCommList(), LargeCommListContent( large_ ) );
+   LargeCommList::PtrConst found =
+         LargeCommList::lookupByContent( tables_.largeCommList(), LargeCommListContent( large_ ) );
    if ( found )
       return found;
    ++listsBuilt_;

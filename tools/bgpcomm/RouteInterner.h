@@ -38,7 +38,7 @@ class RouteInterner {
    // RecentLists<List>: extended lists have no lookup by content, so the
    // last list interned for each hash of sorted contents is kept here and
    // checked member by member.
-   template <class List>
+   template<class List>
    struct RecentLists {
       static constexpr size_t slots = 4096;
       std::vector<typename List::PtrConst> slot = std::vector<typename List::PtrConst>( slots );

@@ -45,6 +45,10 @@ std::string TableDumpDecoder::decode( const MrtRecord& record ) {
    route.prefix = prefix_;
    route.peer = peer_;
    route.peerAs = peerAs;
+   route.stamp = MrtRecordStamp( record.offset, record.type, record.subtype, record.timestamp );
+   route.as4 = false;
+   route.afi = afi;
+   route.attributes = attrs;
    route.communities = scan_.communities;
    ctx_.emit( route );
    return std::string();

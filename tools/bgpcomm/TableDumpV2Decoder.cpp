@@ -58,6 +58,8 @@ std::string TableDumpV2Decoder::decode( const MrtRecord& record ) {
    }
    if ( !havePeerTable_ )
       return "RIB record before any PEER_INDEX_TABLE";
+   addPath_ = addPath || record.subtype == ribGenericAddPath;
+   afi_ = afi;
    if ( record.subtype == ribGeneric || record.subtype == ribGenericAddPath ) {
       return decodeGeneric( record, record.subtype == ribGenericAddPath );
    }
@@ -108,11 +110,13 @@ std::string TableDumpV2Decoder::readEntries( WireCursor& c, bool addPath ) {
       Entry& e = entries_[ i ];
       U16 attrLength;
       std::span<const U8> attrs;
-      if ( !c.u16( &e.peerIndex ) || !c.skip( addPath ? 8 : 4 ) || !c.u16( &attrLength ) ||
-           !c.bytes( attrLength, &attrs ) ) {
+      e.pathId = 0;
+      if ( !c.u16( &e.peerIndex ) || !c.skip( 4 ) || ( addPath && !c.u32( &e.pathId ) ) ||
+           !c.u16( &attrLength ) || !c.bytes( attrLength, &attrs ) ) {
          return "RIB entry " + std::to_string( i ) + " of " + std::to_string( count ) +
                 " runs past the end of the record";
       }
+      e.attributes = attrs;
       std::string bad = scanPathAttributes( attrs, &e.scan );
       if ( !bad.empty() )
          return "RIB entry " + std::to_string( i ) + ": " + bad;
@@ -162,7 +166,9 @@ std::string TableDumpV2Decoder::readGeneric( const MrtRecord& record, bool nlriP
    U8 safi;
    if ( !c.skip( 4 ) || !c.u16( &afi ) || !c.u8( &safi ) )
       return "RIB_GENERIC header cut short";
-   if ( nlriPathId && !c.skip( 4 ) )
+   afi_ = afi;
+   U32 pathId = 0;
+   if ( nlriPathId && !c.u32( &pathId ) )
       return "RIB_GENERIC header cut short";
    const char* why = nullptr;
    prefix_.clear();
@@ -172,13 +178,19 @@ std::string TableDumpV2Decoder::readGeneric( const MrtRecord& record, bool nlriP
              "): " + why;
    }
    c.skip( used );
-   return readEntries( c, entryPathId );
+   std::string bad = readEntries( c, entryPathId );
+   for ( size_t i = 0; nlriPathId && i < entryCount_; ++i )
+      entries_[ i ].pathId = pathId;
+   return bad;
 }
 
 void TableDumpV2Decoder::emitEntries( const MrtRecord& record ) {
    MrtRoute route;
    route.recordOffset = record.offset;
    route.prefix = prefix_;
+   route.stamp = MrtRecordStamp( record.offset, record.type, record.subtype, record.timestamp );
+   route.hasPathId = addPath_;
+   route.afi = afi_;
    for ( size_t i = 0; i < entryCount_; ++i ) {
       const Entry& e = entries_[ i ];
       if ( e.peerIndex >= peers_.size() ) {
@@ -193,6 +205,8 @@ void TableDumpV2Decoder::emitEntries( const MrtRecord& record ) {
       const Peer& peer = peers_[ e.peerIndex ];
       route.peer = peer.address;
       route.peerAs = peer.as;
+      route.pathId = e.pathId;
+      route.attributes = e.attributes;
       route.communities = e.scan.communities;
       ctx_.emit( route );
    }

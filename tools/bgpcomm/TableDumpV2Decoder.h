@@ -31,6 +31,8 @@ class TableDumpV2Decoder {
    };
    struct Entry {
       U16 peerIndex = 0;
+      U32 pathId = 0;
+      std::span<const U8> attributes;
       PathAttributeScan scan;
    };
 
@@ -39,6 +41,8 @@ class TableDumpV2Decoder {
    std::string decodeGeneric( const MrtRecord& record, bool addPath );
    std::string readGeneric( const MrtRecord& record, bool nlriPathId, bool entryPathId );
    std::string readEntries( WireCursor& cursor, bool addPath );
+   bool addPath_ = false; // of the record being read
+   U16 afi_ = 0;
    void emitEntries( const MrtRecord& record );
 
    MrtDecodeContext& ctx_;

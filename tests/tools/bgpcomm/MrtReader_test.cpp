@@ -290,7 +290,7 @@ TEST( MrtReader, Bgp4mpUpdatesGiveOneRoutePerAnnouncedPrefix ) {
    addBgp4mp( b, 16, 4, 65030, peerA, 2, update( hexOctets( "18 0a0500" ), {}, {} ) );
    addBgp4mp( b, 16, 4, 65030, peerA, 4, {} );
    b.beginRecord( 1700000000, 16, 5 );
-   b.u32( 0 );
+   b.bytes( hexOctets( "0000fdea 0000fde8 0000 0001 c0000201 c0000202 0005 0006" ) );
    b.endRecord();
    // An NLRI that runs past the message: the record goes, reading goes on.
    size_t badAt = b.size();
@@ -316,7 +316,7 @@ TEST( MrtReader, FirstVersionTableDumpsGiveOneRoutePerRecord ) {
    MrtRecordBuilder b;
    auto add = [ & ]( U16 subtype, const Octets& prefix, U8 bits, const Octets& peer, U16 as,
                      const Octets& attrs ) {
-      b.beginRecord( 1000000000, 11, subtype );
+      b.beginRecord( 1000000000, 12, subtype );
       b.u16( 0 ); // view
       b.u16( 7 ); // sequence
       b.bytes( prefix );
