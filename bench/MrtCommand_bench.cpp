@@ -1,7 +1,8 @@
-// bench/MrtCommand_bench.cpp: `bgpcomm mrt FILE > /dev/null` against
-// `bgpdump -m -l FILE > /dev/null` on one generated table dump of a million
-// routes (bgpcomm gen --routes 1000000 --seed 1, written once into this
-// build's bench directory). Both print a line per route. Each program runs as
+// bench/MrtCommand_bench.cpp: `bgpcomm mrt --bgpdump FILE` against
+// `bgpdump -m -l FILE`, each writing its lines to a file that must come out
+// identical, and `bgpcomm mrt FILE > /dev/null` (its own line per route), on
+// one generated table dump of a million routes (bgpcomm gen --routes 1000000
+// --seed 1, written once into this build's bench directory). Each program runs as
 // its own process; the time is the child's elapsed time, and wait4() gives
 // its CPU time and peak resident memory. `bgpcomm mrt --stats` runs too, for
 // its interning ratio and bytes per route. After the table, the ratios of the
@@ -143,6 +144,26 @@ const std::string& dumpFile() {
 }
 
 std::string scratchOutput() { return dumpFile() + ".out"; }
+std::string bgpdumpOutput() { return dumpFile() + ".bgpdump.out"; }
+std::string bgpcommLinesOutput() { return dumpFile() + ".bgpcomm.out"; }
+
+// sameFiles(): whether two files hold the same octets.
+bool sameFiles( const std::string& a, const std::string& b ) {
+   std::ifstream x( a, std::ios::binary ), y( b, std::ios::binary );
+   if ( !x || !y )
+      return false;
+   std::vector<char> bx( 1 << 16 ), by( 1 << 16 );
+   for ( ;; ) {
+      x.read( bx.data(), std::streamsize( bx.size() ) );
+      y.read( by.data(), std::streamsize( by.size() ) );
+      if ( x.gcount() != y.gcount() ||
+           !std::equal( bx.begin(), bx.begin() + x.gcount(), by.begin() ) ) {
+         return false;
+      }
+      if ( x.gcount() == 0 )
+         return true;
+   }
+}
 
 void runProgram( benchmark::State& state, const char* name, std::vector<std::string> argv,
                  const std::string& outPath ) {
@@ -165,12 +186,18 @@ void BM_BgpcommMrt( benchmark::State& state ) {
                { selfPath(), asBgpcomm, "mrt", "--no-progress", dumpFile() }, "/dev/null" );
 }
 
+void BM_BgpcommMrtBgpdump( benchmark::State& state ) {
+   runProgram( state, "BM_BgpcommMrtBgpdump",
+               { selfPath(), asBgpcomm, "mrt", "--bgpdump", "--no-progress", dumpFile() },
+               bgpcommLinesOutput() );
+}
+
 void BM_BgpdumpMl( benchmark::State& state ) {
    if ( !haveBgpdump() ) {
       state.SkipWithError( "bgpdump is not installed (apt-get install bgpdump)" );
       return;
    }
-   runProgram( state, "BM_BgpdumpMl", { "bgpdump", "-m", "-l", dumpFile() }, "/dev/null" );
+   runProgram( state, "BM_BgpdumpMl", { "bgpdump", "-m", "-l", dumpFile() }, bgpdumpOutput() );
 }
 
 void BM_BgpcommMrtStats( benchmark::State& state ) {
@@ -181,6 +208,11 @@ void BM_BgpcommMrtStats( benchmark::State& state ) {
 
 // A run takes seconds: one iteration each, the best of three for the ratio.
 BENCHMARK( BM_BgpcommMrt )
+      ->UseManualTime()
+      ->Unit( benchmark::kMillisecond )
+      ->Iterations( 1 )
+      ->Repetitions( 3 );
+BENCHMARK( BM_BgpcommMrtBgpdump )
       ->UseManualTime()
       ->Unit( benchmark::kMillisecond )
       ->Iterations( 1 )
@@ -208,8 +240,20 @@ std::string statsLine( const std::string& name ) {
 
 // printFigures(): the ratios of this run, from each program's best run.
 void printFigures() {
+   auto lines = best.find( "BM_BgpcommMrtBgpdump" ), theirs = best.find( "BM_BgpdumpMl" );
+   if ( lines != best.end() && theirs != best.end() && theirs->second.wallSeconds > 0 ) {
+      const char* what = "bgpcomm mrt --bgpdump / bgpdump -m -l";
+      bool same = sameFiles( bgpcommLinesOutput(), bgpdumpOutput() );
+      double ratio = lines->second.wallSeconds / theirs->second.wallSeconds;
+      std::printf( "output of bgpcomm mrt --bgpdump and bgpdump -m -l: %s\n",
+                   same ? "identical" : "DIFFERENT" );
+      std::printf( "ratio %s: %.3f (target <= 0.10)%s\n", what, ratio,
+                   ratio <= 0.10 && same ? "" : "  MISSED" );
+      std::printf( "ratio %s, CPU time: %.3f\n", what,
+                   lines->second.cpuSeconds / theirs->second.cpuSeconds );
+   }
    const char* what = "bgpcomm mrt / bgpdump -m -l";
-   auto mine = best.find( "BM_BgpcommMrt" ), theirs = best.find( "BM_BgpdumpMl" );
+   auto mine = best.find( "BM_BgpcommMrt" );
    if ( mine == best.end() || theirs == best.end() || theirs->second.wallSeconds <= 0 ) {
       std::printf( "ratio %s: not measured\n", what );
    } else {
@@ -248,8 +292,10 @@ int main( int argc, char** argv ) {
       return 1;
    benchmark::RunSpecifiedBenchmarks();
    printFigures();
-   if ( !best.empty() )
-      std::remove( scratchOutput().c_str() );
+   if ( !best.empty() ) {
+      for ( const std::string& f : { scratchOutput(), bgpdumpOutput(), bgpcommLinesOutput() } )
+         std::remove( f.c_str() );
+   }
    benchmark::Shutdown();
    return 0;
 }

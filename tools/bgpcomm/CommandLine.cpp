@@ -42,11 +42,13 @@ void addMrt( CLI::App& app, CommandLine& cl ) {
    c->add_option( "--peer", cl.peers,
                   "Only routes from this peer address or AS number (repeatable)" )
          ->type_name( "PEER" )
+         ->take_all()
          ->expected( 1 )
          ->check( check( RouteFilter::peerReason ) );
    c->add_option( "--prefix", cl.prefixes,
                   "Only routes equal to or more specific than PREFIX (repeatable)" )
          ->type_name( "PREFIX" )
+         ->take_all()
          ->expected( 1 )
          ->check( check( RouteFilter::prefixReason ) );
    c->add_flag_callback(

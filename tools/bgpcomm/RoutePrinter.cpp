@@ -37,6 +37,10 @@ void RoutePrinter::print( const MrtRoute& route, const InternedRoute& lists ) {
 void RoutePrinter::printLine( const MrtRoute& route, const InternedRoute& lists ) {
    std::string& out = out_.text();
    out += route.prefix;
+   if ( route.hasPathId ) {
+      out += " path ";
+      appendDecimal( out, route.pathId );
+   }
    out += '\t';
    out += route.peer;
    auto column = [ & ]( const auto& list ) {
@@ -58,6 +62,10 @@ void RoutePrinter::printJson( const MrtRoute& route, const InternedRoute& lists 
    std::string& out = out_.text();
    out += "{\"prefix\": ";
    appendJsonString( out, route.prefix );
+   if ( route.hasPathId ) {
+      out += ", \"pathId\": ";
+      appendDecimal( out, route.pathId );
+   }
    out += ", \"peer\": ";
    appendJsonString( out, route.peer );
    out += ", \"peerAs\": ";

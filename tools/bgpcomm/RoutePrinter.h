@@ -1,6 +1,7 @@
 // RoutePrinter.h: one route as one line of output: tab-separated columns
-// (prefix, peer, then the texts of the four interned lists, "-" where
-// absent), or a JSON object per line with each present list's values and
+// (prefix, with " path N" for an add-path route, peer, then the texts of the
+// four interned lists, "-" where absent), or a JSON object per line with the
+// path id ("pathId") of an add-path route and each present list's values and
 // text (one UI form per value for extended communities).
 //
 //   RoutePrinter printer( out, RoutePrinter::Format::json );

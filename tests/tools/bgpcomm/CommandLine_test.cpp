@@ -89,6 +89,14 @@ TEST( CommandLine, MistakesAreUsageErrorsThatSayWhich ) {
         gen },
       { { "gen", "--routes", "1", "-o" }, "--output: 1 required FILE missing", gen },
       { { "gen", "--routes", "1", "-o", "f", "extra" }, "unexpected argument 'extra'", gen },
+      { { "mrt", "--bgpdump", "--json", "f" }, "--json excludes --bgpdump", mrt },
+      { { "mrt", "f", "--peer" }, "--peer: 1 required PEER missing", mrt },
+      { { "mrt", "--peer", "10.1", "f" },
+        "--peer: '10.1' is neither an IP address nor an AS number",
+        mrt },
+      { { "mrt", "--prefix", "10.0.0.0/33", "f" },
+        "--prefix: '10.0.0.0/33' is not a prefix such as 10.0.0.0/8 or 2001:db8::/32",
+        mrt },
    };
    for ( const Case& c : cases ) {
       auto [ reason, usage ] = usageErrorOf( c.args );

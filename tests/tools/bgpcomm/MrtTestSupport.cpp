@@ -7,6 +7,7 @@
 
 #include <unistd.h>
 #include <atomic>
+#include <cctype>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -143,6 +144,23 @@ std::string sourceFile( const std::string& relative ) {
 std::string readText( const std::string& path ) {
    std::ifstream in( path, std::ios::binary );
    return std::string( std::istreambuf_iterator<char>( in ), {} );
+}
+
+std::string hexFixture( const std::string& name ) {
+   std::string text = readText( sourceFile( "tests/data/mrt/" + name + ".hex" ) );
+   if ( text.empty() )
+      return std::string();
+   std::string hex;
+   bool comment = false;
+   for ( char c : text ) {
+      if ( c == '#' || c == '\n' )
+         comment = c == '#';
+      else if ( !comment && !std::isspace( U8( c ) ) )
+         hex += c;
+   }
+   std::string path = tempPath( name + ".mrt" );
+   writeFile( path, hexOctets( hex ) );
+   return path;
 }
 
 } // namespace BgpcommTest

@@ -107,4 +107,8 @@ std::string sourceFile( const std::string& relative );
 // readText(): a whole file; empty when it cannot be read.
 std::string readText( const std::string& path );
 
+// hexFixture(): tests/data/mrt/<name>.hex (hex pairs, '#' comments) written
+// as a binary file; empty when the source tree is not known.
+std::string hexFixture( const std::string& name );
+
 } // namespace BgpcommTest
