@@ -2,7 +2,8 @@
 // by the tool's reader. The file lives in memory (memfd), reached through its
 // /proc/self/fd path, so nothing touches the disk. The reader must hand out
 // well-formed routes, report every bad record with an offset inside the data,
-// and never crash, throw or stop early without saying why.
+// and never crash, throw or stop early without saying why. Every entry is
+// also written as a bgpdump line, which decodes the rest of its attributes.
 //
 //   ninja fuzz_MrtReader_fuzz && build/fuzz/MrtReader_fuzz fuzz/corpus/MrtReader_fuzz
 
@@ -13,6 +14,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "tools/bgpcomm/BgpdumpLine.h"
 #include "tools/bgpcomm/CommunityKind.h"
 #include "tools/bgpcomm/MrtReader.h"
 
@@ -45,6 +47,20 @@ class Sink : public Bgpcomm::MrtRouteSink {
          }
          checksum += sum;
       }
+      line_.clear();
+      lines_.appendRoute( line_, route );
+      FUZZ_CHECK( line_.back() == '\n' );
+   }
+
+   void withdrawal( const Bgpcomm::MrtRoute& route ) override {
+      FUZZ_CHECK( route.attributes.empty() );
+      line_.clear();
+      lines_.appendWithdrawal( line_, route );
+   }
+
+   void stateChange( const Bgpcomm::MrtStateChange& change ) override {
+      line_.clear();
+      lines_.appendStateChange( line_, change );
    }
 
    void problem( const Bgpcomm::MrtProblem& problem ) override {
@@ -60,6 +76,8 @@ class Sink : public Bgpcomm::MrtRouteSink {
 
  private:
    size_t size_;
+   Bgpcomm::BgpdumpLine lines_;
+   std::string line_;
 };
 
 // memoryFile(): an in-memory file holding the input; -1 when none can be made.
