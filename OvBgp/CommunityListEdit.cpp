@@ -32,20 +32,20 @@ std::vector<typename Traits::Value> sortedUnique( std::vector<typename Traits::V
 } // namespace
 
 template<class List>
-CommunityListEdit<List>::CommunityListEdit( Action action, const Kel::Ptr<Table>& table,
+CommunityListEdit<List>::CommunityListEdit( Action action, const Kel::Ptr<const Table>& table,
                                             size_t memoBound )
       : action_( action ), table_( table ), memo_( table->dedupTable(), memoBound ) {}
 
 template<class List>
-auto CommunityListEdit<List>::addIs( const Kel::Ptr<Table>& table, const std::vector<Value>& values,
-                                     size_t memoBound ) -> Ptr {
+auto CommunityListEdit<List>::addIs( const Kel::Ptr<const Table>& table,
+                                     const std::vector<Value>& values, size_t memoBound ) -> Ptr {
    Ptr edit = Kel::makeActivePtr<CommunityListEdit>( actionAdd, table, memoBound );
    edit->values_ = sortedUnique<Traits>( values );
    return edit;
 }
 
 template<class List>
-auto CommunityListEdit<List>::deleteMatchingIs( const Kel::Ptr<Table>& table,
+auto CommunityListEdit<List>::deleteMatchingIs( const Kel::Ptr<const Table>& table,
                                                 const CommunityPattern& pattern, size_t memoBound )
       -> Ptr {
    if ( pattern.kind() != Traits::kind ) {
@@ -60,7 +60,7 @@ auto CommunityListEdit<List>::deleteMatchingIs( const Kel::Ptr<Table>& table,
 }
 
 template<class List>
-auto CommunityListEdit<List>::keepMatchingIs( const Kel::Ptr<Table>& table,
+auto CommunityListEdit<List>::keepMatchingIs( const Kel::Ptr<const Table>& table,
                                               const CommunityPattern& pattern, size_t memoBound )
       -> Ptr {
    Ptr edit = deleteMatchingIs( table, pattern, memoBound );
@@ -69,7 +69,7 @@ auto CommunityListEdit<List>::keepMatchingIs( const Kel::Ptr<Table>& table,
 }
 
 template<class List>
-auto CommunityListEdit<List>::replaceIs( const Kel::Ptr<Table>& table,
+auto CommunityListEdit<List>::replaceIs( const Kel::Ptr<const Table>& table,
                                          const std::vector<Value>& values, size_t memoBound )
       -> Ptr {
    Ptr edit = Kel::makeActivePtr<CommunityListEdit>( actionReplace, table, memoBound );

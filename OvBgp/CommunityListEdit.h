@@ -35,13 +35,13 @@ class CommunityListEdit : public Kel::PtrInterface {
    // The four edits, with results interned in table; memoBound caps the
    // lists remembered at once. Values of extended kinds must be interned. A
    // pattern of another kind than List throws Kel::ParseException.
-   static Ptr addIs( const Kel::Ptr<Table>& table, const std::vector<Value>& values,
+   static Ptr addIs( const Kel::Ptr<const Table>& table, const std::vector<Value>& values,
                      size_t memoBound = ListMemo::kDefaultBound );
-   static Ptr deleteMatchingIs( const Kel::Ptr<Table>& table, const CommunityPattern& pattern,
+   static Ptr deleteMatchingIs( const Kel::Ptr<const Table>& table, const CommunityPattern& pattern,
                                 size_t memoBound = ListMemo::kDefaultBound );
-   static Ptr keepMatchingIs( const Kel::Ptr<Table>& table, const CommunityPattern& pattern,
+   static Ptr keepMatchingIs( const Kel::Ptr<const Table>& table, const CommunityPattern& pattern,
                               size_t memoBound = ListMemo::kDefaultBound );
-   static Ptr replaceIs( const Kel::Ptr<Table>& table, const std::vector<Value>& values,
+   static Ptr replaceIs( const Kel::Ptr<const Table>& table, const std::vector<Value>& values,
                          size_t memoBound = ListMemo::kDefaultBound );
 
    Action action() const noexcept { return action_; }
@@ -55,11 +55,11 @@ class CommunityListEdit : public Kel::PtrInterface {
    // remembered(): lists the memo holds a result for.
    size_t remembered() const { return memo_.remembered(); }
 
-   CommunityListEdit( Action action, const Kel::Ptr<Table>& table, size_t memoBound );
+   CommunityListEdit( Action action, const Kel::Ptr<const Table>& table, size_t memoBound );
 
  private:
    Action action_;
-   Kel::Ptr<Table> table_;
+   Kel::Ptr<const Table> table_;
    std::vector<Value> values_; // add: sorted by key, each key once
    std::optional<CommunityPattern> pattern_;
    ListPtr replacement_;

@@ -4,7 +4,7 @@
 namespace Routing::Bgp {
 
 template<class List>
-auto CommunityListMatch<List>::patternIs( const Kel::Ptr<Table>& table,
+auto CommunityListMatch<List>::patternIs( const Kel::Ptr<const Table>& table,
                                           const CommunityPattern& pattern, size_t memoBound )
       -> Ptr {
    Ptr match = Kel::makeActivePtr<CommunityListMatch>( table, memoBound );
@@ -13,8 +13,8 @@ auto CommunityListMatch<List>::patternIs( const Kel::Ptr<Table>& table,
 }
 
 template<class List>
-auto CommunityListMatch<List>::regexIs( const Kel::Ptr<Table>& table, const Kel::String& regex,
-                                        size_t memoBound ) -> Ptr {
+auto CommunityListMatch<List>::regexIs( const Kel::Ptr<const Table>& table,
+                                        const Kel::String& regex, size_t memoBound ) -> Ptr {
    Ptr match = Kel::makeActivePtr<CommunityListMatch>( table, memoBound );
    match->regex_ = std::make_unique<Routing::RouteMap::PosixRegex>( regex );
    return match;

@@ -29,11 +29,11 @@ class CommunityListMatch : public Kel::PtrInterface {
 
    // patternIs(): matches lists with a member that matches pattern; a
    // pattern of another kind matches nothing.
-   static Ptr patternIs( const Kel::Ptr<Table>& table, const CommunityPattern& pattern,
+   static Ptr patternIs( const Kel::Ptr<const Table>& table, const CommunityPattern& pattern,
                          size_t memoBound = ListMemo::kDefaultBound );
    // regexIs(): matches lists whose text the expression matches, as the
    // list's matchCommunitiesRegex() (the IPv6 list: its commsStringForm()).
-   static Ptr regexIs( const Kel::Ptr<Table>& table, const Kel::String& regex,
+   static Ptr regexIs( const Kel::Ptr<const Table>& table, const Kel::String& regex,
                        size_t memoBound = ListMemo::kDefaultBound );
 
    // matches(): false for a null list.
@@ -42,11 +42,11 @@ class CommunityListMatch : public Kel::PtrInterface {
    bool matchesUncached( const List* list ) const;
    size_t remembered() const { return memo_.remembered(); }
 
-   CommunityListMatch( const Kel::Ptr<Table>& table, size_t memoBound )
+   CommunityListMatch( const Kel::Ptr<const Table>& table, size_t memoBound )
          : table_( table ), memo_( table->dedupTable(), memoBound ) {}
 
  private:
-   Kel::Ptr<Table> table_;
+   Kel::Ptr<const Table> table_;
    std::optional<CommunityPattern> pattern_;
    std::unique_ptr<Routing::RouteMap::PosixRegex> regex_;
    mutable ListMemo memo_;

@@ -4,6 +4,9 @@
 
 #include <CLI/CLI.hpp>
 
+#include "Kel/Exception.h"
+#include "OvBgp/CommunityPattern.h"
+
 #include <algorithm>
 #include <string_view>
 
@@ -53,6 +56,20 @@ void addMrt( CLI::App& app, CommandLine& cl ) {
          ->check( check( RouteFilter::prefixReason ) );
    c->add_flag_callback(
          "--no-progress", [ &cl ] { cl.progress = false; }, "No progress bar, even on a terminal" );
+   c->add_option( "--match", cl.match,
+                  "Keep the routes with a community that matches PATTERN (65000:*, 1:2-9:*, "
+                  "RT:65000:*, no-export ...); repeated, all must match" )
+         ->type_name( "PATTERN" )
+         ->allow_extra_args( false ) // one pattern an occurrence: FILE follows
+         ->multi_option_policy( CLI::MultiOptionPolicy::TakeAll )
+         ->check( []( const std::string& text ) -> std::string {
+            try {
+               Routing::Bgp::CommunityPattern pattern( text );
+            } catch ( const Kel::ParseException& e ) {
+               return std::string( "bad pattern " ) + e.what();
+            }
+            return "";
+         } );
    c->add_option( "FILE", cl.operands, "MRT file, plain, gzip or bzip2; - reads standard input" )
          ->required()
          ->type_name( "" );

@@ -2,6 +2,7 @@
 
 #include "tools/bgpcomm/BgpdumpLine.h"
 #include "tools/bgpcomm/ByteSource.h"
+#include "tools/bgpcomm/CommunityFilter.h"
 #include "tools/bgpcomm/InterningSink.h"
 #include "tools/bgpcomm/MrtReader.h"
 #include "tools/bgpcomm/MrtStats.h"
@@ -23,7 +24,8 @@ class CommandSink : public InternedRouteSink {
  public:
    CommandSink( const CommunityTables& tables, OutputBuffer& out, std::FILE* err,
                 const CommandLine& cl )
-         : out_( out ),
+         : filter_( tables, cl.match ),
+           out_( out ),
            err_( err ),
            printer_( out, cl.json ? RoutePrinter::Format::json : RoutePrinter::Format::lines ),
            statsWanted_( cl.stats ),
@@ -31,6 +33,9 @@ class CommandSink : public InternedRouteSink {
            stats_( tables ) {}
 
    void route( const MrtRoute& route, const InternedRoute& lists ) override {
+      if ( !filter_.keeps( lists ) ) {
+         return;
+      }
       if ( statsWanted_ ) {
          stats_.add( route, lists );
       } else if ( bgpdump_ ) {
@@ -41,15 +46,16 @@ class CommandSink : public InternedRouteSink {
       }
    }
 
+   // Withdrawals and state changes carry no communities: --match drops them.
    void withdrawal( const MrtRoute& route ) override {
-      if ( bgpdump_ ) {
+      if ( bgpdump_ && filter_.empty() ) {
          line_.appendWithdrawal( out_.text(), route );
          out_.flushIfFull();
       }
    }
 
    void stateChange( const MrtStateChange& change ) override {
-      if ( bgpdump_ ) {
+      if ( bgpdump_ && filter_.empty() ) {
          line_.appendStateChange( out_.text(), change );
          out_.flushIfFull();
       }
@@ -65,6 +71,7 @@ class CommandSink : public InternedRouteSink {
    MrtStats& stats() { return stats_; }
 
  private:
+   CommunityFilter filter_;
    OutputBuffer& out_;
    std::FILE* err_;
    RoutePrinter printer_;

@@ -27,7 +27,9 @@ TEST( CommandLine, EachCommandTakesItsOwnOptions ) {
    EXPECT_TRUE( d.json );
    EXPECT_EQ( d.operands, ( std::vector<std::string>{ "fde80064", "c00804fde80064" } ) );
 
-   CommandLine m = parse( { "mrt", "a.mrt", "--stats", "--no-progress", "-", "--", "--odd" } );
+   CommandLine m = parse( { "mrt", "--match", "1:*", "a.mrt", "--stats", "--no-progress", "-",
+                            "--match", "RT:1:2", "--", "--odd" } );
+   EXPECT_EQ( m.match, ( std::vector<std::string>{ "1:*", "RT:1:2" } ) );
    EXPECT_EQ( m.command, Command::mrt );
    EXPECT_TRUE( m.stats );
    EXPECT_FALSE( m.progress );
@@ -79,6 +81,9 @@ TEST( CommandLine, MistakesAreUsageErrorsThatSayWhich ) {
       { { "mrt" }, "FILE is required", mrt },
       { { "mrt", "--json", "--stats", "f" }, "--json excludes --stats", mrt },
       { { "mrt", "--routes", "5", "f" }, "unknown option '--routes'", mrt },
+      { { "mrt", "--match", "65536:1", "f" },
+        "--match: bad pattern '65536:1': 65536 is beyond 65535",
+        mrt },
       { { "gen", "-o", "f" }, "--routes is required", gen },
       { { "gen", "--routes", "10" }, "--output is required", gen },
       { { "gen", "--routes", "10x", "-o", "f" },
