@@ -162,7 +162,7 @@ void BgpdumpLine::appendStateChange( std::string& out, const MrtStateChange& cha
 
 void BgpdumpLine::appendPath( std::string& out, std::span<const U8> asPath,
                               std::span<const U8> as4Path, bool as4 ) {
-   auto read = [ this ]( std::span<const U8> value, bool wide, Path* p ) {
+   auto read = []( std::span<const U8> value, bool wide, Path* p ) {
       p->segments.clear();
       p->ases.clear();
       WireCursor c( value );
