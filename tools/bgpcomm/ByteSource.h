@@ -1,77 +1,65 @@
-// ByteSource.h: a file read front to back in chunks, decompressed on the fly
-// when its first octets are a gzip or bzip2 header, so that dumps of any size
-// stream through a fixed amount of memory.
+// ByteSource.h: the octets of one input, decompressed when its first octets
+// are a gzip, bzip2, xz or zstd magic, handed out in large chunks so that
+// dumps of any size stream through a fixed amount of memory. A plain file is
+// mapped and handed out as it is; a compressed one is inflated on a thread
+// of its own (bzip2 on all cores) while the caller works on the previous
+// chunk.
 //
 //   ByteSource src( "rib.20240101.0000.bz2" );
-//   while ( size_t n = src.read( buf, sizeof buf ) ) consume( buf, n );
+//   while ( auto chunk = src.next(); !chunk.empty() ) consume( chunk );
 #pragma once
 
-#include "Kel/Types.h"
+#include "tools/bgpcomm/Inflater.h"
 
 #include <memory>
-#include <stdexcept>
 #include <string>
-#include <string_view>
 
 namespace Bgpcomm {
 
-// ByteSourceError: the file cannot be opened or read, or its compressed data
-// is corrupt or cut short; what() names the file and the cause.
-class ByteSourceError : public std::runtime_error {
- public:
-   ByteSourceError( const std::string& path, const std::string& cause )
-         : std::runtime_error( path + ": " + cause ), cause_( cause ) {}
-   // cause(): what() without the file name.
-   const std::string& cause() const { return cause_; }
-
- private:
-   std::string cause_;
-};
-
-// Compression: what the first octets of the file said.
-enum class Compression : U8 { none, gzip, bzip2 };
+class InflatePipeline;
 
 // ByteSource: the decompressed octets of one file ("-" is standard input).
 class ByteSource {
  public:
+   struct Options {
+      // threaded: inflate on a thread of its own and bzip2 blocks on
+      // bzip2Workers more (0: one per core); otherwise all in the caller.
+      bool threaded = true;
+      unsigned bzip2Workers = 0;
+   };
+
    // ByteSource(): opens the file and looks at its magic; throws ByteSourceError.
-   explicit ByteSource( const std::string& path );
+   explicit ByteSource( const std::string& path ) : ByteSource( path, Options{} ) {}
+   ByteSource( const std::string& path, Options options );
+   // ByteSource(): octets in memory that outlive the source, named name.
+   ByteSource( std::span<const U8> memory, std::string name, Options options );
    ~ByteSource();
    ByteSource( const ByteSource& ) = delete;
    ByteSource& operator=( const ByteSource& ) = delete;
 
-   // read(): up to size octets into dest; 0 only at the end of the data.
-   // Corrupt or truncated compressed data throws ByteSourceError.
+   // next(): the following octets, valid until the next call; empty only at
+   // the end. Corrupt or truncated compressed data throws ByteSourceError,
+   // after every octet inflated before the fault was handed out.
+   std::span<const U8> next();
+   // read(): up to size octets copied into dest; 0 only at the end.
    size_t read( U8* dest, size_t size );
 
-   // compression()
    Compression compression() const { return compression_; }
    // rawPosition(): octets of the file itself consumed so far (for progress).
-   U64 rawPosition() const { return rawPosition_; }
+   U64 rawPosition() const { return raw_.position(); }
    // rawSize(): size of the file, 0 when not a regular file.
-   U64 rawSize() const { return rawSize_; }
+   U64 rawSize() const { return raw_.size(); }
+   const std::string& name() const { return raw_.name(); }
 
  private:
-   struct Decoder;
-   size_t readRaw( U8* dest, size_t size );
-   bool refill();
-   bool nextStreamFollows( std::string_view magic );
-   size_t readGzip( U8* dest, size_t size );
-   size_t readBzip2( U8* dest, size_t size );
-   [[noreturn]] void fail( const std::string& what ) const;
+   void start( Options options );
 
-   std::string path_;
-   int fd_ = -1;
-   bool ownsFd_ = false;
+   RawInput raw_;
    Compression compression_ = Compression::none;
-   U64 rawPosition_ = 0;
-   U64 rawSize_ = 0;
-   std::unique_ptr<U8[]> in_;
-   size_t inBegin_ = 0;
-   size_t inEnd_ = 0;
-   bool rawEof_ = false;
-   bool streamEnded_ = false;
-   std::unique_ptr<Decoder> decoder_;
+   std::unique_ptr<Inflater> inflater_;
+   std::unique_ptr<InflatePipeline> pipeline_;
+   std::unique_ptr<U8[]> buffer_; // inflating in the caller's thread
+   std::span<const U8> pending_;  // what read() has not copied yet
 };
 
 } // namespace Bgpcomm

@@ -15,9 +15,13 @@ constexpr U64 progressEvery = 4096; // records
 } // namespace
 
 MrtFileSummary MrtReader::readFile( const std::string& path ) {
-   ByteSource source( path );
+   ByteSource source( path, options_ );
+   return read( source, path );
+}
+
+MrtFileSummary MrtReader::read( ByteSource& source, std::string_view file ) {
    MrtRecordReader records( source );
-   MrtDecodeContext ctx( sink_, path );
+   MrtDecodeContext ctx( sink_, file );
    TableDumpDecoder tableDump( ctx );
    TableDumpV2Decoder tableDumpV2( ctx );
    Bgp4mpDecoder bgp4mp( ctx );
@@ -52,7 +56,10 @@ MrtFileSummary MrtReader::readFile( const std::string& path ) {
    } catch ( const MrtFramingError& e ) {
       ctx.report( e.offset(), std::string( e.what() ) + "; reading of this file stops", true );
    } catch ( const ByteSourceError& e ) {
-      ctx.report( records.offset(), e.cause() + "; reading of this file stops", true );
+      ctx.report( records.offset(),
+                  e.cause() + " after " + std::to_string( records.inflated() ) +
+                        " octets; reading of this file stops",
+                  true );
    }
    if ( progress_ )
       progress_( source.rawPosition(), source.rawSize() );

@@ -1,4 +1,4 @@
-// MrtReader.h: reads MRT files (plain, gzip or bzip2) record by record (table
+// MrtReader.h: reads MRT files (plain or compressed) record by record (table
 // dumps of both versions, BGP4MP messages) and hands every route to a sink.
 // Bad records are reported to the same sink with their offset and skipped;
 // reading goes on while the framing holds.
@@ -7,6 +7,7 @@
 //   MrtFileSummary s = reader.readFile( "updates.20240101.0000.gz" );
 #pragma once
 
+#include "tools/bgpcomm/ByteSource.h"
 #include "tools/bgpcomm/MrtRouteSink.h"
 
 #include <functional>
@@ -33,13 +34,20 @@ class MrtReader {
    // progressIs(): called now and then while a file is read.
    void progressIs( Progress progress ) { progress_ = std::move( progress ); }
 
+   // sourceOptionsIs(): how readFile() inflates (threads).
+   void sourceOptionsIs( ByteSource::Options options ) { options_ = options; }
+
    // readFile(): reads the whole file ("-" is standard input). Throws
    // ByteSourceError when it cannot be opened; every later error is a problem.
    MrtFileSummary readFile( const std::string& path );
+   // read(): reads the whole of a source opened by the caller; problems
+   // name file.
+   MrtFileSummary read( ByteSource& source, std::string_view file );
 
  private:
    MrtRouteSink& sink_;
    Progress progress_;
+   ByteSource::Options options_;
 };
 
 } // namespace Bgpcomm

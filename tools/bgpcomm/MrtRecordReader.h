@@ -1,6 +1,7 @@
 // MrtRecordReader.h: splits a byte stream into MRT records (common header plus
-// body). Records are handed out as views into one internal buffer, valid until
-// the next call, so reading costs no allocation per record.
+// body). A record is handed out as a view into the source's chunk when it
+// lies within one; only a record that straddles two chunks is copied, into a
+// buffer kept for the purpose, so reading costs no allocation per record.
 //
 //   MrtRecordReader records( source );
 //   for ( MrtRecord r; records.next( &r ); ) decode( r );
@@ -51,23 +52,27 @@ class MrtRecordReader {
    // Records longer than this are taken as a sign that framing is lost.
    static constexpr U32 maxRecordLength = 64u << 20;
 
-   explicit MrtRecordReader( ByteSource& source );
+   explicit MrtRecordReader( ByteSource& source ) : source_( source ) {}
 
    // next(): the next record, false at a clean end of the data; throws
    // MrtFramingError, and ByteSourceError from the source.
    bool next( MrtRecord* record );
 
-   // offset(): octets of the decompressed stream consumed so far.
-   U64 offset() const { return consumed_ + begin_; }
+   // offset(): where the record being read starts in the decompressed
+   // stream (after the last one handed out).
+   U64 offset() const { return next_; }
+   // inflated(): octets of the decompressed stream received so far.
+   U64 inflated() const { return chunkOffset_ + chunk_.size(); }
 
  private:
-   bool ensure( size_t n );
+   bool carry( size_t n );
 
    ByteSource& source_;
-   std::vector<U8> buf_;
-   size_t begin_ = 0;
-   size_t end_ = 0;
-   U64 consumed_ = 0; // stream offset of buf_[ 0 ]
+   std::span<const U8> chunk_;
+   size_t pos_ = 0;
+   U64 chunkOffset_ = 0;     // stream offset of chunk_[ 0 ]
+   U64 next_ = 0;            // stream offset of the next record
+   std::vector<U8> carried_; // the start of a record that straddles chunks
    bool eof_ = false;
 };
 
