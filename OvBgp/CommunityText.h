@@ -13,6 +13,8 @@
 // whose form prints the same text: a rounded link bandwidth ("1.5 Gbps"),
 // a 4-octet AS below 65536 in the "RT:" form (read as the 2-octet layout),
 // octets that a form leaves out (color flags, tunnel and gateway padding).
+// The debugging form of an IPv6-address-specific community of an unknown
+// type leaves its type octet out and does not read; its UI form does.
 // Bad text throws Kel::ParseException; what() quotes the text and says what
 // is wrong: "standard community '65536:1': 65536 is beyond 65535".
 //
