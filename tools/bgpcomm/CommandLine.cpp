@@ -70,7 +70,12 @@ void addMrt( CLI::App& app, CommandLine& cl ) {
             }
             return "";
          } );
-   c->add_option( "FILE", cl.operands, "MRT file, plain, gzip or bzip2; - reads standard input" )
+   c->add_option( "-j,--jobs", cl.jobs,
+                  "Read N files at once, printed in file order (default: one per core)" )
+         ->type_name( "N" )
+         ->check( CLI::Range( 1u, 1024u ).description( "" ) );
+   c->add_option( "FILE", cl.operands,
+                  "MRT file, plain or compressed (gzip, bzip2, xz, zstd); - reads standard input" )
          ->required()
          ->type_name( "" );
    c->callback( [ &cl ] { cl.command = Command::mrt; } );

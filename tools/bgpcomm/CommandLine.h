@@ -39,6 +39,7 @@ struct CommandLine {
    std::vector<std::string> prefixes; // mrt: routes within these
    bool progress = true;              // mrt: allowed to draw a bar
    std::vector<std::string> match;    // mrt: community patterns a route must all match
+   unsigned jobs = 0;                 // mrt: files read at once (0: one per core)
    std::vector<std::string> operands; // decode: hex; mrt: files
    U64 routes = 0;                    // gen
    U64 seed = 1;                      // gen

@@ -3,6 +3,7 @@
 #include "tools/bgpcomm/BgpdumpLine.h"
 #include "tools/bgpcomm/ByteSource.h"
 #include "tools/bgpcomm/CommunityFilter.h"
+#include "tools/bgpcomm/FileOrderRunner.h"
 #include "tools/bgpcomm/InterningSink.h"
 #include "tools/bgpcomm/MrtReader.h"
 #include "tools/bgpcomm/MrtStats.h"
@@ -10,8 +11,15 @@
 #include "tools/bgpcomm/RouteFilter.h"
 #include "tools/bgpcomm/RoutePrinter.h"
 
+#include "Routing/Bgp/OvBgpGlobals.h"
+
 #include <sys/stat.h>
+#include <algorithm>
+#include <atomic>
+#include <memory>
 #include <optional>
+#include <thread>
+#include <vector>
 
 namespace Bgpcomm {
 
@@ -69,6 +77,7 @@ class CommandSink : public InternedRouteSink {
    }
 
    MrtStats& stats() { return stats_; }
+   void errIs( std::FILE* err ) { err_ = err; }
 
  private:
    CommunityFilter filter_;
@@ -86,41 +95,144 @@ U64 fileSize( const std::string& path ) {
    return path != "-" && ::stat( path.c_str(), &st ) == 0 ? U64( st.st_size ) : 0;
 }
 
-} // namespace
+// FileReading: the sinks one reading thread puts its files through. It keeps
+// the lists it interned until the end, so the tables' figures do not depend
+// on how files were shared out; its statistics are merged with the others'.
+struct FileReading {
+   FileReading( const CommunityTables& tables, std::FILE* out, std::FILE* err,
+                const CommandLine& cl, unsigned bzip2Workers )
+         : buffer( out ),
+           sink( tables, buffer, err, cl ),
+           interning( tables, sink ),
+           filter( cl.peers, cl.prefixes ), // checked when the command line was read
+           filtering( filter, interning ),
+           reader( filter.empty() ? static_cast<MrtRouteSink&>( interning ) : filtering ),
+           err_( err ) {
+      reader.sourceOptionsIs( ByteSource::Options{ true, bzip2Workers } );
+   }
 
-int runMrt( const CommandLine& cl, std::FILE* out, std::FILE* err ) {
-   OutputBuffer buffer( out );
+   // streamsAre(): where the next file prints.
+   void streamsAre( std::FILE* out, std::FILE* err ) {
+      buffer.streamIs( out );
+      sink.errIs( err );
+      err_ = err;
+   }
+
+   // read(): one file; the exit status it calls for.
+   int read( const std::string& path ) {
+      try {
+         MrtFileSummary s = reader.readFile( path );
+         sink.stats().addFile( s.records, s.problems );
+         return s.problems ? exitProblems : exitOk;
+      } catch ( const ByteSourceError& e ) {
+         buffer.flush();
+         std::fprintf( err_, "bgpcomm: %s\n", e.what() );
+         return exitUsage;
+      }
+   }
+
+   OutputBuffer buffer;
+   CommandSink sink;
+   InterningSink interning;
+   RouteFilter filter;
+   FilteringSink filtering;
+   MrtReader reader;
+   std::FILE* err_;
+};
+
+// worse(): an unreadable file outweighs problems inside one.
+int worse( int a, int b ) {
+   if ( a == exitUsage || b == exitUsage )
+      return exitUsage;
+   return a == exitOk ? b : a;
+}
+
+unsigned cores() { return std::max( 1u, std::thread::hardware_concurrency() ); }
+
+int runOneAtATime( const CommandLine& cl, std::FILE* out, std::FILE* err ) {
    CommunityTables tables;
-   CommandSink sink( tables, buffer, err, cl );
-   InterningSink interning( tables, sink );
-   RouteFilter filter( cl.peers, cl.prefixes ); // checked when the command line was read
-   FilteringSink filtering( filter, interning );
-   MrtRouteSink& first = filter.empty() ? static_cast<MrtRouteSink&>( interning ) : filtering;
-   MrtReader reader( first );
+   FileReading reading( tables, out, err, cl, cores() );
    int status = exitOk;
    for ( const std::string& path : cl.operands ) {
       std::optional<ProgressBar> bar;
       U64 size = fileSize( path );
       if ( cl.progress && ProgressBar::wanted( size ) ) {
          bar.emplace( path, size );
-         reader.progressIs( [ &bar ]( U64 done, U64 ) { bar->update( done ); } );
+         reading.reader.progressIs( [ &bar ]( U64 done, U64 ) { bar->update( done ); } );
       } else {
-         reader.progressIs( nullptr );
+         reading.reader.progressIs( nullptr );
       }
-      try {
-         MrtFileSummary s = reader.readFile( path );
-         sink.stats().addFile( s.records, s.problems );
-         if ( s.problems && status == exitOk )
-            status = exitProblems;
-      } catch ( const ByteSourceError& e ) {
-         buffer.flush();
-         std::fprintf( err, "bgpcomm: %s\n", e.what() );
-         status = exitUsage;
-      }
+      status = worse( status, reading.read( path ) );
    }
    if ( cl.stats )
-      sink.stats().print( buffer );
+      reading.sink.stats().print( reading.buffer );
    return status;
+}
+
+// runSideBySide(): jobs threads, each reading one file at a time into the
+// shared (thread-safe) tables; one bar for the compressed octets of all.
+int runSideBySide( const CommandLine& cl, unsigned jobs, std::FILE* out, std::FILE* err ) {
+   Routing::Bgp::OvBgpGlobals::multiThreadedIs( true );
+   CommunityTables tables;
+   const size_t files = cl.operands.size();
+   std::vector<std::atomic<U64>> done( files );
+   std::vector<int> status( files, exitOk );
+   std::vector<std::unique_ptr<FileReading>> readings( jobs );
+   U64 total = 0;
+   for ( const std::string& path : cl.operands ) {
+      total += fileSize( path );
+   }
+   std::optional<ProgressBar> bar;
+   if ( cl.progress && ProgressBar::wanted( total ) )
+      bar.emplace( std::to_string( files ) + " files", total );
+   const unsigned bzip2Workers = std::max( 1u, cores() / jobs );
+
+   FileOrderRunner runner( files, jobs, out, err );
+   runner.run(
+         [ & ]( unsigned thread, size_t i, std::FILE* fileOut, std::FILE* fileErr ) {
+            auto& reading = readings[ thread ];
+            if ( !reading ) {
+               reading =
+                     std::make_unique<FileReading>( tables, fileOut, fileErr, cl, bzip2Workers );
+            }
+            reading->streamsAre( fileOut, fileErr );
+            reading->reader.progressIs( [ &d = done[ i ] ]( U64 at, U64 ) { d = at; } );
+            status[ i ] = reading->read( cl.operands[ i ] );
+            // The file's output may be about to be copied and closed.
+            reading->streamsAre( out, err );
+         },
+         [ & ] {
+            if ( !bar )
+               return;
+            U64 sum = 0;
+            for ( const auto& d : done ) {
+               sum += d.load();
+            }
+            bar->update( sum );
+         } );
+   bar.reset();
+   int worst = exitOk;
+   for ( int s : status ) {
+      worst = worse( worst, s );
+   }
+   if ( cl.stats ) {
+      MrtStats all( tables );
+      for ( const auto& r : readings ) {
+         if ( r )
+            all.merge( r->sink.stats() );
+      }
+      OutputBuffer buffer( out );
+      all.print( buffer );
+   }
+   return worst;
+}
+
+} // namespace
+
+int runMrt( const CommandLine& cl, std::FILE* out, std::FILE* err ) {
+   unsigned jobs = cl.jobs ? cl.jobs : cores();
+   jobs = unsigned( std::min<size_t>( jobs, cl.operands.size() ) );
+   return jobs > 1 ? runSideBySide( cl, jobs, out, err ) : runOneAtATime( cl, out, err );
 }
 
 } // namespace Bgpcomm

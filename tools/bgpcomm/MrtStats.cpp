@@ -41,6 +41,21 @@ void MrtStats::addFile( U64 records, U64 problems ) {
    problems_ += problems;
 }
 
+void MrtStats::merge( const MrtStats& other ) {
+   files_ += other.files_;
+   records_ += other.records_;
+   problems_ += other.problems_;
+   routes_ += other.routes_;
+   for ( size_t k = 0; k < counts_.size(); ++k ) {
+      counts_[ k ].attributes += other.counts_[ k ].attributes;
+      counts_[ k ].values += other.counts_[ k ].values;
+      counts_[ k ].octets += other.counts_[ k ].octets;
+   }
+   for ( const auto& [ list, routes ] : other.standardListRoutes_ ) {
+      standardListRoutes_[ list ] += routes;
+   }
+}
+
 void MrtStats::add( const MrtRoute& route, const InternedRoute& lists ) {
    ++routes_;
    for ( CommunityKind kind : allCommunityKinds ) {

@@ -37,6 +37,8 @@ class MrtStats {
    void add( const MrtRoute& route, const InternedRoute& lists );
    // addFile(): counts a file's records and problems.
    void addFile( U64 records, U64 problems );
+   // merge(): adds the counts of other (over the same tables).
+   void merge( const MrtStats& other );
 
    U64 routes() const { return routes_; }
    // figures(): the kind's counts and what its tables hold now.

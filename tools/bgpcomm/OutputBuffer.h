@@ -31,6 +31,12 @@ class OutputBuffer {
          flush();
    }
 
+   // streamIs(): what follows goes to stream.
+   void streamIs( std::FILE* stream ) {
+      flush();
+      stream_ = stream;
+   }
+
    // flush(): writes the pending text and the stream's own buffer.
    void flush() {
       if ( !text_.empty() )
