@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstring>
 #include <thread>
+#include <utility>
 
 namespace Bgpcomm {
 
@@ -50,12 +51,21 @@ std::span<const U8> ByteSource::next() {
       return raw_.next();
    if ( pipeline_ )
       return pipeline_->next();
+   if ( error_ )
+      std::rethrow_exception( std::exchange( error_, nullptr ) );
    size_t n = 0;
-   while ( n < callerChunk ) {
-      size_t got = inflater_->inflate( buffer_.get() + n, callerChunk - n );
-      if ( got == 0 )
-         break;
-      n += got;
+   try {
+      while ( n < callerChunk ) {
+         size_t got = inflater_->inflate( buffer_.get() + n, callerChunk - n );
+         if ( got == 0 )
+            break;
+         n += got;
+      }
+   } catch ( const ByteSourceError& ) {
+      // What came before the fault is handed out first.
+      if ( n == 0 )
+         throw;
+      error_ = std::current_exception();
    }
    return { buffer_.get(), n };
 }

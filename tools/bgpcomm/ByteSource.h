@@ -6,11 +6,12 @@
 // chunk.
 //
 //   ByteSource src( "rib.20240101.0000.bz2" );
-//   while ( auto chunk = src.next(); !chunk.empty() ) consume( chunk );
+//   for ( auto chunk = src.next(); !chunk.empty(); chunk = src.next() ) consume( chunk );
 #pragma once
 
 #include "tools/bgpcomm/Inflater.h"
 
+#include <exception>
 #include <memory>
 #include <string>
 
@@ -60,6 +61,7 @@ class ByteSource {
    std::unique_ptr<InflatePipeline> pipeline_;
    std::unique_ptr<U8[]> buffer_; // inflating in the caller's thread
    std::span<const U8> pending_;  // what read() has not copied yet
+   std::exception_ptr error_;     // to throw at the next call
 };
 
 } // namespace Bgpcomm

@@ -440,6 +440,10 @@ size_t Bzip2BlockInflater::inflate( U8* dest, size_t size ) {
          break;
       Piece& p = *pieces_.front();
       waitDone( p );
+      bool fails = p.streamEnd ? p.crc != combined_ : !p.error.empty() && p.end != End::nextBlock;
+      if ( fails && done > 0 ) {
+         break; // hand out what came before; the next call reports it
+      }
       if ( p.streamEnd ) {
          if ( p.crc != combined_ )
             raw_.fail( "corrupt bzip2 data (stream CRC mismatch)" );

@@ -3,7 +3,7 @@
 // reader decodes the one it was handed, so inflating and decoding overlap.
 //
 //   InflatePipeline pipe( *inflater );
-//   while ( auto chunk = pipe.next(); !chunk.empty() ) decode( chunk );
+//   for ( auto chunk = pipe.next(); !chunk.empty(); chunk = pipe.next() ) decode( chunk );
 #pragma once
 
 #include "tools/bgpcomm/Inflater.h"

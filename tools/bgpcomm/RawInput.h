@@ -4,7 +4,7 @@
 // may be read from another thread (for a progress bar).
 //
 //   RawInput raw = RawInput::open( "rib.bz2" );
-//   while ( auto s = raw.next(); !s.empty() ) inflate( s );
+//   for ( auto s = raw.next(); !s.empty(); s = raw.next() ) inflate( s );
 #pragma once
 
 #include "Kel/Types.h"

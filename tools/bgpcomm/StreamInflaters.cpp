@@ -29,6 +29,8 @@ class StreamInflater final : public Inflater {
    explicit StreamInflater( RawInput& raw ) : raw_( raw ) {}
 
    size_t inflate( U8* dest, size_t size ) override {
+      if ( !error_.empty() )
+         raw_.fail( error_ );
       size_t done = 0;
       while ( done < size && !ended_ ) {
          if ( inLen_ == 0 && !inputEnded_ ) {
@@ -39,12 +41,17 @@ class StreamInflater final : public Inflater {
          }
          Step r = codec_.step( in_, inLen_, inputEnded_, dest + done, size - done );
          done += r.produced;
-         if ( r.error ) {
-            raw_.fail( std::string( "corrupt " ) + Codec::name + " data (" + r.error + ")" );
-         }
          ended_ = r.end;
-         if ( !ended_ && inputEnded_ && inLen_ == 0 && r.produced == 0 ) {
-            raw_.fail( std::string( Codec::name ) + " data is truncated" );
+         if ( r.error ) {
+            error_ = std::string( "corrupt " ) + Codec::name + " data (" + r.error + ")";
+         } else if ( !ended_ && inputEnded_ && inLen_ == 0 && r.produced == 0 ) {
+            error_ = std::string( Codec::name ) + " data is truncated";
+         }
+         if ( !error_.empty() ) {
+            // What came before the fault is handed out first.
+            if ( done == 0 )
+               raw_.fail( error_ );
+            break;
          }
       }
       return done;
@@ -57,6 +64,7 @@ class StreamInflater final : public Inflater {
    size_t inLen_ = 0;
    bool inputEnded_ = false;
    bool ended_ = false;
+   std::string error_; // reported at the next call
 };
 
 const char* isalError( int rc ) {

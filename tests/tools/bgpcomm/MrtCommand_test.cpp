@@ -78,5 +78,58 @@ TEST( MrtCommand, MatchKeepsTheRoutesEveryPatternMatches ) {
    }
 }
 
+// One generated dump in every form, read alone and several at once: the
+// same routes in the same order; a cut-short file keeps the routes before
+// the cut and says where reading stopped.
+TEST( MrtCommand, EveryFormAndJobCountGivesTheSameRoutesInFileOrder ) {
+   std::string plain = tempPath( "forms.mrt" );
+   ASSERT_EQ( runTool( { "gen", "--routes", "3000", "--seed", "5", "-o", plain } ).status, 0 );
+   std::string text = readText( plain );
+   std::vector<U8> octets( text.begin(), text.end() );
+   std::vector<U8> halves = compressedAs( std::span( octets ).first( 50001 ), Compression::gzip );
+   std::vector<U8> second = compressedAs( std::span( octets ).subspan( 50001 ), Compression::gzip );
+   halves.insert( halves.end(), second.begin(), second.end() );
+   std::vector<std::string> files = { plain, tempPath( "two-members.gz" ) };
+   writeFile( files.back(), halves );
+   for ( Compression c :
+         { Compression::gzip, Compression::bzip2, Compression::xz, Compression::zstd } ) {
+      files.push_back( tempPath( std::string( "forms." ) + compressionName( c ) ) );
+      writeFile( files.back(), compressedAs( octets, c ) );
+   }
+   Invocation alone = runTool( { "mrt", plain } );
+   ASSERT_EQ( alone.status, 0 ) << alone.err;
+   std::string all;
+   for ( const std::string& f : files ) {
+      EXPECT_EQ( runTool( { "mrt", f } ).out, alone.out ) << f;
+      all += alone.out;
+   }
+   std::vector<std::string> args = { "mrt", "-j", "1" };
+   args.insert( args.end(), files.begin(), files.end() );
+   for ( const char* jobs : { "1", "4" } ) {
+      args[ 2 ] = jobs;
+      Invocation r = runTool( args );
+      EXPECT_EQ( r.status, 0 ) << r.err;
+      EXPECT_EQ( r.out, all ) << "-j " << jobs;
+   }
+   args.insert( args.begin() + 1, "--stats" );
+   std::string statsOne = runTool( args ).out;
+   args[ 3 ] = "4";
+   EXPECT_EQ( runTool( args ).out, statsOne );
+   EXPECT_NE( statsOne.find( "routes: 18000\n" ), std::string::npos ) << statsOne;
+
+   std::vector<U8> gz = compressedAs( octets, Compression::gzip );
+   std::string cut = tempPath( "cut.gz" );
+   writeFile( cut, std::span( gz ).first( gz.size() / 2 ) );
+   Invocation r = runTool( { "mrt", "-j", "4", plain, cut, plain } );
+   EXPECT_EQ( r.status, 3 );
+   EXPECT_EQ( r.err.rfind( cut + ": record at offset ", 0 ), 0u ) << r.err;
+   EXPECT_NE( r.err.find( ": gzip data is truncated after " ), std::string::npos ) << r.err;
+   ASSERT_GT( r.out.size(), 2 * alone.out.size() );
+   std::string before = r.out.substr( 0, r.out.size() - alone.out.size() );
+   EXPECT_EQ( r.out.substr( before.size() ), alone.out );
+   EXPECT_GT( before.size(), alone.out.size() * 4 / 3 ); // routes before the cut
+   EXPECT_EQ( alone.out.rfind( before.substr( alone.out.size() ), 0 ), 0u );
+}
+
 } // namespace
 } // namespace BgpcommTest

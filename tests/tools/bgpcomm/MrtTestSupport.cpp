@@ -1,11 +1,15 @@
 #include "MrtTestSupport.h"
 
+#include "tools/bgpcomm/ByteSink.h"
 #include "tools/bgpcomm/Commands.h"
 #include "tools/bgpcomm/HexText.h"
 
 #include <gtest/gtest.h>
 
+#include <bzlib.h>
+#include <lzma.h>
 #include <unistd.h>
+#include <zstd.h>
 #include <atomic>
 #include <cctype>
 #include <cstdio>
@@ -161,6 +165,48 @@ std::string hexFixture( const std::string& name ) {
    std::string path = tempPath( name + ".mrt" );
    writeFile( path, hexOctets( hex ) );
    return path;
+}
+
+std::vector<U8> compressedAs( std::span<const U8> octets, Compression c ) {
+   std::vector<U8> out;
+   switch ( c ) {
+      case Compression::gzip: {
+         std::string path = tempPath( "compressed.gz" );
+         ByteSink sink( path ); // compresses by the name
+         sink.write( octets );
+         sink.close();
+         std::string gz = readText( path );
+         return std::vector<U8>( gz.begin(), gz.end() );
+      }
+      case Compression::bzip2: {
+         out.resize( octets.size() + octets.size() / 50 + 1024 );
+         unsigned n = unsigned( out.size() );
+         BZ2_bzBuffToBuffCompress( reinterpret_cast<char*>( out.data() ), &n,
+                                   reinterpret_cast<char*>( const_cast<U8*>( octets.data() ) ),
+                                   unsigned( octets.size() ), 1, 0, 0 );
+         out.resize( n );
+         return out;
+      }
+      case Compression::xz: {
+         out.resize( lzma_stream_buffer_bound( octets.size() ) );
+         size_t n = 0;
+         lzma_easy_buffer_encode( 1, LZMA_CHECK_CRC64, nullptr, octets.data(), octets.size(),
+                                  out.data(), &n, out.size() );
+         out.resize( n );
+         return out;
+      }
+      case Compression::zstd: {
+         out.resize( ZSTD_compressBound( octets.size() ) );
+         ZSTD_CCtx* ctx = ZSTD_createCCtx();
+         ZSTD_CCtx_setParameter( ctx, ZSTD_c_checksumFlag, 1 );
+         out.resize( ZSTD_compress2( ctx, out.data(), out.size(), octets.data(), octets.size() ) );
+         ZSTD_freeCCtx( ctx );
+         return out;
+      }
+      case Compression::none:
+         break;
+   }
+   return std::vector<U8>( octets.begin(), octets.end() );
 }
 
 } // namespace BgpcommTest

@@ -6,6 +6,7 @@
 //   EXPECT_EQ( got.routes[ 0 ].prefix, "10.1.0.0/24" );
 #pragma once
 
+#include "tools/bgpcomm/Inflater.h"
 #include "tools/bgpcomm/MrtReader.h"
 #include "tools/bgpcomm/MrtRecordBuilder.h"
 #include "tools/bgpcomm/OutputBuffer.h"
@@ -103,6 +104,10 @@ std::string printedBy( const std::function<void( OutputBuffer& )>& print );
 // sourceFile(): a file of the source tree ("samples/x.mrt"), from
 // OVBGP_SOURCE_DIR; empty when that is not set.
 std::string sourceFile( const std::string& relative );
+
+// compressedAs(): the octets compressed in format c (bzip2 in 100k blocks,
+// zstd with its checksum), as one member or stream.
+std::vector<U8> compressedAs( std::span<const U8> octets, Compression c );
 
 // readText(): a whole file; empty when it cannot be read.
 std::string readText( const std::string& path );
