@@ -19,7 +19,7 @@
 // is wrong: "standard community '65536:1': 65536 is beyond 65535".
 //
 //   U32 noExport = commValueFromStrep( "no-export" );
-//   ExtCommList::PtrConst rts = extCommListFromStrep( lists, values, "RT:65000:100 SoO:192.0.2.1:7" );
+//   auto rts = extCommListFromStrep( lists, values, "RT:65000:100 SoO:192.0.2.1:7" );
 #pragma once
 
 #include <string_view>

@@ -5,7 +5,7 @@
 // says what is wrong ("standard community '65536:1': 65536 is beyond 65535").
 //
 //   CommunityTextReader in( "65000:100", "standard community", "community" );
-//   U64 high = in.number( 0xFFFF ); in.expect( ":" ); U64 low = in.number( 0xFFFF ); in.expectEnd();
+//   U64 high = in.number( 0xFFFF ); in.expect( ":" ); U64 low = in.number( 0xFFFF );
 #pragma once
 
 #include <string_view>

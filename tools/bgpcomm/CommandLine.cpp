@@ -21,7 +21,7 @@ void addDecode( CLI::App& app, CommandLine& cl ) {
    CLI::App* c = app.add_subcommand(
          "decode", "Print communities given in hex or as text in every text form." );
    c->add_flag( "--json", cl.json, "One JSON object per community" );
-   c->add_option( "HEX", cl.operands,
+   c->add_option( "COMMUNITY", cl.operands,
                   "A 4-, 8-, 12- or 20-octet community, or a whole community path attribute, "
                   "in hex; or communities as text ('RT:65000:100 SoO:65000:1')" )
          ->required()

@@ -52,7 +52,7 @@ TEST( CommandLine, HelpIsPerCommandAndVersionIsOneLine ) {
       { { "help" }, "Usage: bgpcomm [OPTIONS] SUBCOMMAND" },
       { { "mrt", "--help" }, "Usage: bgpcomm mrt [OPTIONS] FILE..." },
       { { "help", "gen" }, "Usage: bgpcomm gen [OPTIONS]" },
-      { { "decode", "-h", "--bogus" }, "Usage: bgpcomm decode [OPTIONS] HEX..." },
+      { { "decode", "-h", "--bogus" }, "Usage: bgpcomm decode [OPTIONS] COMMUNITY..." },
    };
    for ( const Case& c : cases ) {
       CommandLine cl = parse( c.args );
@@ -77,7 +77,9 @@ TEST( CommandLine, MistakesAreUsageErrorsThatSayWhich ) {
       { {}, "no command given", top },
       { { "show" }, "unknown command 'show'", top },
       { { "--bogus" }, "unknown option '--bogus'", top },
-      { { "decode" }, "HEX is required", "Print communities given in hex or as text in every text form." },
+      { { "decode" },
+        "COMMUNITY is required",
+        "Print communities given in hex or as text in every text form." },
       { { "mrt" }, "FILE is required", mrt },
       { { "mrt", "--json", "--stats", "f" }, "--json excludes --stats", mrt },
       { { "mrt", "--routes", "5", "f" }, "unknown option '--routes'", mrt },

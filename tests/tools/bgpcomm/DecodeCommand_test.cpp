@@ -105,7 +105,7 @@ TEST( DecodeCommand, BadInputIsOneLineNamingTheProblemWithStatus2AndTheRestIsSti
 
    Invocation none = runTool( { "decode" } );
    EXPECT_EQ( none.status, 2 );
-   EXPECT_EQ( none.err.rfind( "bgpcomm: HEX is required\n", 0 ), 0u );
+   EXPECT_EQ( none.err.rfind( "bgpcomm: COMMUNITY is required\n", 0 ), 0u );
 }
 
 } // namespace
