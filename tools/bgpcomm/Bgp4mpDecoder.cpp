@@ -222,6 +222,7 @@ std::string Bgp4mpDecoder::decode( const MrtRecord& record ) {
    route.as4 = as4;
    auto walk = [ & ]( const NlriField& field, auto emit ) {
       route.afi = field.afi;
+      route.safi = field.safi;
       walkNlri( field, addPath, &prefix_, &route.pathId, [ & ] {
          route.prefix = prefix_;
          emit();

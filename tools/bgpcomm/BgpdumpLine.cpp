@@ -146,7 +146,22 @@ U32 loadU32Or( std::span<const U8> v, U32 absent ) {
 
 } // namespace
 
+bool BgpdumpLine::shows( const MrtRoute& route ) {
+   switch ( route.stamp.type ) {
+      case mrtTableDump:
+         return true;
+      case mrtTableDumpV2:
+         // RIB_IPV4_UNICAST, RIB_IPV6_UNICAST and their add-path subtypes
+         return route.stamp.subtype == 2 || route.stamp.subtype == 4 || route.stamp.subtype == 8 ||
+                route.stamp.subtype == 10;
+      default:
+         return route.safi == safiUnicast || route.safi == safiMulticast;
+   }
+}
+
 void BgpdumpLine::appendWithdrawal( std::string& out, const MrtRoute& route ) {
+   if ( !shows( route ) )
+      return;
    appendStamp( out, route.stamp, route.hasPathId, "W", route.peer, route.peerAs );
    appendPrefixAndPathId( out, route );
    out += '\n';
@@ -246,6 +261,8 @@ void BgpdumpLine::appendPath( std::string& out, std::span<const U8> asPath,
 }
 
 void BgpdumpLine::appendRoute( std::string& out, const MrtRoute& route ) {
+   if ( !shows( route ) )
+      return;
    appendStamp( out, route.stamp, route.hasPathId,
                 route.stamp.type == mrtTableDump || route.stamp.type == mrtTableDumpV2 ? "B" : "A",
                 route.peer, route.peerAs );

@@ -18,9 +18,14 @@ namespace Bgpcomm {
 // BgpdumpLine: keeps scratch space between lines; one per thread.
 class BgpdumpLine {
  public:
-   // appendRoute(): a "B" line for a RIB entry, an "A" line for an announcement.
+   // shows(): whether bgpdump prints a line for the route: unicast RIB
+   // records of table dumps, unicast and multicast routes of BGP4MP.
+   static bool shows( const MrtRoute& route );
+
+   // appendRoute(): a "B" line for a RIB entry, an "A" line for an
+   // announcement; nothing for a route it does not show.
    void appendRoute( std::string& out, const MrtRoute& route );
-   // appendWithdrawal(): a "W" line.
+   // appendWithdrawal(): a "W" line (or nothing, as above).
    void appendWithdrawal( std::string& out, const MrtRoute& route );
    // appendStateChange(): a "STATE" line.
    void appendStateChange( std::string& out, const MrtStateChange& change );

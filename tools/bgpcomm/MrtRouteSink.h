@@ -38,6 +38,7 @@ struct MrtRoute {
    std::string_view peer;   // peer address text
    U32 peerAs = 0;
    U16 afi = 1; // of the prefix: 1 IPv4, 2 IPv6
+   U8 safi = 1; // 1 unicast, 2 multicast, 128 MPLS VPN, ...
    MrtRecordStamp stamp;
    bool hasPathId = false; // add-path (RFC 7911, RFC 8050): routes differ by it
    U32 pathId = 0;

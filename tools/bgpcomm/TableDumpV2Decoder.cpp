@@ -60,6 +60,10 @@ std::string TableDumpV2Decoder::decode( const MrtRecord& record ) {
       return "RIB record before any PEER_INDEX_TABLE";
    addPath_ = addPath || record.subtype == ribGenericAddPath;
    afi_ = afi;
+   bool multicast = record.subtype == ribIpv4Multicast || record.subtype == ribIpv6Multicast ||
+                    record.subtype == ribIpv4MulticastAddPath ||
+                    record.subtype == ribIpv6MulticastAddPath;
+   safi_ = multicast ? safiMulticast : safiUnicast;
    if ( record.subtype == ribGeneric || record.subtype == ribGenericAddPath ) {
       return decodeGeneric( record, record.subtype == ribGenericAddPath );
    }
@@ -167,6 +171,7 @@ std::string TableDumpV2Decoder::readGeneric( const MrtRecord& record, bool nlriP
    if ( !c.skip( 4 ) || !c.u16( &afi ) || !c.u8( &safi ) )
       return "RIB_GENERIC header cut short";
    afi_ = afi;
+   safi_ = safi;
    U32 pathId = 0;
    if ( nlriPathId && !c.u32( &pathId ) )
       return "RIB_GENERIC header cut short";
@@ -191,6 +196,7 @@ void TableDumpV2Decoder::emitEntries( const MrtRecord& record ) {
    route.stamp = MrtRecordStamp( record.offset, record.type, record.subtype, record.timestamp );
    route.hasPathId = addPath_;
    route.afi = afi_;
+   route.safi = safi_;
    for ( size_t i = 0; i < entryCount_; ++i ) {
       const Entry& e = entries_[ i ];
       if ( e.peerIndex >= peers_.size() ) {

@@ -43,6 +43,7 @@ class TableDumpV2Decoder {
    std::string readEntries( WireCursor& cursor, bool addPath );
    bool addPath_ = false; // of the record being read
    U16 afi_ = 0;
+   U8 safi_ = 0;
    void emitEntries( const MrtRecord& record );
 
    MrtDecodeContext& ctx_;

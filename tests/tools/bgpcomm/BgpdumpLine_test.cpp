@@ -116,5 +116,22 @@ TEST( BgpdumpLine, AddPathRoutesKeepTheirPathIdInEveryForm ) {
               "65012 65011 65010|IGP|10.0.15.1|100|0|||NAG||\n" );
 }
 
+// bgpdump prints no line for multicast and RIB_GENERIC table dump records;
+// the other outputs show every route.
+TEST( BgpdumpLine, OnlyUnicastTableDumpRecordsGiveLines ) {
+   MrtRecordBuilder b;
+   addPeerIndexTable( b, { { { 192, 0, 2, 1 }, 65001, false } } );
+   for ( U16 subtype : { 2, 3 } )
+      addRib( b, subtype, { 10, 1, 0, 0 }, 24, { { 0, pathAttributes( {} ) } } );
+   std::string file = tempPath( "multicast.mrt" );
+   writeFile( file, b.data() );
+   Invocation lines = runTool( { "mrt", "--bgpdump", file } );
+   EXPECT_EQ( lines.out.rfind( "TABLE_DUMP2|" ), 0u ) << lines.out;
+   EXPECT_EQ( std::count( lines.out.begin(), lines.out.end(), '\n' ), 1 );
+   EXPECT_EQ( runTool( { "mrt", file } ).out,
+              "10.1.0.0/24\t192.0.2.1\t-\t-\t-\t-\n"
+              "10.1.0.0/24\t192.0.2.1\t-\t-\t-\t-\n" );
+}
+
 } // namespace
 } // namespace BgpcommTest
