@@ -8,6 +8,7 @@
 #include "OvBgp/ListMemo.h"
 
 #include <algorithm>
+#include <mutex>
 
 namespace Routing::Bgp {
 
@@ -82,22 +83,28 @@ ListMemo::~ListMemo() { hub_->unsubscribe( this ); }
 
 bool ListMemo::findEdit( const Bex::DedupHandle* list, Bex::DedupHandle::PtrConst* result ) const {
    Entry entry;
+   U64 departures;
    {
-      std::lock_guard<std::mutex> lock( mutex_ );
-      const auto found = entries_.find( list );
-      if ( found == entries_.end() ) {
+      Guard lock( *this );
+      const Entry* found = entries_.find( list );
+      if ( !found ) {
          return false;
       }
-      entry = found->second;
+      entry = *found;
+      departures = departures_.load();
    }
-   if ( entry.result == list ) {
-      *result = Bex::DedupHandle::PtrConst( list );
+   // In a single-thread table no release races this one: the entry shows
+   // that its result has not left the table.
+   if ( entry.result == list || !table_->threadSafe() ) {
+      *result = Bex::DedupHandle::PtrConst( entry.result );
       return true;
    }
-   // The memo holds no reference: the result is taken from the table, which
-   // hands out only members that are not leaving. The address found is
-   // entry's result only if the entry is still there once the reference is
-   // held: a result that left in between took its entry with it.
+   // Otherwise the result may be leaving right now, and the memo holds no
+   // reference to it: it is taken from the table, which
+   // hands out only members that are not leaving. The member found at that
+   // address is entry's result unless a list left the table in between (the
+   // result may have gone and another list taken its place); then the entry
+   // decides, which the result's departure would have erased.
    const auto identity = [ & ]( const Bex::DedupHandle* member ) {
       return member == entry.result;
    };
@@ -105,10 +112,10 @@ bool ListMemo::findEdit( const Bex::DedupHandle* list, Bex::DedupHandle::PtrCons
    if ( !taken ) {
       return false;
    }
-   {
-      std::lock_guard<std::mutex> lock( mutex_ );
-      const auto found = entries_.find( list );
-      if ( found == entries_.end() || found->second.result != entry.result ) {
+   if ( departures_.load() != departures ) {
+      Guard lock( *this );
+      const Entry* found = entries_.find( list );
+      if ( !found || found->result != entry.result ) {
          return false; // taken is released outside the lock
       }
    }
@@ -121,12 +128,12 @@ void ListMemo::rememberEdit( const Bex::DedupHandle* list, const Bex::DedupHandl
 }
 
 std::optional<bool> ListMemo::findMatch( const Bex::DedupHandle* list ) const {
-   std::lock_guard<std::mutex> lock( mutex_ );
-   const auto found = entries_.find( list );
-   if ( found == entries_.end() ) {
+   Guard lock( *this );
+   const Entry* found = entries_.find( list );
+   if ( !found ) {
       return std::nullopt;
    }
-   return found->second.matched;
+   return found->matched;
 }
 
 void ListMemo::rememberMatch( const Bex::DedupHandle* list, bool matched ) {
@@ -142,16 +149,15 @@ void ListMemo::remember( const Bex::DedupHandle* list, Entry entry ) {
    if ( !list->isDeduped() || !table_->lookupIf( list->hash(), identity ) ) {
       return;
    }
-   std::lock_guard<std::mutex> lock( mutex_ );
+   Guard lock( *this );
    if ( !listening_ ) {
       return;
    }
-   if ( entries_.size() >= bound_ ) {
+   if ( entries_.size() >= bound_ || byResult_.size() >= 2 * bound_ ) {
       entries_.clear();
       byResult_.clear();
    }
-   const auto [ at, inserted ] = entries_.try_emplace( list, entry );
-   if ( !inserted ) {
+   if ( !entries_.insert( list, entry ) ) {
       return; // another thread remembered the same
    }
    if ( entry.result && entry.result != list ) {
@@ -160,41 +166,107 @@ void ListMemo::remember( const Bex::DedupHandle* list, Entry entry ) {
 }
 
 size_t ListMemo::remembered() const {
-   std::lock_guard<std::mutex> lock( mutex_ );
+   Guard lock( *this );
    return entries_.size();
 }
 
-void ListMemo::eraseLocked( std::unordered_map<const Bex::DedupHandle*, Entry>::iterator entry ) {
-   const Bex::DedupHandle* result = entry->second.result;
-   if ( result && result != entry->first ) {
-      auto [ first, last ] = byResult_.equal_range( result );
-      for ( ; first != last; ++first ) {
-         if ( first->second == entry->first ) {
-            byResult_.erase( first );
-            break;
-         }
+void ListMemo::forget( const Bex::DedupHandle* list ) {
+   Guard lock( *this );
+   departures_.fetch_add( 1 );
+   entries_.erase( list );
+   // Records of entries already gone (or remembered anew) are left behind
+   // when a list leaves, rather than searched for; they are dropped here or
+   // with the rest when the memo starts over.
+   const auto [ first, last ] = byResult_.equal_range( list );
+   for ( auto it = first; it != last; ++it ) {
+      const Entry* entry = entries_.find( it->second );
+      if ( entry && entry->result == list ) {
+         entries_.erase( it->second );
       }
    }
-   entries_.erase( entry );
-}
-
-void ListMemo::forget( const Bex::DedupHandle* list ) {
-   std::lock_guard<std::mutex> lock( mutex_ );
-   if ( const auto found = entries_.find( list ); found != entries_.end() ) {
-      eraseLocked( found );
-   }
-   for ( auto it = byResult_.find( list ); it != byResult_.end(); it = byResult_.find( list ) ) {
-      const Bex::DedupHandle* key = it->second;
-      byResult_.erase( it );
-      entries_.erase( key );
-   }
+   byResult_.erase( first, last );
 }
 
 void ListMemo::stop() {
-   std::lock_guard<std::mutex> lock( mutex_ );
+   Guard lock( *this );
+   departures_.fetch_add( 1 );
    listening_ = false;
    entries_.clear();
    byResult_.clear();
+}
+
+size_t ListMemo::Entries::home( const Bex::DedupHandle* list ) const noexcept {
+   // Objects sit at least 16 bytes apart: mix the address above that.
+   const U64 bits = ( reinterpret_cast<U64>( list ) >> 4 ) * 0x9E3779B97F4A7C15ull;
+   return size_t( bits >> 32 ) & ( slots_.size() - 1 );
+}
+
+auto ListMemo::Entries::find( const Bex::DedupHandle* list ) const noexcept -> const Entry* {
+   if ( slots_.empty() ) {
+      return nullptr;
+   }
+   for ( size_t i = home( list );; i = ( i + 1 ) & ( slots_.size() - 1 ) ) {
+      const Slot& slot = slots_[ i ];
+      if ( slot.list == list ) {
+         return &slot.entry;
+      }
+      if ( !slot.list ) {
+         return nullptr;
+      }
+   }
+}
+
+bool ListMemo::Entries::insert( const Bex::DedupHandle* list, const Entry& entry ) {
+   if ( ( count_ + 1 ) * 2 > slots_.size() ) {
+      std::vector<Slot> old( std::max<size_t>( slots_.size() * 2, 64 ) );
+      old.swap( slots_ );
+      count_ = 0;
+      for ( const Slot& slot : old ) {
+         if ( slot.list ) {
+            insert( slot.list, slot.entry );
+         }
+      }
+   }
+   size_t i = home( list );
+   for ( ; slots_[ i ].list; i = ( i + 1 ) & ( slots_.size() - 1 ) ) {
+      if ( slots_[ i ].list == list ) {
+         return false;
+      }
+   }
+   slots_[ i ] = Slot{ list, entry };
+   ++count_;
+   return true;
+}
+
+void ListMemo::Entries::erase( const Bex::DedupHandle* list ) noexcept {
+   if ( slots_.empty() ) {
+      return;
+   }
+   const size_t mask = slots_.size() - 1;
+   size_t i = home( list );
+   while ( slots_[ i ].list != list ) {
+      if ( !slots_[ i ].list ) {
+         return;
+      }
+      i = ( i + 1 ) & mask;
+   }
+   // Backward shift: later slots of the run move into the hole unless they
+   // already sit between their home and it.
+   for ( size_t j = ( i + 1 ) & mask; slots_[ j ].list; j = ( j + 1 ) & mask ) {
+      const size_t h = home( slots_[ j ].list );
+      const bool stays = i <= j ? ( i < h && h <= j ) : ( i < h || h <= j );
+      if ( !stays ) {
+         slots_[ i ] = slots_[ j ];
+         i = j;
+      }
+   }
+   slots_[ i ] = Slot();
+   --count_;
+}
+
+void ListMemo::Entries::clear() noexcept {
+   std::fill( slots_.begin(), slots_.end(), Slot() );
+   count_ = 0;
 }
 
 } // namespace Routing::Bgp

@@ -12,9 +12,11 @@
 //   if ( !memo.findEdit( list.ptr(), &result ) ) { result = ...; memo.rememberEdit( list.ptr(), result.ptr() ); }
 #pragma once
 
-#include <mutex>
+#include <atomic>
 #include <optional>
+#include <thread>
 #include <unordered_map>
+#include <vector>
 
 #include "Bex/DedupHashTable.h"
 #include "Kel/Ptr.h"
@@ -54,22 +56,75 @@ class ListMemo {
       U32 resultHash = 0;
       bool matched = false;
    };
+   // Entries: entries by list identity in one open-addressing array (at
+   // most half full), so that a hit reads one slot.
+   class Entries {
+    public:
+      const Entry* find( const Bex::DedupHandle* list ) const noexcept;
+      // insert(): false when list has an entry already.
+      bool insert( const Bex::DedupHandle* list, const Entry& entry );
+      void erase( const Bex::DedupHandle* list ) noexcept;
+      size_t size() const noexcept { return count_; }
+      void clear() noexcept;
+
+    private:
+      struct Slot {
+         const Bex::DedupHandle* list = nullptr;
+         Entry entry;
+      };
+      size_t home( const Bex::DedupHandle* list ) const noexcept;
+      std::vector<Slot> slots_;
+      size_t count_ = 0;
+   };
    // remember(): entry for list, when list is a member of the table (a
    // list of another table, or of none, could leave unheard).
    void remember( const Bex::DedupHandle* list, Entry entry );
    // forget() / stop(): from the table's callbacks.
    void forget( const Bex::DedupHandle* list );
    void stop();
-   void eraseLocked( std::unordered_map<const Bex::DedupHandle*, Entry>::iterator entry );
 
    Bex::DedupHashTable::Ptr table_;
    Kel::Ptr<ListMemoHub> hub_;
    size_t bound_;
-   mutable std::mutex mutex_;
-   std::unordered_map<const Bex::DedupHandle*, Entry> entries_;
+   // Guard: the memo's lock for a scope, taken only with a thread-safe
+   // table (a single-thread table's memo has its one thread too). Held for
+   // a few loads and stores at a time: it spins, then yields.
+   class Guard {
+    public:
+      explicit Guard( const ListMemo& memo ) noexcept
+            : lock_( memo.threadSafe_ ? &memo.locked_ : nullptr ) {
+         if ( !lock_ ) {
+            return;
+         }
+         for ( unsigned spins = 0; lock_->exchange( true, std::memory_order_acquire ); ++spins ) {
+            while ( lock_->load( std::memory_order_relaxed ) ) {
+               if ( ++spins > 64 ) {
+                  std::this_thread::yield();
+               }
+            }
+         }
+      }
+      ~Guard() {
+         if ( lock_ ) {
+            lock_->store( false, std::memory_order_release );
+         }
+      }
+      Guard( const Guard& ) = delete;
+      Guard& operator=( const Guard& ) = delete;
+
+    private:
+      std::atomic<bool>* lock_;
+   };
+
+   bool threadSafe_;
+   mutable std::atomic<bool> locked_{ false };
+   Entries entries_;
    // byResult_: the lists whose entry names a result, by that result, so
    // that a result leaving the table takes its entries with it.
    std::unordered_multimap<const Bex::DedupHandle*, const Bex::DedupHandle*> byResult_;
+   // departures_: lists that left the table (and stops), so that a hit
+   // can tell whether its result may have left since it read the entry.
+   std::atomic<U64> departures_{ 0 };
    bool listening_ = true;
 };
 
