@@ -176,7 +176,7 @@ void BgpdumpLine::appendStateChange( std::string& out, const MrtStateChange& cha
 }
 
 void BgpdumpLine::appendPath( std::string& out, std::span<const U8> asPath,
-                              std::span<const U8> as4Path, bool as4 ) {
+                              std::span<const U8> as4Path, bool as4, bool useAs4Path ) {
    auto read = []( std::span<const U8> value, bool wide, Path* p ) {
       p->segments.clear();
       p->ases.clear();
@@ -194,18 +194,23 @@ void BgpdumpLine::appendPath( std::string& out, std::span<const U8> asPath,
          }
       }
    };
-   // The number of ASes a path counts for: a set counts once, confederation
-   // segments not at all (RFC 6793 section 4.2.3).
-   auto length = []( const Path& p ) {
+   // The number of ASes a path counts for (RFC 6793 section 4.2.3): a set
+   // counts once. Members of a confederation sequence count too, as bgpdump
+   // has it, so that the leading confederation segments of AS_PATH stay in
+   // front of AS4_PATH, which cannot carry them.
+   auto sequence = []( U8 type ) {
+      return type == asSequence || type == confedSequence;
+   };
+   auto length = [ & ]( const Path& p ) {
       size_t n = 0;
       for ( const Segment& s : p.segments ) {
-         n += s.type == asSequence ? s.count : s.type == asSet ? 1 : 0;
+         n += sequence( s.type ) ? s.count : 1;
       }
       return n;
    };
    read( asPath, as4, &path_ );
    const Path* shown = &path_;
-   if ( !as4 && !as4Path.empty() ) {
+   if ( !as4 && !as4Path.empty() && useAs4Path ) {
       read( as4Path, true, &path4_ );
       size_t have = length( path_ );
       size_t have4 = length( path4_ );
@@ -218,14 +223,8 @@ void BgpdumpLine::appendPath( std::string& out, std::span<const U8> asPath,
          for ( const Segment& s : path_.segments ) {
             if ( keep == 0 )
                break;
-            size_t take = s.type == asSequence ? std::min<size_t>( s.count, keep )
-                          : s.type == asSet    ? ( keep >= 1 ? s.count : 0 )
-                                               : s.count;
-            if ( s.type == asSequence ) {
-               keep -= take;
-            } else if ( s.type == asSet ) {
-               keep -= 1;
-            }
+            size_t take = sequence( s.type ) ? std::min<size_t>( s.count, keep ) : s.count;
+            keep -= sequence( s.type ) ? take : 1;
             merged.segments.push_back( Segment{ s.type, U32( merged.ases.size() ), U32( take ) } );
             merged.ases.insert( merged.ases.end(), path_.ases.begin() + s.first,
                                 path_.ases.begin() + s.first + take );
@@ -270,7 +269,15 @@ void BgpdumpLine::appendRoute( std::string& out, const MrtRoute& route ) {
    out += '|';
    Found f;
    scan( route.attributes, &f );
-   appendPath( out, f.value[ attrAsPath ], f.value[ attrAs4Path ], route.as4 );
+   // An AGGREGATOR of a 2-octet speaker that is not AS_TRANS beside an
+   // AS4_AGGREGATOR says the aggregation happened after the last 4-octet
+   // speaker: AS4_PATH and AS4_AGGREGATOR are ignored (RFC 6793 section
+   // 4.2.3). Without AS4_AGGREGATOR, bgpdump merges AS4_PATH all the same,
+   // and so do these lines.
+   std::span<const U8> aggregator = f.value[ attrAggregator ];
+   bool as4Valid = route.as4 || aggregator.size() != 6 || !f.has( attrAs4Aggregator ) ||
+                   loadU16( aggregator.data() ) == asTrans;
+   appendPath( out, f.value[ attrAsPath ], f.value[ attrAs4Path ], route.as4, as4Valid );
    out += '|';
    std::span<const U8> origin = f.value[ attrOrigin ];
    U8 o = origin.empty() ? 2 : origin[ 0 ];
@@ -313,7 +320,6 @@ void BgpdumpLine::appendRoute( std::string& out, const MrtRoute& route ) {
    out += '|';
    out += f.has( attrAtomicAggregate ) ? "AG" : "NAG";
    out += '|';
-   std::span<const U8> aggregator = f.value[ attrAggregator ];
    size_t asWidth = route.as4 ? 4 : 2;
    if ( aggregator.size() == asWidth + 4 ) {
       U32 as = route.as4 ? loadU32( aggregator.data() ) : loadU16( aggregator.data() );

@@ -42,7 +42,7 @@ class BgpdumpLine {
    };
 
    void appendPath( std::string& out, std::span<const U8> asPath, std::span<const U8> as4Path,
-                    bool as4 );
+                    bool as4, bool useAs4Path );
 
    Path path_;
    Path path4_;

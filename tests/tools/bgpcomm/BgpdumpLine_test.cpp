@@ -31,6 +31,14 @@ TEST( BgpdumpLine, HandWrittenRfcRecordsGiveBgpdumpsLines ) {
         "BGP4MP_ET|1500000001.000007|A|2001:db8::5|200000|2001:db8::/32|200000|IGP|2001:db8::5|"
         "0|0|3:3392||NAG||\n"
         "BGP4MP_ET|1500000002.999999|STATE|198.51.100.5|200000|5|6\n" },
+      // AS4_PATH merged (RFC 6793), ignored behind a 2-octet aggregator.
+      { "bgp4mp-as4-path",
+        "BGP4MP|1000000000|A|198.51.100.9|65001|203.0.113.0/24|65001 200000 300000 1 "
+        "{2,400000}|IGP|198.51.100.9|0|0|||NAG|200000 198.51.100.9|\n"
+        "BGP4MP|1000000001|A|198.51.100.9|65001|203.0.114.0/24|65001 23456|IGP|198.51.100.9|0|0|"
+        "||NAG|5 198.51.100.9|\n"
+        "BGP4MP|1000000002|A|198.51.100.9|65001|203.0.115.0/24|(7 8) 1 "
+        "200000|IGP|198.51.100.9|0|0|||NAG||\n" },
    };
    for ( const Case& c : cases ) {
       std::string file = hexFixture( c.fixture );
