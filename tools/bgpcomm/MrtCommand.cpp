@@ -90,6 +90,22 @@ class CommandSink : public InternedRouteSink {
    MrtStats stats_;
 };
 
+// UninternedSink: routes on to the command's sink without their lists, for
+// the output that shows none: bgpdump lines, unless --match needs the lists.
+class UninternedSink : public MrtRouteSink {
+ public:
+   explicit UninternedSink( InternedRouteSink& next ) : next_( next ) {}
+
+   void route( const MrtRoute& route ) override { next_.route( route, none_ ); }
+   void withdrawal( const MrtRoute& route ) override { next_.withdrawal( route ); }
+   void stateChange( const MrtStateChange& change ) override { next_.stateChange( change ); }
+   void problem( const MrtProblem& problem ) override { next_.problem( problem ); }
+
+ private:
+   InternedRouteSink& next_;
+   const InternedRoute none_;
+};
+
 U64 fileSize( const std::string& path ) {
    struct stat st;
    return path != "-" && ::stat( path.c_str(), &st ) == 0 ? U64( st.st_size ) : 0;
@@ -104,9 +120,12 @@ struct FileReading {
          : buffer( out ),
            sink( tables, buffer, err, cl ),
            interning( tables, sink ),
+           uninterned( sink ),
            filter( cl.peers, cl.prefixes ), // checked when the command line was read
-           filtering( filter, interning ),
-           reader( filter.empty() ? static_cast<MrtRouteSink&>( interning ) : filtering ),
+           filtering( filter, cl.bgpdump && cl.match.empty()
+                                    ? static_cast<MrtRouteSink&>( uninterned )
+                                    : interning ),
+           reader( filter.empty() ? filtering.next() : filtering ),
            err_( err ) {
       reader.sourceOptionsIs( ByteSource::Options{ true, bzip2Workers } );
    }
@@ -134,6 +153,7 @@ struct FileReading {
    OutputBuffer buffer;
    CommandSink sink;
    InterningSink interning;
+   UninternedSink uninterned;
    RouteFilter filter;
    FilteringSink filtering;
    MrtReader reader;

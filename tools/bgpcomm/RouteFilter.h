@@ -70,6 +70,9 @@ class FilteringSink : public MrtRouteSink {
    }
    void problem( const MrtProblem& problem ) override { next_.problem( problem ); }
 
+   // next(): where the routes go.
+   MrtRouteSink& next() { return next_; }
+
  private:
    const RouteFilter& filter_;
    MrtRouteSink& next_;
