@@ -49,7 +49,7 @@ auto CommunityListEdit<List>::deleteMatchingIs( const Kel::Ptr<const Table>& tab
                                                 const CommunityPattern& pattern, size_t memoBound )
       -> Ptr {
    if ( pattern.kind() != Traits::kind ) {
-      throw Kel::ParseException( "pattern", "'" + pattern.text() + "': a " +
+      throw Kel::ParseException( "pattern", "community pattern '" + pattern.text() + "': a " +
                                                   kKindNames[ pattern.kind() ] +
                                                   " pattern cannot edit a list of " +
                                                   kKindNames[ Traits::kind ] + " communities" );

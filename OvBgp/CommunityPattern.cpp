@@ -15,6 +15,7 @@
 #include "Onet/Ip6Addr.h"
 #include "Onet/IpAddr.h"
 #include "OvBgp/CommList.h"
+#include "OvBgp/CommunityTextReader.h"
 #include "OvBgp/ExtCommIp6List.h"
 #include "OvBgp/ExtCommList.h"
 #include "OvBgp/LargeCommList.h"
@@ -69,7 +70,8 @@ U8 typeOfLayout( Layout layout ) { return layout == as4 ? 0x02 : layout == ip4 ?
 // throws with the whole text quoted.
 class Compiler {
  public:
-   explicit Compiler( std::string_view text ) : text_( text ) {}
+   explicit Compiler( std::string_view text )
+         : text_( text ), reader_( text, "community pattern", "pattern" ) {}
 
    CommunityPattern::Kind kind = CommunityPattern::kindStandard;
    std::vector<Shape> shapes;
@@ -109,8 +111,18 @@ class Compiler {
    }
 
  private:
-   [[noreturn]] void fail( const std::string& what ) const {
-      throw Kel::ParseException( "pattern", "'" + std::string( text_ ) + "': " + what );
+   [[noreturn]] void fail( const std::string& what ) const { reader_.fail( what ); }
+
+   // read(): one token of the text's tokeniser over the whole of s, a view
+   // into the text, so that its faults quote the pattern.
+   template<class Token>
+   auto read( std::string_view s, Token&& token ) const {
+      reader_.offsetIs( size_t( s.data() - text_.data() ) );
+      const auto value = token( reader_ );
+      if ( reader_.offset() != size_t( s.data() - text_.data() ) + s.size() ) {
+         fail( "'" + std::string( s ) + "' is not a number, '*' or a range lo-hi" );
+      }
+      return value;
    }
 
    static Field exact( U8 word, U8 shift, U8 width, U64 value ) {
@@ -143,23 +155,18 @@ class Compiler {
       }
    }
 
-   // decimal(): a plain unsigned number up to max (hex with 0x when asked).
+   // decimal(): a plain unsigned number up to max (an octet also as 0xHH,
+   // the form the generic label prints).
    U64 decimal( std::string_view s, U64 max, bool hex = false ) const {
-      int base = 10;
       if ( hex && s.starts_with( "0x" ) ) {
-         s.remove_prefix( 2 );
-         base = 16;
+         U64 value = 0;
+         const auto [ end, ec ] = std::from_chars( s.data() + 2, s.data() + s.size(), value, 16 );
+         if ( s.size() == 2 || end != s.data() + s.size() || ec != std::errc() || value > max ) {
+            fail( "'" + std::string( s ) + "' is not an octet" );
+         }
+         return value;
       }
-      U64 value = 0;
-      const auto [ end, ec ] = std::from_chars( s.data(), s.data() + s.size(), value, base );
-      if ( s.empty() || end != s.data() + s.size() ||
-           ( ec != std::errc() && ec != std::errc::result_out_of_range ) ) {
-         fail( "'" + std::string( s ) + "' is not a number, '*' or a range lo-hi" );
-      }
-      if ( ec == std::errc::result_out_of_range || value > max ) {
-         fail( std::string( s ) + " is beyond " + std::to_string( max ) );
-      }
-      return value;
+      return read( s, [ max ]( CommunityTextReader& in ) { return in.number( max ); } );
    }
 
    // range(): '*', one value or lo-hi, each end read by one().
@@ -185,21 +192,13 @@ class Compiler {
    // asNumber(): decimal, or asdot high.low.
    Range asNumber( std::string_view s ) const {
       return range( s, [ & ]( std::string_view n ) -> U64 {
-         const size_t dot = n.find( '.' );
-         if ( dot == std::string_view::npos ) {
-            return decimal( n, kU32 );
-         }
-         return decimal( n.substr( 0, dot ), kU16 ) << 16 | decimal( n.substr( dot + 1 ), kU16 );
+         return read( n, []( CommunityTextReader& in ) { return in.asNumber(); } );
       } );
    }
    // ipv4(): '*', an address, a range of addresses or a prefix.
    Range ipv4( std::string_view s ) const {
       auto address = [ & ]( std::string_view a ) -> U64 {
-         Onet::IpAddr addr;
-         if ( !Onet::IpAddr::tryParse( a, &addr ) ) {
-            fail( "'" + std::string( a ) + "' is not an IPv4 address" );
-         }
-         return addr.value();
+         return read( a, []( CommunityTextReader& in ) { return in.ipv4Address().value(); } );
       };
       const size_t slash = s.find( '/' );
       if ( slash == std::string_view::npos ) {
@@ -490,6 +489,7 @@ class Compiler {
    }
 
    std::string_view text_;
+   mutable CommunityTextReader reader_;
 };
 
 // Words: a value as the pattern's fields read it.

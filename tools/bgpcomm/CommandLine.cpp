@@ -66,7 +66,7 @@ void addMrt( CLI::App& app, CommandLine& cl ) {
             try {
                Routing::Bgp::CommunityPattern pattern( text );
             } catch ( const Kel::ParseException& e ) {
-               return std::string( "bad pattern " ) + e.what();
+               return e.what();
             }
             return "";
          } );

@@ -84,7 +84,7 @@ TEST( CommandLine, MistakesAreUsageErrorsThatSayWhich ) {
       { { "mrt", "--json", "--stats", "f" }, "--json excludes --stats", mrt },
       { { "mrt", "--routes", "5", "f" }, "unknown option '--routes'", mrt },
       { { "mrt", "--match", "65536:1", "f" },
-        "--match: bad pattern '65536:1': 65536 is beyond 65535",
+        "--match: community pattern '65536:1': 65536 is beyond 65535",
         mrt },
       { { "gen", "-o", "f" }, "--routes is required", gen },
       { { "gen", "--routes", "10" }, "--output is required", gen },
