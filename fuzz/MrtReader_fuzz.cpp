@@ -1,18 +1,14 @@
 // MrtReader_fuzz.cpp: arbitrary octets as a plain (uncompressed) MRT file read
-// by the tool's reader. The file lives in memory (memfd), reached through its
-// /proc/self/fd path, so nothing touches the disk. The reader must hand out
-// well-formed routes, report every bad record with an offset inside the data,
-// and never crash, throw or stop early without saying why. Every entry is
+// by the tool's reader straight from memory, with no file or thread in
+// between. The reader must hand out well-formed routes, report every bad
+// record with an offset inside the data, and never crash, throw or stop
+// early without saying why. Every entry is
 // also written as a bgpdump line, which decodes the rest of its attributes.
 //
 //   ninja fuzz_MrtReader_fuzz && build/fuzz/MrtReader_fuzz fuzz/corpus/MrtReader_fuzz
 
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include <cstdio>
 #include <cstdlib>
-#include <string>
 
 #include "tools/bgpcomm/BgpdumpLine.h"
 #include "tools/bgpcomm/CommunityKind.h"
@@ -80,42 +76,19 @@ class Sink : public Bgpcomm::MrtRouteSink {
    std::string line_;
 };
 
-// memoryFile(): an in-memory file holding the input; -1 when none can be made.
-int memoryFile( const U8* data, size_t size ) {
-   const int fd = memfd_create( "mrt", MFD_CLOEXEC );
-   if ( fd < 0 ) {
-      return -1;
-   }
-   size_t written = 0;
-   while ( written < size ) {
-      const ssize_t n = write( fd, data + written, size - written );
-      if ( n <= 0 ) {
-         close( fd );
-         return -1;
-      }
-      written += size_t( n );
-   }
-   return fd;
-}
-
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput( const U8* data, size_t size ) {
-   // A compressed file's magic makes the reader decompress: not a plain file.
-   if ( ( size >= 2 && data[ 0 ] == 0x1f && data[ 1 ] == 0x8b ) ||
-        ( size >= 3 && data[ 0 ] == 'B' && data[ 1 ] == 'Z' && data[ 2 ] == 'h' ) ) {
+   // A compressed file's magic makes the reader decompress: not a plain file
+   // (Decompress_fuzz feeds those).
+   if ( Bgpcomm::sniffCompression( { data, size } ) != Bgpcomm::Compression::none ) {
       return 0;
    }
-   const int fd = memoryFile( data, size );
-   if ( fd < 0 ) {
-      std::perror( "MrtReader_fuzz: memfd" );
-      std::abort();
-   }
-   const std::string path = "/proc/self/fd/" + std::to_string( fd );
+   Bgpcomm::ByteSource source( std::span<const U8>( data, size ), "input",
+                               Bgpcomm::ByteSource::Options{ false, 0 } );
    Sink sink( size );
    Bgpcomm::MrtReader reader( sink );
-   const Bgpcomm::MrtFileSummary summary = reader.readFile( path );
-   close( fd );
+   const Bgpcomm::MrtFileSummary summary = reader.read( source, "input" );
    FUZZ_CHECK( summary.routes == sink.routes );
    FUZZ_CHECK( summary.problems == sink.problems );
    // Each record is at least its 12-octet header.

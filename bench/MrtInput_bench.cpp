@@ -1,0 +1,233 @@
+// bench/MrtInput_bench.cpp: how fast `bgpcomm mrt FILE > /dev/null` reads
+// compressed dumps, against only inflating them (`zcat`, `bzcat`) and against
+// `bgpdump -m -l`, on a generated table dump of a million routes (bgpcomm gen
+// --routes 1000000 --seed 1) as plain, gzip (gzip -6) and bzip2 (bzip2 -9)
+// files written once into this build's bench directory, and on the real gzip
+// dump with the most routes in ../shared/mrt/. Each program runs as its own
+// process; each figure is the best of its runs. After the table: the ratios,
+// and routes and inflated megabytes per second of each program. This program
+// is bgpcomm itself when its first argument is --as-bgpcomm.
+//
+// OVBGP_BENCH_MRT_ROUTES overrides the route count (a quick look, not a figure).
+
+#include <benchmark/benchmark.h>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <map>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "bench/support/ChildProcess.h"
+#include "tools/bgpcomm/ByteSink.h"
+#include "tools/bgpcomm/Commands.h"
+#include "tools/bgpcomm/MrtGenerator.h"
+
+namespace {
+
+using BenchSupport::ChildRun;
+using BenchSupport::runChild;
+using BenchSupport::selfPath;
+
+constexpr const char* asBgpcomm = "--as-bgpcomm";
+
+U64 routeCount() {
+   const char* env = std::getenv( "OVBGP_BENCH_MRT_ROUTES" );
+   return env && std::atoll( env ) > 0 ? U64( std::atoll( env ) ) : 1000000;
+}
+
+U64 sizeOf( const std::string& path ) {
+   struct stat st;
+   return ::stat( path.c_str(), &st ) == 0 ? U64( st.st_size ) : 0;
+}
+
+// Input: one file the programs read, with what it holds.
+struct Input {
+   std::string path;
+   U64 routes = 0;
+   U64 inflatedOctets = 0;
+};
+
+std::string benchDir() {
+   std::string self = selfPath();
+   return self.substr( 0, self.rfind( '/' ) + 1 );
+}
+
+// generated(): the dump in form "" (plain), "gz" or "bz2", made on first use.
+const Input& generated( const std::string& form ) {
+   static std::map<std::string, Input> inputs;
+   auto it = inputs.find( form );
+   if ( it != inputs.end() )
+      return it->second;
+   std::string plain = benchDir() + "mrt-" + std::to_string( routeCount() ) + "-seed1.mrt";
+   if ( sizeOf( plain ) == 0 ) {
+      std::fprintf( stderr, "generating %s\n", plain.c_str() );
+      std::string partial = plain + ".partial";
+      Bgpcomm::ByteSink out( partial );
+      Bgpcomm::generateMrt( { routeCount(), 1 }, out );
+      out.close();
+      std::rename( partial.c_str(), plain.c_str() );
+   }
+   Input in{ plain, routeCount(), sizeOf( plain ) };
+   if ( !form.empty() ) {
+      in.path = plain + "." + form;
+      if ( sizeOf( in.path ) == 0 ) {
+         std::string command = ( form == "gz" ? "gzip -6 -c " : "bzip2 -9 -c " ) + plain + " > " +
+                               in.path + ".partial && mv " + in.path + ".partial " + in.path;
+         if ( std::system( command.c_str() ) != 0 )
+            in.path.clear();
+      }
+   }
+   return inputs[ form ] = in;
+}
+
+// realDump(): the real gzip update dump with the most routes (bgpdump -m
+// counts 10,111 announcements and 385 withdrawals in it).
+const Input& realDump() {
+   static const Input in = [] {
+      const char* src = std::getenv( "OVBGP_SOURCE_DIR" );
+      std::string path =
+            std::string( src ? src : "." ) + "/../shared/mrt/ris-updates.20071015.1505.gz";
+      std::string plain = benchDir() + "ris-updates.20071015.1505";
+      std::string command = "zcat " + path + " > " + plain;
+      if ( sizeOf( path ) == 0 || std::system( command.c_str() ) != 0 )
+         return Input{};
+      return Input{ path, 10111, sizeOf( plain ) };
+   }();
+   return in;
+}
+
+// Best: each benchmark's least disturbed run.
+std::map<std::string, ChildRun> best;
+
+void runProgram( benchmark::State& state, const char* name, const Input& in,
+                 std::vector<std::string> argv ) {
+   if ( in.path.empty() ) {
+      state.SkipWithError( "input missing" );
+      return;
+   }
+   argv.push_back( in.path );
+   for ( auto _ : state ) {
+      ChildRun r = runChild( argv, "/dev/null" );
+      if ( !r.ok ) {
+         state.SkipWithError( ( argv[ 0 ] + " failed" ).c_str() );
+         return;
+      }
+      state.SetIterationTime( r.wallSeconds );
+      ChildRun& b = best[ name ];
+      if ( b.wallSeconds == 0 || r.wallSeconds < b.wallSeconds )
+         b = r;
+      state.counters[ "cpu_s" ] = r.cpuSeconds;
+   }
+   state.SetItemsProcessed( int64_t( state.iterations() * in.routes ) );
+   state.SetBytesProcessed( int64_t( state.iterations() * in.inflatedOctets ) );
+}
+
+std::vector<std::string> bgpcomm() { return { selfPath(), asBgpcomm, "mrt", "--no-progress" }; }
+
+void BM_Bgpcomm_Plain( benchmark::State& s ) {
+   runProgram( s, __func__, generated( "" ), bgpcomm() );
+}
+void BM_Bgpcomm_Gzip( benchmark::State& s ) {
+   runProgram( s, __func__, generated( "gz" ), bgpcomm() );
+}
+void BM_Zcat_Gzip( benchmark::State& s ) {
+   runProgram( s, __func__, generated( "gz" ), { "zcat" } );
+}
+void BM_Bgpcomm_Bzip2( benchmark::State& s ) {
+   runProgram( s, __func__, generated( "bz2" ), bgpcomm() );
+}
+void BM_Bzcat_Bzip2( benchmark::State& s ) {
+   runProgram( s, __func__, generated( "bz2" ), { "bzcat" } );
+}
+void BM_Bgpcomm_RealGzip( benchmark::State& s ) {
+   runProgram( s, __func__, realDump(), bgpcomm() );
+}
+void BM_Zcat_RealGzip( benchmark::State& s ) { runProgram( s, __func__, realDump(), { "zcat" } ); }
+
+void bgpdumpOn( benchmark::State& s, const char* name, const Input& in ) {
+   if ( !BenchSupport::onPath( "bgpdump" ) ) {
+      s.SkipWithError( "bgpdump is not installed (apt-get install bgpdump)" );
+      return;
+   }
+   runProgram( s, name, in, { "bgpdump", "-m", "-l" } );
+}
+void BM_Bgpdump_Plain( benchmark::State& s ) { bgpdumpOn( s, __func__, generated( "" ) ); }
+void BM_Bgpdump_Gzip( benchmark::State& s ) { bgpdumpOn( s, __func__, generated( "gz" ) ); }
+void BM_Bgpdump_Bzip2( benchmark::State& s ) { bgpdumpOn( s, __func__, generated( "bz2" ) ); }
+
+// Short programs run several times; bgpdump takes many seconds, once each.
+#define OVBGP_CHILD_BENCH( name, reps )    \
+   BENCHMARK( name )                       \
+         ->UseManualTime()                 \
+         ->Unit( benchmark::kMillisecond ) \
+         ->Iterations( 1 )                 \
+         ->Repetitions( reps )
+OVBGP_CHILD_BENCH( BM_Bgpcomm_Plain, 3 );
+OVBGP_CHILD_BENCH( BM_Bgpcomm_Gzip, 3 );
+OVBGP_CHILD_BENCH( BM_Zcat_Gzip, 3 );
+OVBGP_CHILD_BENCH( BM_Bgpcomm_Bzip2, 3 );
+OVBGP_CHILD_BENCH( BM_Bzcat_Bzip2, 3 );
+OVBGP_CHILD_BENCH( BM_Bgpcomm_RealGzip, 9 );
+OVBGP_CHILD_BENCH( BM_Zcat_RealGzip, 9 );
+OVBGP_CHILD_BENCH( BM_Bgpdump_Plain, 1 );
+OVBGP_CHILD_BENCH( BM_Bgpdump_Gzip, 1 );
+OVBGP_CHILD_BENCH( BM_Bgpdump_Bzip2, 1 );
+
+void printRatio( const char* what, const char* mine, const char* theirs, double target ) {
+   auto a = best.find( mine ), b = best.find( theirs );
+   if ( a == best.end() || b == best.end() || b->second.wallSeconds <= 0 ) {
+      std::printf( "ratio %s: not measured\n", what );
+      return;
+   }
+   double ratio = a->second.wallSeconds / b->second.wallSeconds;
+   std::printf( "ratio %s: %.2f (target <= %.1f)%s\n", what, ratio, target,
+                ratio <= target ? "" : "  MISSED" );
+}
+
+void printFigures() {
+   printRatio( "bgpcomm mrt / zcat, generated gzip", "BM_Bgpcomm_Gzip", "BM_Zcat_Gzip", 1.0 );
+   printRatio( "bgpcomm mrt / zcat, real gzip", "BM_Bgpcomm_RealGzip", "BM_Zcat_RealGzip", 1.0 );
+   printRatio( "bgpcomm mrt / bzcat, generated bzip2", "BM_Bgpcomm_Bzip2", "BM_Bzcat_Bzip2", 0.6 );
+   for ( const char* form : { "Plain", "Gzip", "Bzip2" } ) {
+      const Input& in = generated( std::string( form ) == "Plain"  ? ""
+                                   : std::string( form ) == "Gzip" ? "gz"
+                                                                   : "bz2" );
+      for ( const char* program : { "Bgpcomm", "Bgpdump" } ) {
+         auto it = best.find( std::string( "BM_" ) + program + "_" + form );
+         if ( it == best.end() || it->second.wallSeconds <= 0 )
+            continue;
+         const ChildRun& r = it->second;
+         std::printf( "%s %s: %.2f s elapsed, %.2f s CPU, %.2fM routes/s, %.0f MB/s inflated\n",
+                      program, form, r.wallSeconds, r.cpuSeconds,
+                      double( in.routes ) / r.wallSeconds / 1e6,
+                      double( in.inflatedOctets ) / r.wallSeconds / 1e6 );
+      }
+   }
+   double load[ 3 ] = {};
+   if ( ::getloadavg( load, 3 ) > 0 ) {
+      std::printf( "load average at the end: %.2f on %u cores%s\n", load[ 0 ],
+                   std::thread::hardware_concurrency(),
+                   load[ 0 ] > 1.5 ? " (busy: ratios are noisy)" : "" );
+   }
+}
+
+} // namespace
+
+int main( int argc, char** argv ) {
+   if ( argc > 1 && std::string( argv[ 1 ] ) == asBgpcomm ) {
+      return Bgpcomm::runBgpcomm( argc - 1, argv + 1, stdout, stderr );
+   }
+   benchmark::Initialize( &argc, argv );
+   if ( benchmark::ReportUnrecognizedArguments( argc, argv ) )
+      return 1;
+   benchmark::RunSpecifiedBenchmarks();
+   printFigures();
+   benchmark::Shutdown();
+   return 0;
+}
