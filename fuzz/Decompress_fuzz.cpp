@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr size_t maxInflated = 16 << 20;
+constexpr size_t maxInflated = 2 << 20;
 
 } // namespace
 

@@ -30,6 +30,10 @@ constexpr U64 magicMask = ( U64( 1 ) << 48 ) - 1;
 // No real block codes to more than about 2.3 MB (900k symbols of at most
 // 20 bits); a piece beyond this is not bzip2.
 constexpr size_t maxBlockOctets = 4 << 20;
+// maxCodedBlock(): the most a block of the stream's level (its digit) can
+// code to, 20 bits for each of level * 100k symbols; pieces are joined only
+// up to this, so a corrupt block costs a few tries, not one per block after it.
+size_t maxCodedBlock( char level ) { return size_t( level - '0' ) * 250000 + 65536; }
 // Output of one block: 900k after sorting, up to about 46 MB once its runs
 // are expanded.
 constexpr size_t maxBlockOutput = 64 << 20;
@@ -52,20 +56,27 @@ class BitWriter {
    void copy( const U8* src, U64 first, U64 count ) {
       unsigned shift = unsigned( first % 8 );
       const U8* p = src + first / 8;
-      if ( n_ == 0 ) {
-         // The common case: whole octets, realigned.
-         U64 whole = count / 8;
-         out.reserve( out.size() + whole + 16 );
-         for ( U64 i = 0; i < whole; ++i ) {
-            unsigned v = unsigned( p[ i ] ) << 8 | ( shift ? p[ i + 1 ] : 0 );
-            out.push_back( U8( v >> ( 8 - shift ) ) );
-         }
-         first += whole * 8;
-         count -= whole * 8;
+      // Whole octets, realigned, then the bits left over.
+      U64 whole = count / 8;
+      out.reserve( out.size() + whole + 16 );
+      for ( U64 i = 0; i < whole; ++i ) {
+         unsigned v = unsigned( p[ i ] ) << 8 | ( shift ? p[ i + 1 ] : 0 );
+         putOctet( U8( v >> ( 8 - shift ) ) );
       }
+      first += whole * 8;
+      count -= whole * 8;
       for ( ; count; --count, ++first ) {
          put( ( src[ first / 8 ] >> ( 7 - first % 8 ) ) & 1, 1 );
       }
+   }
+   // putOctet(): eight bits at once, wherever the writer stands.
+   void putOctet( U8 v ) {
+      if ( n_ == 0 ) {
+         out.push_back( v );
+         return;
+      }
+      out.push_back( U8( acc_ << ( 8 - n_ ) | v >> n_ ) );
+      acc_ = U8( v & ( ( 1u << n_ ) - 1 ) );
    }
    void pad() {
       if ( n_ )
@@ -126,7 +137,7 @@ void inflateBlock( Piece& p ) {
    }
    bz.next_in = reinterpret_cast<char*>( w.out.data() );
    bz.avail_in = unsigned( w.out.size() );
-   p.out.resize( 1 << 20 );
+   p.out.resize( 256 << 10 );
    size_t produced = 0;
    for ( ;; ) {
       bz.next_out = reinterpret_cast<char*>( p.out.data() + produced );
@@ -411,6 +422,11 @@ void Bzip2BlockInflater::joinWithNext() {
    Piece& a = *pieces_[ 0 ];
    Piece& b = *pieces_[ 1 ];
    waitDone( b );
+   if ( ( a.bitCount + b.bitCount ) / 8 > maxCodedBlock( a.level ) ) {
+      // Too long for one block: the piece was bad, not its end.
+      a.end = End::streamEnd;
+      return;
+   }
    auto joined = std::make_unique<Piece>();
    joined->level = a.level;
    joined->end = b.end;
@@ -420,11 +436,7 @@ void Bzip2BlockInflater::joinWithNext() {
    w.pad();
    joined->octets = std::move( w.out );
    joined->bitCount = a.bitCount + b.bitCount;
-   if ( joined->bitCount / 8 > 2 * maxBlockOctets ) {
-      joined->error = a.error;
-   } else {
-      inflateBlock( *joined );
-   }
+   inflateBlock( *joined );
    joined->state = Piece::State::done;
    std::lock_guard lock( mutex_ );
    pieces_.pop_front();
