@@ -75,7 +75,8 @@ class ListMemoHub : public Bex::DedupHashTableLifeTimeNotifiee {
 ListMemo::ListMemo( const Bex::DedupHashTable::Ptr& table, size_t bound )
       : table_( table ),
         hub_( ListMemoHub::hubOf( table ) ),
-        bound_( std::max<size_t>( bound, 1 ) ) {
+        bound_( std::max<size_t>( bound, 1 ) ),
+        threadSafe_( table->threadSafe() ) {
    hub_->subscribe( this );
 }
 

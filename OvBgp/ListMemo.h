@@ -116,7 +116,7 @@ class ListMemo {
       std::atomic<bool>* lock_;
    };
 
-   bool threadSafe_;
+   bool threadSafe_ = true;
    mutable std::atomic<bool> locked_{ false };
    Entries entries_;
    // byResult_: the lists whose entry names a result, by that result, so
