@@ -91,6 +91,11 @@ std::span<const U8> RawInput::peek( size_t n ) {
 std::span<const U8> RawInput::next() {
    U64 at = position();
    if ( mapped_ || fd_ < 0 ) {
+      // The slice handed out before is done with: its pages leave this
+      // process's memory instead of adding up to the whole file.
+      if ( unmap_ && at >= sliceSize ) {
+         ::madvise( const_cast<U8*>( mapped_ ) + at - sliceSize, sliceSize, MADV_DONTNEED );
+      }
       size_t n = std::min<U64>( sliceSize, mappedSize_ - at );
       position_.store( at + n, std::memory_order_relaxed );
       return { mapped_ + at, n };
