@@ -17,8 +17,9 @@ bool MrtRecordReader::carry( size_t n ) {
       if ( pos_ == chunk_.size() ) {
          if ( eof_ )
             return false;
+         std::span<const U8> following = source_.next(); // throws before anything moves
          chunkOffset_ += chunk_.size();
-         chunk_ = source_.next();
+         chunk_ = following;
          pos_ = 0;
          if ( chunk_.empty() ) {
             eof_ = true;
