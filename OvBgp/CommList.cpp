@@ -194,7 +194,9 @@ CommList::PtrConst CommList::lookupByContent( const CommListDedupTable* table,
       throw Kel::NullArgumentException( "CommList::lookupByContent: null table" );
    }
    return Kel::ptrCast<const CommList>(
-         table->dedupTable()->lookupByContent( content, content.hash() ) );
+         table->dedupTable()->lookupByContent(
+               content, Bex::DedupHandle::placementOfHash( table->dedupTable()->hashKey(),
+                                                           content.hash() ) ) );
 }
 
 U32 CommList::hash() const {

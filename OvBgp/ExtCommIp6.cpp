@@ -131,6 +131,16 @@ U32 ExtCommIp6Content::hash() const noexcept {
    return Kel::oneAtATimeFinal( h );
 }
 
+U32 ExtCommIp6Content::placementHash( const Kel::HashKey& key ) const noexcept {
+   U8 octets[ 20 ];
+   octets[ 0 ] = typeOctet;
+   octets[ 1 ] = subtypeOctet;
+   std::memcpy( octets + 2, addr.data(), 16 );
+   octets[ 18 ] = U8( localAdmin >> 8 );
+   octets[ 19 ] = U8( localAdmin );
+   return U32( Kel::sipHash13( key, octets, sizeof octets ) );
+}
+
 std::ostream& operator<<( std::ostream& os, const ExtCommIp6Content& content ) {
    OvFmt::DynamicBuffer<80> buf;
    appendContent( buf, content );

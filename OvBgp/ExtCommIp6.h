@@ -55,6 +55,9 @@ struct ExtCommIp6Content : Bex::DedupContentHandle {
    // hash(): one-at-a-time over the 20 octets: type, subtype, the address in
    // stored order, then localAdmin low octet first.
    U32 hash() const noexcept;
+   // placementHash(): SipHash-1-3 of the 20 wire octets under key, where
+   // an interning table keyed with key places this content.
+   U32 placementHash( const Kel::HashKey& key ) const noexcept;
 
    friend constexpr bool operator==( const ExtCommIp6Content& a,
                                      const ExtCommIp6Content& b ) noexcept {
@@ -150,6 +153,9 @@ class ExtCommIp6 : public KelStow::DedupHandle {
 
    // The interning identity: the content alone, never the classification.
    U32 hash() const override { return content_.hash(); }
+   U32 placementHash( const Kel::HashKey& key ) const override {
+      return content_.placementHash( key );
+   }
    bool compare( const Bex::DedupHandle* other ) const override;
    bool compareByContent( const Bex::DedupContentHandle& content ) const override;
 

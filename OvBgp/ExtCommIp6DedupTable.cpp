@@ -46,10 +46,10 @@ Kel::Ptr<const BgpParseExtendedCommunityRule> ExtCommIp6DedupTable::parseExtComm
 
 ExtCommIp6::PtrConst ExtCommIp6::dedupContent( const ExtCommIp6DedupTable* table,
                                                const ExtCommIp6Content& content ) {
-   // The content hash is the value's hash(), so the lookup by content and
-   // the insert by handle probe the same slot.
-   const U32 h = content.hash();
+   // The value places itself by the same function, so the lookup by
+   // content and the insert by handle probe the same slot.
    const Bex::DedupHashTable::Ptr& set = table->dedupTable();
+   const U32 h = content.placementHash( set->hashKey() );
    Bex::DedupHandle::PtrConst found = set->lookupIf( h, [ & ]( const Bex::DedupHandle* member ) {
       return static_cast<const ExtCommIp6*>( member )->content_ == content;
    } );

@@ -233,7 +233,8 @@ ExtCommList::PtrConst ExtCommList::findInterned( const ExtCommListDedupTable* ta
       };
       const Bex::DedupHashTable::Ptr& set =
             table->classificationListDedupTable( ExtCommClassification( kind ) );
-      const U32 hash = internedListHash( comm_.begin(), comm_.end(), ofKind );
+      const U32 hash = Bex::DedupHandle::placementOfHash(
+            set->hashKey(), internedListHash( comm_.begin(), comm_.end(), ofKind ) );
       Bex::DedupHandle::PtrConst part =
             set->lookupIf( hash, [ & ]( const Bex::DedupHandle* member ) {
                const auto& members =
@@ -252,8 +253,10 @@ ExtCommList::PtrConst ExtCommList::findInterned( const ExtCommListDedupTable* ta
       parts[ kinds++ ] = Kel::ptrCast<const ExtCommClassificationList>( std::move( part ) );
       last = kind;
    }
-   Bex::DedupHandle::PtrConst found = table->dedupTable()->lookupIf(
-         internedListHash( parts, parts + kinds ), [ & ]( const Bex::DedupHandle* member ) {
+   const Bex::DedupHashTable::Ptr& lists = table->dedupTable();
+   Bex::DedupHandle::PtrConst found = lists->lookupIf(
+         Bex::DedupHandle::placementOfHash( lists->hashKey(), internedListHash( parts, parts + kinds ) ),
+         [ & ]( const Bex::DedupHandle* member ) {
             const auto& lists = static_cast<const ExtCommList*>( member )->classificationLists_;
             return lists.size() == kinds && std::equal( lists.begin(), lists.end(), parts );
          } );

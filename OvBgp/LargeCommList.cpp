@@ -133,7 +133,9 @@ LargeCommList::PtrConst LargeCommList::lookupByContent( const LargeCommListDedup
       throw Kel::NullArgumentException( "LargeCommList::lookupByContent: null table" );
    }
    return Kel::ptrCast<const LargeCommList>(
-         table->dedupTable()->lookupByContent( content, content.hash() ) );
+         table->dedupTable()->lookupByContent(
+               content, Bex::DedupHandle::placementOfHash( table->dedupTable()->hashKey(),
+                                                           content.hash() ) ) );
 }
 
 U32 LargeCommList::hash() const {

@@ -129,6 +129,14 @@ class ExtComm : public KelStow::DedupHandle {
    // dedupKey(): the content itself: the table is keyed, so that a hit
    // never touches a value.
    U64 dedupKey() const noexcept override { return content_.value; }
+   // placementHash(): the content under the table's key; dedupContent()
+   // computes the same from a bare content.
+   U32 placementHash( const Kel::HashKey& key ) const override {
+      return placementOf( key, content_.value );
+   }
+   static U32 placementOf( const Kel::HashKey& key, U64 content ) noexcept {
+      return U32( Kel::keyedHash64( key, content ) );
+   }
    bool compare( const Bex::DedupHandle* other ) const override;
    bool compareByContent( const Bex::DedupContentHandle& content ) const override;
 
@@ -320,8 +328,9 @@ class ExtCommDedupTable : public Kel::PtrInterface {
 
 inline ExtComm::PtrConst ExtComm::dedupContent( const ExtCommDedupTable* table,
                                                 const ExtCommContent& content ) {
+   const Bex::DedupHashTable* set = table->dedupTable().ptr();
    Bex::DedupHandle::PtrConst found =
-         table->dedupTable()->lookupByKey( Kel::hashSingleAttr( 0, content.value ), content.value );
+         set->lookupByKey( placementOf( set->hashKey(), content.value ), content.value );
    if ( found ) {
       return Kel::ptrCast<const ExtComm>( std::move( found ) );
    }

@@ -41,9 +41,13 @@ class BenchValue final : public Bex::DedupHandle {
 
    explicit BenchValue( U64 content ) : content_( content ) {}
    static U32 hashOf( U64 content ) { return Kel::hashSingleAttr( 0, content ); }
+   static U32 placementOf( const Kel::HashKey& key, U64 content ) {
+      return U32( Kel::keyedHash64( key, content ) );
+   }
    U64 content() const noexcept { return content_; }
 
    U32 hash() const override { return hashOf( content_ ); }
+   U32 placementHash( const Kel::HashKey& key ) const override { return placementOf( key, content_ ); }
    bool compare( const Bex::DedupHandle* other ) const override {
       return static_cast<const BenchValue*>( other )->content_ == content_;
    }
@@ -129,7 +133,7 @@ auto baselineHit( Fixture& f ) {
 auto tableHit( Fixture& f, bool threadSafe ) {
    const Bex::DedupHashTable* table = ( threadSafe ? f.threadSafe : f.singleThread ).table.ptr();
    return [ table ]( U64 content ) {
-      return table->lookupIf( BenchValue::hashOf( content ), [ content ]( const Bex::DedupHandle* h ) {
+      return table->lookupIf( BenchValue::placementOf( table->hashKey(), content ), [ content ]( const Bex::DedupHandle* h ) {
          return static_cast<const BenchValue*>( h )->content() == content;
       } );
    };
@@ -139,7 +143,8 @@ auto tableHit( Fixture& f, bool threadSafe ) {
 auto tableHitByContent( Fixture& f, bool threadSafe ) {
    const Bex::DedupHashTable* table = ( threadSafe ? f.threadSafe : f.singleThread ).table.ptr();
    return [ table ]( U64 content ) {
-      return table->lookupByContent( BenchValue::Content( content ), BenchValue::hashOf( content ) );
+      return table->lookupByContent( BenchValue::Content( content ),
+                                     BenchValue::placementOf( table->hashKey(), content ) );
    };
 }
 

@@ -1,8 +1,10 @@
 // Bex/DedupHandle.h: the base of every interned object. A handle is built
 // "never deduped", offered to one DedupHashTable, and from then on is the
 // table's one representative of its content: shared, counted, immutable.
-// The table asks the handle for its identity through hash(), compare() and
-// compareByContent(); nothing else about the content is its business.
+// The table asks the handle for its identity through compare() and
+// compareByContent(), and where to place it through placementHash(), a hash
+// of the content under the table's secret key (hash() is public, so a peer
+// could pick contents that all collide in it).
 //
 //   class Thing : public Bex::DedupHandle { U32 hash() const override; ... };
 //   Thing::PtrConst canonical = table->dedup( candidate );
@@ -11,6 +13,7 @@
 #include <atomic>
 
 #include "Kel/Assert.h"
+#include "Kel/Hash.h"
 #include "Kel/Ptr.h"
 #include "Kel/Types.h"
 
@@ -80,6 +83,17 @@ class DedupHandle : public Kel::PtrInterface {
 
    // hash(): 32-bit hash of the content; equal contents hash equal.
    virtual U32 hash() const = 0;
+   // placementHash(): where a table keyed with key places this content;
+   // equal contents give equal results under one key. Lookups by content
+   // compute the same function from the table's hashKey(). The default,
+   // placementOfHash( key, hash() ), is only as strong as hash() is against
+   // chosen collisions: every library kind hashes its content instead.
+   virtual U32 placementHash( const Kel::HashKey& key ) const {
+      return placementOfHash( key, hash() );
+   }
+   static U32 placementOfHash( const Kel::HashKey& key, U32 hash ) noexcept {
+      return U32( Kel::keyedHash64( key, hash ) );
+   }
    // compare(): true when other holds equal content.
    virtual bool compare( const DedupHandle* other ) const = 0;
    // compareByContent(): true when this handle holds the bare content c.

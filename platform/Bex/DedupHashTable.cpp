@@ -49,7 +49,7 @@ U32 DedupHandle::reservedReferences() const noexcept {
 }
 
 DedupHashTable::DedupHashTable( bool threadSafe, bool keyed )
-      : shardCount_( threadSafe ? kShards : 1 ), shardShift_( threadSafe ? kShardShift : 32 ),
+      : hashKey_( Kel::randomHashKey() ), shardCount_( threadSafe ? kShards : 1 ), shardShift_( threadSafe ? kShardShift : 32 ),
         threadSafe_( threadSafe ), keyed_( keyed ), keyedSingleThread_( keyed && !threadSafe ) {
    for ( U32 s = 0; s < shardCount_; ++s ) {
       shards_[ s ].slotArray = keyed ? static_cast<void*>( allocateZeroed<KeyedSlot>( kInitialSlots ) )

@@ -34,6 +34,7 @@
 #include <thread>
 
 #include "Bex/DedupHandle.h"
+#include "Kel/Hash.h"
 #include "Kel/Ptr.h"
 #include "Kel/Types.h"
 
@@ -89,34 +90,40 @@ class DedupHashTable : public Kel::PtrInterface {
    // size(): members right now.
    size_t size() const noexcept;
 
-   // lookupByContent(): the member holding the bare content, among those
-   // whose hash() is hash; null when there is none.
-   DedupHandle::PtrConst lookupByContent( const DedupContentHandle& content, U32 hash ) const {
-      return lookupIf( hash, [ & ]( const DedupHandle* h ) { return h->compareByContent( content ); } );
+   // hashKey(): the secret this table places its members by, drawn from
+   // the OS when the table was made; a lookup computes its placement hash
+   // (the member's placementHash()) with it.
+   const Kel::HashKey& hashKey() const noexcept { return hashKey_; }
+
+   // lookupByContent(): the member holding the bare content, whose
+   // placementHash( hashKey() ) is placement; null when there is none.
+   DedupHandle::PtrConst lookupByContent( const DedupContentHandle& content, U32 placement ) const {
+      return lookupIf( placement,
+                       [ & ]( const DedupHandle* h ) { return h->compareByContent( content ); } );
    }
 
    // lookupIf(): the same with the content test inlined by the caller (the
    // hit path of the value tables). Not for keyed tables.
    template <class Match>
-   DedupHandle::PtrConst lookupIf( U32 hash, Match&& match ) const {
+   DedupHandle::PtrConst lookupIf( U32 placement, Match&& match ) const {
       KEL_ASSERT_MSG( !keyed_, "lookup by content in a keyed table" );
-      Shard& shard = shardFor( hash );
+      Shard& shard = shardFor( placement );
       ShardGuard guard( shard, threadSafe_ );
-      return handOut( findIf( shard, hash, match ) );
+      return handOut( findIf( shard, placement, match ) );
    }
 
    // lookupByKey(): in a keyed table, the member whose dedupKey() is key
-   // (hash being its hash()); the members themselves are not read.
-   DedupHandle::PtrConst lookupByKey( U32 hash, U64 key ) const {
+   // (placement being its placement hash); the members are not read.
+   DedupHandle::PtrConst lookupByKey( U32 placement, U64 key ) const {
       // A single-thread table has one shard and no lock: the hit path of
       // the busiest table skips both, on one test.
       if ( keyedSingleThread_ ) {
-         return handOut( findKey( shards_[ 0 ], hash, key ) );
+         return handOut( findKey( shards_[ 0 ], placement, key ) );
       }
       KEL_ASSERT_MSG( keyed_, "lookup by key in a table without keys" );
-      Shard& shard = shardFor( hash );
+      Shard& shard = shardFor( placement );
       ShardGuard guard( shard, true );
-      return handOut( findKey( shard, hash, key ) );
+      return handOut( findKey( shard, placement, key ) );
    }
 
    // dedup(): the member equal to handle (by compare()), or handle itself
@@ -397,6 +404,7 @@ class DedupHashTable : public Kel::PtrInterface {
    // table, one load nearer to a hit than an array of their own.
    static constexpr U32 kShards = 16;
    static constexpr U32 kShardShift = 28;
+   Kel::HashKey hashKey_;
    U32 shardCount_;
    U32 shardShift_;
    bool threadSafe_;
@@ -428,7 +436,7 @@ DedupHandle::PtrConst DedupHashTable::dedup( const DedupHandle::PtrConst& handle
    if ( candidate->table_ == this && candidate->isDeduped() ) {
       return handle;
    }
-   const U32 hash = candidate->hash();
+   const U32 hash = candidate->placementHash( hashKey_ );
    const U64 key = keyed_ ? candidate->dedupKey() : 0;
    Shard& shard = shardFor( hash );
    ShardGuard guard( shard, threadSafe_ );

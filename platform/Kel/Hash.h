@@ -1,17 +1,157 @@
 // Kel/Hash.h: the hashes of the framework. hashSingleAttr() is the fast,
-// well-mixed hash of one 64-bit attribute that interning tables probe with;
-// the one-at-a-time helpers are Bob Jenkins' byte-wise hash, which list types
-// run over their values or over their members' addresses.
+// well-mixed (but unkeyed) hash of one 64-bit attribute; the one-at-a-time
+// helpers are Bob Jenkins' byte-wise hash, which list types run over their
+// values or over their members' addresses. Both are public functions, so
+// whoever sends contents can collide them at will: tables that hold what
+// peers send place their members with SipHash (sipHash13(), SipHasher,
+// keyedHash64()) under a secret HashKey drawn from the OS (randomHashKey()).
 //
-//   U32 h = Kel::hashSingleAttr( 0, content.value );
-//   U32 listHash = Kel::oneAtATimeFinal( Kel::oneAtATimeU32( 0, value ) );
+//   Kel::HashKey key = Kel::randomHashKey();
+//   U64 h = Kel::sipHash13( key, octets, length );
 #pragma once
 
+#include <bit>
 #include <cstddef>
+#include <cstring>
 
 #include "Kel/Types.h"
 
 namespace Kel {
+
+// HashKey: the 128-bit secret of a keyed hash (k0, k1 as SipHash reads its
+// key: octets 0-7 and 8-15, least significant first).
+struct HashKey {
+   U64 k0 = 0;
+   U64 k1 = 0;
+};
+
+// randomHashKey(): a fresh key from getrandom(2); throws std::system_error
+// when the OS cannot give one (a table placed by a guessable key would be
+// open to flooding, so there is no fallback).
+HashKey randomHashKey();
+
+// SipHasher: SipHash-C-D (Aumasson and Bernstein) fed piece by piece; the
+// pieces are hashed as if they were one run of octets. C = 1, D = 3 is the
+// instance tables use (SipHasher): a pseudorandom function of the key, so
+// that a sender who does not know the key cannot pick colliding contents
+// better than by chance, however many hashes it has seen.
+template<int C, int D>
+class BasicSipHasher {
+ public:
+   explicit BasicSipHasher( const HashKey& key ) noexcept
+         : v0_( key.k0 ^ 0x736f6d6570736575ull ),
+           v1_( key.k1 ^ 0x646f72616e646f6dull ),
+           v2_( key.k0 ^ 0x6c7967656e657261ull ),
+           v3_( key.k1 ^ 0x7465646279746573ull ) {}
+
+   // add(): length more octets.
+   BasicSipHasher& add( const void* data, size_t length ) noexcept {
+      const U8* p = static_cast<const U8*>( data );
+      unsigned fill = unsigned( length_ & 7 );
+      length_ += length;
+      if ( fill ) {
+         while ( length && fill < 8 ) {
+            tail_ |= U64( *p++ ) << ( 8 * fill++ );
+            --length;
+         }
+         if ( fill < 8 ) {
+            return *this;
+         }
+         compress( tail_ );
+         tail_ = 0;
+      }
+      for ( ; length >= 8; p += 8, length -= 8 ) {
+         compress( loadLittleEndian( p ) );
+      }
+      for ( unsigned i = 0; i < length; ++i ) {
+         tail_ |= U64( p[ i ] ) << ( 8 * i );
+      }
+      return *this;
+   }
+   // addU64(): a word's eight octets, least significant first.
+   BasicSipHasher& addU64( U64 word ) noexcept {
+      if ( ( length_ & 7 ) == 0 ) {
+         length_ += 8;
+         compress( word );
+         return *this;
+      }
+      U8 octets[ 8 ];
+      for ( int i = 0; i < 8; ++i ) {
+         octets[ i ] = U8( word >> ( 8 * i ) );
+      }
+      return add( octets, 8 );
+   }
+
+   // result(): the hash of everything added so far (the hasher may go on).
+   U64 result() const noexcept {
+      BasicSipHasher last = *this;
+      const U64 b = U64( length_ ) << 56 | tail_;
+      last.compress( b );
+      last.v2_ ^= 0xff;
+      for ( int i = 0; i < D; ++i ) {
+         last.round();
+      }
+      return last.v0_ ^ last.v1_ ^ last.v2_ ^ last.v3_;
+   }
+
+   static U64 loadLittleEndian( const U8* p ) noexcept {
+      U64 word;
+      std::memcpy( &word, p, 8 );
+      if constexpr ( std::endian::native == std::endian::big ) {
+         word = __builtin_bswap64( word );
+      }
+      return word;
+   }
+
+ private:
+   void round() noexcept {
+      v0_ += v1_;
+      v1_ = std::rotl( v1_, 13 );
+      v1_ ^= v0_;
+      v0_ = std::rotl( v0_, 32 );
+      v2_ += v3_;
+      v3_ = std::rotl( v3_, 16 );
+      v3_ ^= v2_;
+      v0_ += v3_;
+      v3_ = std::rotl( v3_, 21 );
+      v3_ ^= v0_;
+      v2_ += v1_;
+      v1_ = std::rotl( v1_, 17 );
+      v1_ ^= v2_;
+      v2_ = std::rotl( v2_, 32 );
+   }
+   void compress( U64 m ) noexcept {
+      v3_ ^= m;
+      for ( int i = 0; i < C; ++i ) {
+         round();
+      }
+      v0_ ^= m;
+   }
+
+   U64 v0_, v1_, v2_, v3_;
+   U64 tail_ = 0;
+   U64 length_ = 0;
+};
+using SipHasher = BasicSipHasher<1, 3>;
+
+// sipHash(): SipHash-C-D of length octets in one call.
+template<int C, int D>
+U64 sipHash( const HashKey& key, const void* data, size_t length ) noexcept {
+   return BasicSipHasher<C, D>( key ).add( data, length ).result();
+}
+// sipHash13(): SipHash-1-3, the tables' function over a member's octets.
+inline U64 sipHash13( const HashKey& key, const void* data, size_t length ) noexcept {
+   return sipHash<1, 3>( key, data, length );
+}
+
+// keyedHash64(): SipHash-1-3 of value's eight octets, least significant
+// first (sipHash13() over them, written out with the length known): the
+// PRF argument of SipHash holds for it as for any input. Two compression
+// rounds and three final ones; tables run it once per hit of a 64-bit
+// content, where it replaces a public mixer that costs about a third.
+inline U64 keyedHash64( const HashKey& key, U64 value ) noexcept {
+   return SipHasher( key ).addU64( value ).result();
+}
 
 // hashSingleAttr(): 64 bits in, 32 well-mixed bits out; the seed selects an
 // independent function (a murmur-style finaliser over value and seed).

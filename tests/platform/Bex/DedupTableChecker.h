@@ -1,5 +1,5 @@
 // tests/platform/Bex/DedupTableChecker.h: what the interning-table tests
-// share: a handle holding one 64-bit content with a hash chosen by the test,
+// share: a handle holding one 64-bit content placed by a hash chosen by the test,
 // life counters shared across threads, and a lifetime notifiee that checks
 // membership per content as the callbacks arrive.
 //
@@ -64,6 +64,9 @@ class TestHandle final : public Bex::DedupHandle {
    bool alive() const noexcept { return magic_ == kAlive; }
 
    U32 hash() const override { return hash_; }
+   // Placed where the test's hash says, so that tests can build collisions
+   // and probe runs that wrap.
+   U32 placementHash( const Kel::HashKey& ) const override { return hash_; }
    bool compare( const Bex::DedupHandle* other ) const override {
       return static_cast<const TestHandle*>( other )->value_ == value_;
    }

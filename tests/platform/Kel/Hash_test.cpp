@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <bit>
 #include <cstring>
 #include <random>
@@ -127,6 +128,66 @@ TEST( HashState, ChainsAttributesInOrderFromItsSeed ) {
    EXPECT_EQ( 7u, Kel::HashState( 7 ).result() );
    // Hash sets mix the seed in at different times: it never changes.
    EXPECT_EQ( Kel::hashSeed(), Kel::hashSeed() );
+}
+
+// SipHash-2-4 of the octets 0, 1, ..., n-1 under the key 00 01 ... 0f, for
+// n = 0..15 and 63: the published vectors of the reference implementation.
+TEST( SipHash, MatchesThePublishedVectorsWhetherFedAtOnceOrInPieces ) {
+   const U64 expected[] = { 0x726fdb47dd0e0e31, 0x74f839c593dc67fd, 0x0d6c8009d9a94f5a,
+                            0x85676696d7fb7e2d, 0xcf2794e0277187b7, 0x18765564cd99a68d,
+                            0xcbc9466e58fee3ce, 0xab0200f58b01d137, 0x93f5f5799a932462,
+                            0x9e0082df0ba9e4b0, 0x7a5dbbc594ddb9f3, 0xf4b32f46226bada7,
+                            0x751e8fbc860ee5fb, 0x14ea5627c0843d90, 0xf723ca908e7af2ee,
+                            0xa129ca6149be45e5 };
+   const Kel::HashKey key{ 0x0706050403020100, 0x0f0e0d0c0b0a0908 };
+   U8 message[ 64 ];
+   for ( int i = 0; i < 64; ++i ) {
+      message[ i ] = U8( i );
+   }
+   for ( size_t n = 0; n < 16; ++n ) {
+      EXPECT_EQ( expected[ n ], ( Kel::sipHash<2, 4>( key, message, n ) ) ) << n;
+   }
+   EXPECT_EQ( 0x958a324ceb064572u, ( Kel::sipHash<2, 4>( key, message, 63 ) ) );
+   // SipHash-1-3 under the all-zero key, of nothing.
+   EXPECT_EQ( 0xd1fba762150c532cu, Kel::sipHash13( Kel::HashKey(), nullptr, 0 ) );
+
+   // Any split into pieces, words among them, hashes as the whole run.
+   std::mt19937 rng( 6 );
+   for ( int round = 0; round < 300; ++round ) {
+      const size_t length = rng() % 64;
+      Kel::SipHasher pieces( key );
+      for ( size_t at = 0; at < length; ) {
+         if ( rng() % 4 == 0 && length - at >= 8 ) {
+            U64 word = 0;
+            for ( int i = 7; i >= 0; --i ) {
+               word = word << 8 | message[ at + size_t( i ) ];
+            }
+            pieces.addU64( word );
+            at += 8;
+            continue;
+         }
+         const size_t piece = std::min<size_t>( rng() % 11, length - at );
+         pieces.add( message + at, piece );
+         at += piece;
+      }
+      ASSERT_EQ( Kel::sipHash13( key, message, length ), pieces.result() ) << length;
+   }
+}
+
+TEST( SipHash, KeyedHash64IsSipHash13OfTheWordsOctetsUnderAFreshKey ) {
+   const Kel::HashKey key = Kel::randomHashKey();
+   const Kel::HashKey other = Kel::randomHashKey();
+   EXPECT_FALSE( key.k0 == other.k0 && key.k1 == other.k1 );
+   std::mt19937_64 rng( 7 );
+   for ( int round = 0; round < 100; ++round ) {
+      const U64 value = rng();
+      U8 octets[ 8 ];
+      for ( int i = 0; i < 8; ++i ) {
+         octets[ i ] = U8( value >> ( 8 * i ) );
+      }
+      ASSERT_EQ( Kel::sipHash13( key, octets, 8 ), Kel::keyedHash64( key, value ) );
+      ASSERT_NE( Kel::keyedHash64( key, value ), Kel::keyedHash64( other, value ) );
+   }
 }
 
 } // namespace
