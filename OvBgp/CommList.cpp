@@ -9,6 +9,7 @@
 #include "KelStow/StoreManager.h"
 #include "OvBgp/BgpPathAttributeEnums.h"
 #include "OvBgp/CommListDedupTable.h"
+#include "OvBgp/ListWireOctets.h"
 #include "OvBgp/OvBgpCommunityListImpl.h"
 #include "OvBgp/OvBgpCommunityPacketTypes.h"
 #include "OvBgp/OvBgpSerialize.h"
@@ -22,6 +23,9 @@ namespace {
 // Local storage of the text buffers: a typical list of a dozen values
 // prints in well under this.
 constexpr size_t kTextLocal = 256;
+
+// The values a list being built has room for at first.
+constexpr size_t kFirstRoom = 16;
 
 constexpr U32 kAllFlags = CommList::flagCommVectorSorted | CommList::flagNoExport |
                           CommList::flagNoAdvertise | CommList::flagNoExportSubconfed;
@@ -149,6 +153,12 @@ CommList::Ptr commListFactory() { return CommList::CommListIs(); }
 
 void CommList::commIs( U32 value ) {
    KEL_ASSERT_SOURCE_MSG( !commVectorSorted(), "!commVectorSorted()", commListAssertSource );
+   // Room for a typical list at once rather than growing by doubling: an
+   // interned list is trimmed to its size anyway, and one that finds its
+   // equal is dropped.
+   if ( comm_.capacity() == 0 ) {
+      comm_.reserve( kFirstRoom );
+   }
    comm_.push_back( value );
 }
 
@@ -193,10 +203,49 @@ CommList::PtrConst CommList::lookupByContent( const CommListDedupTable* table,
    if ( !table ) {
       throw Kel::NullArgumentException( "CommList::lookupByContent: null table" );
    }
+   const Bex::DedupHashTable& set = *table->dedupTable();
+   const SortedWireOctets<4> wire( content.values, storeU32hton );
    return Kel::ptrCast<const CommList>(
-         table->dedupTable()->lookupByContent(
-               content, Bex::DedupHandle::placementOfHash( table->dedupTable()->hashKey(),
-                                                           content.hash() ) ) );
+         set.lookupByContent( content, placementHashOf( set.hashKey(), wire.octets() ) ) );
+}
+
+CommList::PtrConst CommList::dedupOctets( const CommListDedupTable* table, const U8* octets,
+                                          size_t length ) {
+   if ( !table ) {
+      throw Kel::NullArgumentException( "CommList::dedupOctets: null table" );
+   }
+   const Bex::DedupHashTable& set = *table->dedupTable();
+   const SortedWireOctets<4> wire( "COMMUNITIES", octets, length );
+   auto same = []( const CommList& list, const SortedWireOctets<4>& values ) {
+      if ( list.comm_.size() != values.count() ) {
+         return false;
+      }
+      for ( size_t i = 0; i < values.count(); ++i ) {
+         if ( list.comm_[ i ] != loadU32ntoh( values.value( i ) ) ) {
+            return false;
+         }
+      }
+      return true;
+   };
+   if ( PtrConst found = lookupWireOctets<CommList>( set, wire, same ) ) {
+      return found;
+   }
+   Ptr list = CommListIs();
+   list->comm_.reserve( wire.count() );
+   for ( size_t i = 0; i < wire.count(); ++i ) {
+      list->commIs( loadU32ntoh( wire.value( i ) ) );
+   }
+   return list->dedup( table );
+}
+
+U32 CommList::placementHash( const Kel::HashKey& key ) const {
+   OVBGP_LIST_ASSERT( commVectorSorted(), "commVectorSorted()" );
+   return placementHashOf( key, SortedWireOctets<4>( comm_, storeU32hton ).octets() );
+}
+
+U32 CommList::placementHashOf( const Kel::HashKey& key,
+                               std::span<const U8> sortedWireOctets ) noexcept {
+   return U32( Kel::sipHash13( key, sortedWireOctets.data(), sortedWireOctets.size() ) );
 }
 
 U32 CommList::hash() const {

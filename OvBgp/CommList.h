@@ -126,9 +126,22 @@ class CommList : public KelStow::DedupHandle {
    // content's values, or null; builds nothing.
    static PtrConst lookupByContent( const CommListDedupTable* table,
                                     const CommListContent& content );
+   // dedupOctets(): the list dedup() gives for the values of a received
+   // COMMUNITIES attribute (octets: its value, 4 octets a community, in any
+   // order, repeats allowed). When that list is interned already, finds it
+   // without building or allocating anything. A length that is not a
+   // multiple of 4 throws Kel::RangeException.
+   static PtrConst dedupOctets( const CommListDedupTable* table, const U8* octets, size_t length );
 
    // The interning identity: the values in order.
    U32 hash() const override;
+   // placementHash(): placementHashOf() over the list's values.
+   U32 placementHash( const Kel::HashKey& key ) const override;
+   // placementHashOf(): where a table keyed with key places the list of
+   // these values (sorted, unique, 4 wire octets each): keyed SipHash-1-3 of
+   // the octets, so that a received attribute in order hashes where it lies.
+   static U32 placementHashOf( const Kel::HashKey& key,
+                               std::span<const U8> sortedWireOctets ) noexcept;
    bool compare( const Bex::DedupHandle* other ) const override;
    bool compareByContent( const Bex::DedupContentHandle& content ) const override;
 

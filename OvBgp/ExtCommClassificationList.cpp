@@ -113,6 +113,16 @@ U32 ExtCommClassificationList::hash() const {
    return internedListHash( comm_.begin(), comm_.end() );
 }
 
+U32 ExtCommClassificationList::placementHash( const Kel::HashKey& key ) const {
+   OVBGP_LIST_ASSERT( commVectorSorted(), "commVectorSorted()" );
+   return placementHashOf( key, comm_ );
+}
+
+U32 ExtCommClassificationList::placementHashOf(
+      const Kel::HashKey& key, const std::vector<ExtComm::PtrConst>& members ) noexcept {
+   return internedListPlacement( key, members.begin(), members.end() );
+}
+
 bool ExtCommClassificationList::compare( const Bex::DedupHandle* other ) const {
    OVBGP_LIST_ASSERT( commVectorSorted(), "commVectorSorted()" );
    const auto* rhs = static_cast<const ExtCommClassificationList*>( other );

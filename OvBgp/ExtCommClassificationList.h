@@ -76,6 +76,12 @@ class ExtCommClassificationList : public Bex::DedupHandle {
    PtrConst dedup( const ExtCommListDedupTable* table );
 
    U32 hash() const override;
+   // placementHash(): placementHashOf() over the members.
+   U32 placementHash( const Kel::HashKey& key ) const override;
+   // placementHashOf(): where a table keyed with key places the list of
+   // these interned members (SipHash-1-3 over their addresses).
+   static U32 placementHashOf( const Kel::HashKey& key,
+                               const std::vector<ExtComm::PtrConst>& members ) noexcept;
    bool compare( const Bex::DedupHandle* other ) const override;
    bool compareByContent( const Bex::DedupContentHandle& ) const override { return false; }
    // checkPrunable(): an invalid member makes the list prunable.

@@ -8,6 +8,7 @@
 #include "Kel/Exception.h"
 #include "Kel/Hash.h"
 #include "OvBgp/ExtCommIp6ListDedupTable.h"
+#include "OvBgp/OvBgpCommunity.h"
 
 namespace Routing::Bgp {
 
@@ -124,6 +125,16 @@ U32 ExtCommIp6ClassificationList::hash() const {
       h = Kel::oneAtATimePointer( h, p );
    }
    return comm_.empty() ? 0 : Kel::oneAtATimeFinal( h );
+}
+
+U32 ExtCommIp6ClassificationList::placementHash( const Kel::HashKey& key ) const {
+   KEL_ASSERT_MSG( commVectorSorted_, "commVectorSorted()" );
+   return placementHashOf( key, comm_ );
+}
+
+U32 ExtCommIp6ClassificationList::placementHashOf(
+      const Kel::HashKey& key, const std::vector<ExtCommIp6::PtrConst>& members ) noexcept {
+   return internedListPlacement( key, members.begin(), members.end() );
 }
 
 bool ExtCommIp6ClassificationList::compare( const Bex::DedupHandle* other ) const {

@@ -64,6 +64,12 @@ class ExtCommIp6ClassificationList : public Bex::DedupHandle {
 
    // The interning identity: the member objects, in order.
    U32 hash() const override;
+   // placementHash(): placementHashOf() over the members.
+   U32 placementHash( const Kel::HashKey& key ) const override;
+   // placementHashOf(): where a table keyed with key places the list of
+   // these interned members (SipHash-1-3 over their addresses).
+   static U32 placementHashOf( const Kel::HashKey& key,
+                               const std::vector<ExtCommIp6::PtrConst>& members ) noexcept;
    bool compare( const Bex::DedupHandle* other ) const override;
    bool compareByContent( const Bex::DedupContentHandle& ) const override { return false; }
 

@@ -11,6 +11,7 @@
 #include "KelStow/StoreManager.h"
 #include "OvBgp/BgpPathAttributeEnums.h"
 #include "OvBgp/ExtCommIp6ListDedupTable.h"
+#include "OvBgp/ListWireOctets.h"
 #include "OvBgp/OvBgpSerialize.h"
 #include "OvFmt/DynamicBuffer.h"
 
@@ -46,6 +47,12 @@ void writeWireForm( U8* out, const ExtCommIp6Content& content ) noexcept {
    out[ 1 ] = content.subtypeOctet;
    std::memcpy( out + 2, content.addr.data(), 16 );
    storeU16hton( out + 18, content.localAdmin );
+}
+void storeMemberWire( U8* out, const ExtCommIp6::PtrConst& comm ) noexcept {
+   writeWireForm( out, comm->content() );
+}
+ExtCommIp6Content loadWire( const U8* in ) noexcept {
+   return ExtCommIp6Content( in[ 0 ], in[ 1 ], Onet::Ip6Addr( in + 2 ), loadU16ntoh( in + 18 ) );
 }
 
 } // namespace
@@ -123,6 +130,12 @@ ExtCommIp6List::PtrConst ExtCommIp6List::dedup( const ExtCommIp6ListDedupTable* 
                    "Bex::dedupHandleStateNeverDeduped()" );
    extCommIp6VectorSort( comm_ );
    commVectorSorted_ = true;
+   // A list interned already is found by its members before any part is
+   // built.
+   if ( PtrConst found = lookupByMembers<ExtCommIp6List, kWireOctets>( *table->dedupTable(), comm_,
+                                                                       storeMemberWire ) ) {
+      return found;
+   }
    buildClassificationLists( true );
    for ( ExtCommIp6ClassificationList::PtrConst& slot : classificationList_ ) {
       const ExtCommIp6ClassificationList* _classificationList = slot.ptr();
@@ -144,6 +157,47 @@ ExtCommIp6List::PtrConst ExtCommIp6List::dedup( const ExtCommIp6ListDedupTable* 
             list->classificationList_.shrink_to_fit();
          } );
    return Kel::ptrCast<const ExtCommIp6List>( std::move( interned ) );
+}
+
+ExtCommIp6List::PtrConst ExtCommIp6List::dedupOctets( const ExtCommIp6ListDedupTable* table,
+                                                      const ExtCommIp6DedupTable* values,
+                                                      const U8* octets, size_t length ) {
+   if ( !table || !values ) {
+      throw Kel::NullArgumentException( "ExtCommIp6List::dedupOctets: null table" );
+   }
+   const SortedWireOctets<kWireOctets> wire( "IPV6_EXTENDED_COMMUNITIES", octets, length );
+   auto same = []( const ExtCommIp6List& list, const SortedWireOctets<kWireOctets>& received ) {
+      if ( list.comm_.size() != received.count() ) {
+         return false;
+      }
+      for ( size_t i = 0; i < received.count(); ++i ) {
+         U8 member[ kWireOctets ];
+         writeWireForm( member, list.comm_[ i ]->content() );
+         if ( std::memcmp( member, received.value( i ), kWireOctets ) != 0 ) {
+            return false;
+         }
+      }
+      return true;
+   };
+   if ( PtrConst found = lookupWireOctets<ExtCommIp6List>( *table->dedupTable(), wire, same ) ) {
+      return found;
+   }
+   Ptr list = ExtCommIp6ListIs();
+   list->comm_.reserve( wire.count() );
+   for ( size_t i = 0; i < wire.count(); ++i ) {
+      list->commIs( ExtCommIp6::dedupContent( values, loadWire( wire.value( i ) ) ) );
+   }
+   return list->dedup( table );
+}
+
+U32 ExtCommIp6List::placementHash( const Kel::HashKey& key ) const {
+   KEL_ASSERT_MSG( commVectorSorted_, "commVectorSorted()" );
+   return placementHashOf( key, SortedWireOctets<kWireOctets>( comm_, storeMemberWire ).octets() );
+}
+
+U32 ExtCommIp6List::placementHashOf( const Kel::HashKey& key,
+                                     std::span<const U8> sortedWireOctets ) noexcept {
+   return U32( Kel::sipHash13( key, sortedWireOctets.data(), sortedWireOctets.size() ) );
 }
 
 // ---- reading ----------------------------------------------------------------

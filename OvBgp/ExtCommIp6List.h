@@ -11,6 +11,7 @@
 
 #include <iosfwd>
 #include <map>
+#include <span>
 #include <vector>
 
 #include "Kel/Ptr.h"
@@ -56,6 +57,16 @@ class ExtCommIp6List : public KelStow::DedupHandle {
    // dedup(): sorts, drops repeated contents, interns the classification
    // lists and returns the one interned equal list of the table.
    PtrConst dedup( const ExtCommIp6ListDedupTable* table );
+   // dedupOctets(): the list dedup() gives for the values of a received
+   // IPv6-address-specific extended communities attribute (20 octets a
+   // community, any order, repeats allowed), its values interned through
+   // values. An interned list is found without parsing, interning or
+   // allocating anything; on a miss the values go through
+   // ExtCommIp6::dedupContent(). A length that is not a multiple of 20
+   // throws Kel::RangeException.
+   static PtrConst dedupOctets( const ExtCommIp6ListDedupTable* table,
+                                const ExtCommIp6DedupTable* values, const U8* octets,
+                                size_t length );
 
    // Reading.
    // comm() / lookupExtComm(): the member with that content, or null; the
@@ -81,6 +92,13 @@ class ExtCommIp6List : public KelStow::DedupHandle {
 
    // The interning identity: the classification-list objects, slot by slot.
    U32 hash() const override;
+   // placementHash(): placementHashOf() over the members' contents.
+   U32 placementHash( const Kel::HashKey& key ) const override;
+   // placementHashOf(): where a table keyed with key places the list of
+   // these values (sorted, unique, 20 wire octets each): keyed SipHash-1-3
+   // of the octets.
+   static U32 placementHashOf( const Kel::HashKey& key,
+                               std::span<const U8> sortedWireOctets ) noexcept;
    bool compare( const Bex::DedupHandle* other ) const override;
    bool compareByContent( const Bex::DedupContentHandle& ) const override { return false; }
 

@@ -9,6 +9,7 @@
 #include "KelStow/StoreManager.h"
 #include "OvBgp/BgpPathAttributeEnums.h"
 #include "OvBgp/ExtCommListDedupTable.h"
+#include "OvBgp/ListWireOctets.h"
 #include "OvBgp/OvBgpCommunityListImpl.h"
 #include "OvBgp/OvBgpSerialize.h"
 #include "OvFmt/DynamicBuffer.h"
@@ -46,6 +47,11 @@ bool nullOrInterned( const Bex::DedupHandle* p ) noexcept {
 }
 bool nullOrNeverInterned( const Bex::DedupHandle* p ) noexcept {
    return p == nullptr || p->dedupState() == Bex::dedupHandleStateNeverDeduped();
+}
+
+// A member's 8 wire octets.
+void storeMemberWire( U8* out, const ExtComm::PtrConst& comm ) noexcept {
+   storeU64hton( out, comm->community() );
 }
 
 enum class MatchMode { plain = 0, classification = 1, ui = 2 };
@@ -208,71 +214,15 @@ void ExtCommList::createClassificationListVector( bool dedupMode ) {
    }
 }
 
-ExtCommList::PtrConst ExtCommList::findInterned( const ExtCommListDedupTable* table ) const {
-   // A list holds few kinds: each pass over the members picks the smallest
-   // kind above the last one found, hashes its members and looks its part
-   // up by them.
-   constexpr size_t kMaxKinds = 8;
-   ExtCommClassificationList::PtrConst parts[ kMaxKinds ];
-   size_t kinds = 0;
-   int last = -1;
-   for ( ;; ) {
-      int kind = 256;
-      for ( const ExtComm::PtrConst& comm : comm_ ) {
-         const int c = int( comm->classification() );
-         kind = c > last && c < kind ? c : kind;
-      }
-      if ( kind == 256 ) {
-         break;
-      }
-      if ( kinds == kMaxKinds ) {
-         return nullptr;
-      }
-      auto ofKind = [ kind ]( const ExtComm::PtrConst& comm ) {
-         return int( comm->classification() ) == kind;
-      };
-      const Bex::DedupHashTable::Ptr& set =
-            table->classificationListDedupTable( ExtCommClassification( kind ) );
-      const U32 hash = Bex::DedupHandle::placementOfHash(
-            set->hashKey(), internedListHash( comm_.begin(), comm_.end(), ofKind ) );
-      Bex::DedupHandle::PtrConst part =
-            set->lookupIf( hash, [ & ]( const Bex::DedupHandle* member ) {
-               const auto& members =
-                     static_cast<const ExtCommClassificationList*>( member )->commVector();
-               auto it = members.begin();
-               for ( const ExtComm::PtrConst& comm : comm_ ) {
-                  if ( ofKind( comm ) && ( it == members.end() || *it++ != comm ) ) {
-                     return false;
-                  }
-               }
-               return it == members.end();
-            } );
-      if ( !part ) {
-         return nullptr;
-      }
-      parts[ kinds++ ] = Kel::ptrCast<const ExtCommClassificationList>( std::move( part ) );
-      last = kind;
-   }
-   const Bex::DedupHashTable::Ptr& lists = table->dedupTable();
-   Bex::DedupHandle::PtrConst found = lists->lookupIf(
-         Bex::DedupHandle::placementOfHash( lists->hashKey(), internedListHash( parts, parts + kinds ) ),
-         [ & ]( const Bex::DedupHandle* member ) {
-            const auto& lists = static_cast<const ExtCommList*>( member )->classificationLists_;
-            return lists.size() == kinds && std::equal( lists.begin(), lists.end(), parts );
-         } );
-   return Kel::ptrCast<const ExtCommList>( std::move( found ) );
-}
-
 ExtCommList::PtrConst ExtCommList::dedup( const ExtCommListDedupTable* table ) {
    OVBGP_LIST_ASSERT( nullOrNeverInterned( this ), "__null == ( this ) || ( this )->dedupState() == "
                                                     "Bex::dedupHandleStateNeverDeduped()" );
    // Most lists a path brings are interned already: find the one by its
    // members before building and interning any part.
-   if ( !comm_.empty() ) {
-      extCommVectorSort( comm_ );
-      if ( PtrConst found = findInterned( table ) ) {
-         return found;
-      }
+   extCommVectorSort( comm_ );
+   if ( PtrConst found =
+              lookupByMembers<ExtCommList, 8>( *table->dedupTable(), comm_, storeMemberWire ) ) {
+      return found;
    }
    createClassificationListVector( true );
    bool prunable = false, linkBandwidth = false, originValidation = false;
@@ -319,6 +269,46 @@ ExtCommList::PtrConst ExtCommList::prune( const ExtCommListDedupTable* table ) c
       return nullptr;
    }
    return pruned->dedup( table );
+}
+
+ExtCommList::PtrConst ExtCommList::dedupOctets( const ExtCommListDedupTable* table,
+                                                const ExtCommDedupTable* values, const U8* octets,
+                                                size_t length ) {
+   if ( !table || !values ) {
+      throw Kel::NullArgumentException( "ExtCommList::dedupOctets: null table" );
+   }
+   const SortedWireOctets<8> wire( "EXTENDED_COMMUNITIES", octets, length );
+   auto same = []( const ExtCommList& list, const SortedWireOctets<8>& received ) {
+      if ( list.comm_.size() != received.count() ) {
+         return false;
+      }
+      for ( size_t i = 0; i < received.count(); ++i ) {
+         if ( list.comm_[ i ]->community() != loadU64ntoh( received.value( i ) ) ) {
+            return false;
+         }
+      }
+      return true;
+   };
+   if ( PtrConst found = lookupWireOctets<ExtCommList>( *table->dedupTable(), wire, same ) ) {
+      return found;
+   }
+   Ptr list = ExtCommListIs();
+   list->comm_.reserve( wire.count() );
+   for ( size_t i = 0; i < wire.count(); ++i ) {
+      list->commIs(
+            ExtComm::dedupContent( values, ExtCommContent( loadU64ntoh( wire.value( i ) ) ) ) );
+   }
+   return list->dedup( table );
+}
+
+U32 ExtCommList::placementHash( const Kel::HashKey& key ) const {
+   OVBGP_LIST_ASSERT( commVectorSorted(), "commVectorSorted()" );
+   return placementHashOf( key, SortedWireOctets<8>( comm_, storeMemberWire ).octets() );
+}
+
+U32 ExtCommList::placementHashOf( const Kel::HashKey& key,
+                                  std::span<const U8> sortedWireOctets ) noexcept {
+   return U32( Kel::sipHash13( key, sortedWireOctets.data(), sortedWireOctets.size() ) );
 }
 
 U32 ExtCommList::hash() const {

@@ -11,6 +11,7 @@
 
 #include <iosfwd>
 #include <map>
+#include <span>
 #include <vector>
 
 #include "Kel/DenseBoolSet.h"
@@ -131,11 +132,26 @@ class ExtCommList : public KelStow::DedupHandle {
    void createClassificationListVector( bool dedupMode );
    // dedup(): finishes the list and returns the one interned equal list.
    PtrConst dedup( const ExtCommListDedupTable* table );
+   // dedupOctets(): the list dedup() gives for the values of a received
+   // EXTENDED_COMMUNITIES attribute (8 octets a community, any order,
+   // repeats allowed), its values interned through values. An interned
+   // list is found without parsing, interning or allocating anything; on a
+   // miss the values go through ExtComm::dedupContent(). A length that is
+   // not a multiple of 8 throws Kel::RangeException.
+   static PtrConst dedupOctets( const ExtCommListDedupTable* table, const ExtCommDedupTable* values,
+                                const U8* octets, size_t length );
    // prune(): this list without the values its kinds would drop; null when
    // nothing remains.
    PtrConst prune( const ExtCommListDedupTable* table ) const;
 
    U32 hash() const override;
+   // placementHash(): placementHashOf() over the members' contents.
+   U32 placementHash( const Kel::HashKey& key ) const override;
+   // placementHashOf(): where a table keyed with key places the list of
+   // these values (sorted, unique, 8 wire octets each): keyed SipHash-1-3
+   // of the octets.
+   static U32 placementHashOf( const Kel::HashKey& key,
+                               std::span<const U8> sortedWireOctets ) noexcept;
    bool compare( const Bex::DedupHandle* other ) const override;
    bool compareByContent( const Bex::DedupContentHandle& ) const override { return false; }
 
@@ -160,11 +176,6 @@ class ExtCommList : public KelStow::DedupHandle {
    static Ptr destow( const void* stored, KelStow::StoreManager* store );
 
  private:
-   // findInterned(): the interned list whose members are comm_ (sorted and
-   // unique), found through the tables of its parts without building them;
-   // null when a part or the list is not interned yet.
-   PtrConst findInterned( const ExtCommListDedupTable* table ) const;
-
    void flagIs( CommVectorAttrs::Flag flag, bool on ) {
       CommVectorAttrs attrs = commVectorAttrs();
       attrs.flagIs( flag, on );

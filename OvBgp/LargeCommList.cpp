@@ -8,6 +8,7 @@
 #include "KelStow/StoreManager.h"
 #include "OvBgp/BgpPathAttributeEnums.h"
 #include "OvBgp/CommListDedupTable.h"
+#include "OvBgp/ListWireOctets.h"
 #include "OvBgp/OvBgpCommunityListImpl.h"
 #include "OvBgp/OvBgpSerialize.h"
 #include "OvFmt/DynamicBuffer.h"
@@ -39,6 +40,16 @@ U32 valuesHash( std::span<const CommunityValue> values ) noexcept {
 
 bool sameValues( std::span<const CommunityValue> a, std::span<const CommunityValue> b ) noexcept {
    return std::equal( a.begin(), a.end(), b.begin(), b.end() );
+}
+
+// A value's 12 wire octets: the three words in network order.
+void storeWire( U8* out, const CommunityValue& value ) noexcept {
+   storeU32hton( out, value.globalAdmin() );
+   storeU32hton( out + 4, value.localData1() );
+   storeU32hton( out + 8, value.localData2() );
+}
+CommunityValue loadWire( const U8* in ) noexcept {
+   return CommunityValue( loadU32ntoh( in ), loadU32ntoh( in + 4 ), loadU32ntoh( in + 8 ) );
 }
 
 // The list's text, asdot off, one space apart.
@@ -132,10 +143,49 @@ LargeCommList::PtrConst LargeCommList::lookupByContent( const LargeCommListDedup
    if ( !table ) {
       throw Kel::NullArgumentException( "LargeCommList::lookupByContent: null table" );
    }
+   const Bex::DedupHashTable& set = *table->dedupTable();
+   const SortedWireOctets<12> wire( content.values, storeWire );
    return Kel::ptrCast<const LargeCommList>(
-         table->dedupTable()->lookupByContent(
-               content, Bex::DedupHandle::placementOfHash( table->dedupTable()->hashKey(),
-                                                           content.hash() ) ) );
+         set.lookupByContent( content, placementHashOf( set.hashKey(), wire.octets() ) ) );
+}
+
+LargeCommList::PtrConst LargeCommList::dedupOctets( const LargeCommListDedupTable* table,
+                                                    const U8* octets, size_t length ) {
+   if ( !table ) {
+      throw Kel::NullArgumentException( "LargeCommList::dedupOctets: null table" );
+   }
+   const Bex::DedupHashTable& set = *table->dedupTable();
+   const SortedWireOctets<12> wire( "LARGE_COMMUNITY", octets, length );
+   auto same = []( const LargeCommList& list, const SortedWireOctets<12>& values ) {
+      if ( list.comm_.size() != values.count() ) {
+         return false;
+      }
+      for ( size_t i = 0; i < values.count(); ++i ) {
+         if ( list.comm_[ i ] != loadWire( values.value( i ) ) ) {
+            return false;
+         }
+      }
+      return true;
+   };
+   if ( PtrConst found = lookupWireOctets<LargeCommList>( set, wire, same ) ) {
+      return found;
+   }
+   Ptr list = LargeCommListIs();
+   list->comm_.reserve( wire.count() );
+   for ( size_t i = 0; i < wire.count(); ++i ) {
+      list->commIs( loadWire( wire.value( i ) ) );
+   }
+   return list->dedup( table );
+}
+
+U32 LargeCommList::placementHash( const Kel::HashKey& key ) const {
+   KEL_ASSERT_SOURCE_MSG( commVectorSorted(), "commVectorSorted()", commListAssertSource );
+   return placementHashOf( key, SortedWireOctets<12>( comm_, storeWire ).octets() );
+}
+
+U32 LargeCommList::placementHashOf( const Kel::HashKey& key,
+                                    std::span<const U8> sortedWireOctets ) noexcept {
+   return U32( Kel::sipHash13( key, sortedWireOctets.data(), sortedWireOctets.size() ) );
 }
 
 U32 LargeCommList::hash() const {
@@ -189,9 +239,7 @@ std::string LargeCommList::serialize() const {
    return serializedPathAttribute( largeCommunity, optionalTransitive, U32( 12 * comm_.size() ),
                                    [ this ]( U8* out ) {
                                       for ( const CommunityValue& value : comm_ ) {
-                                         storeU32hton( out, value.globalAdmin() );
-                                         storeU32hton( out + 4, value.localData1() );
-                                         storeU32hton( out + 8, value.localData2() );
+                                         storeWire( out, value );
                                          out += 12;
                                       }
                                    } );

@@ -96,9 +96,23 @@ class LargeCommList : public KelStow::DedupHandle {
    // content's values, or null; builds nothing.
    static PtrConst lookupByContent( const LargeCommListDedupTable* table,
                                     const LargeCommListContent& content );
+   // dedupOctets(): the list dedup() gives for the values of a received
+   // LARGE_COMMUNITY attribute (12 octets a community, any order, repeats
+   // allowed); an interned one is found without building or allocating
+   // anything. A length that is not a multiple of 12 throws
+   // Kel::RangeException.
+   static PtrConst dedupOctets( const LargeCommListDedupTable* table, const U8* octets,
+                                size_t length );
 
    // The interning identity: the values in order.
    U32 hash() const override;
+   // placementHash(): placementHashOf() over the list's values.
+   U32 placementHash( const Kel::HashKey& key ) const override;
+   // placementHashOf(): where a table keyed with key places the list of
+   // these values (sorted, unique, 12 wire octets each): keyed SipHash-1-3
+   // of the octets.
+   static U32 placementHashOf( const Kel::HashKey& key,
+                               std::span<const U8> sortedWireOctets ) noexcept;
    bool compare( const Bex::DedupHandle* other ) const override;
    bool compareByContent( const Bex::DedupContentHandle& content ) const override;
 

@@ -125,7 +125,7 @@ bool ListMemo::findEdit( const Bex::DedupHandle* list, Bex::DedupHandle::PtrCons
 }
 
 void ListMemo::rememberEdit( const Bex::DedupHandle* list, const Bex::DedupHandle* result ) {
-   remember( list, Entry{ result, result->hash(), false } );
+   remember( list, Entry{ result, result->placementHash( table_->hashKey() ), false } );
 }
 
 std::optional<bool> ListMemo::findMatch( const Bex::DedupHandle* list ) const {
@@ -147,7 +147,8 @@ void ListMemo::remember( const Bex::DedupHandle* list, Entry entry ) {
    const auto identity = [ list ]( const Bex::DedupHandle* member ) {
       return member == list;
    };
-   if ( !list->isDeduped() || !table_->lookupIf( list->hash(), identity ) ) {
+   if ( !list->isDeduped() ||
+        !table_->lookupIf( list->placementHash( table_->hashKey() ), identity ) ) {
       return;
    }
    Guard lock( *this );

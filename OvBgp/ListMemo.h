@@ -53,7 +53,7 @@ class ListMemo {
    friend class ListMemoHub;
    struct Entry {
       const Bex::DedupHandle* result = nullptr; // an edit's; null for a match
-      U32 resultHash = 0;
+      U32 resultHash = 0;                       // where the table places result
       bool matched = false;
    };
    // Entries: entries by list identity in one open-addressing array (at

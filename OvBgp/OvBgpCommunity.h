@@ -277,6 +277,18 @@ U32 internedListHash( Iter begin, Iter end ) noexcept {
    return internedListHash( begin, end, []( const auto& ) { return true; } );
 }
 
+// internedListPlacement(): where a table keyed with key places a list of
+// interned members: SipHash-1-3 over their addresses, in order.
+template<class Iter>
+U32 internedListPlacement( const Kel::HashKey& key, Iter begin, Iter end ) noexcept {
+   Kel::SipHasher hasher( key );
+   for ( Iter it = begin; it != end; ++it ) {
+      const U64 address = U64( reinterpret_cast<std::uintptr_t>( &**it ) );
+      hasher.add( &address, sizeof( address ) );
+   }
+   return U32( hasher.result() );
+}
+
 // ExtCommLifeTimeNotifiee: keeps a route-target set equal to the route
 // targets interned in one table.
 class ExtCommLifeTimeNotifiee : public Bex::DedupHashTableLifeTimeNotifiee {

@@ -10,6 +10,7 @@
 //                                               [ & ]( U8* out ) { ... write n values ... } );
 #pragma once
 
+#include <bit>
 #include <cstring>
 #include <string>
 #include <string_view>
@@ -39,6 +40,20 @@ inline void storeU32hton( U8* out, U32 v ) noexcept {
 inline void storeU64hton( U8* out, U64 v ) noexcept {
    storeU32hton( out, U32( v >> 32 ) );
    storeU32hton( out + 4, U32( v ) );
+}
+
+// loadU16ntoh() .. loadU64ntoh(): one network-order value at in, as lists
+// read received attributes.
+inline U16 loadU16ntoh( const U8* in ) noexcept { return U16( in[ 0 ] << 8 | in[ 1 ] ); }
+inline U32 loadU32ntoh( const U8* in ) noexcept {
+   U32 v;
+   std::memcpy( &v, in, 4 );
+   return std::endian::native == std::endian::little ? __builtin_bswap32( v ) : v;
+}
+inline U64 loadU64ntoh( const U8* in ) noexcept {
+   U64 v;
+   std::memcpy( &v, in, 8 );
+   return std::endian::native == std::endian::little ? __builtin_bswap64( v ) : v;
 }
 
 // serializedPathAttribute(): the whole attribute in one string, allocated

@@ -65,6 +65,35 @@ class WeakListInterner {
       for ( const V& value : received ) {
          values.push_back( value );
       }
+      return internValues( std::move( values ) );
+   }
+
+   // internOctets(): the same for a received attribute: its values read
+   // one by one (network order, sizeof( V ) octets each) into a vector.
+   List internOctets( const std::uint8_t* octets, std::size_t length ) {
+      std::vector<V> values;
+      for ( std::size_t at = 0; at + sizeof( V ) <= length; at += sizeof( V ) ) {
+         V v = 0;
+         for ( std::size_t i = 0; i < sizeof( V ); ++i ) {
+            v = V( v << 8 | octets[ at + i ] );
+         }
+         values.push_back( v );
+      }
+      return internValues( std::move( values ) );
+   }
+
+   // forEach(): every list still alive.
+   template<class Fn>
+   void forEach( Fn&& fn ) const {
+      for ( const auto& entry : lists_ ) {
+         if ( List list = entry.second.lock() ) {
+            fn( *list );
+         }
+      }
+   }
+
+ private:
+   List internValues( std::vector<V> values ) {
       std::sort( values.begin(), values.end() );
       values.erase( std::unique( values.begin(), values.end() ), values.end() );
       const std::uint64_t hash = fnv1a( values );
@@ -81,17 +110,6 @@ class WeakListInterner {
       return fresh;
    }
 
-   // forEach(): every list still alive.
-   template <class Fn>
-   void forEach( Fn&& fn ) const {
-      for ( const auto& entry : lists_ ) {
-         if ( List list = entry.second.lock() ) {
-            fn( *list );
-         }
-      }
-   }
-
- private:
    static std::uint64_t fnv1a( const std::vector<V>& values ) {
       std::uint64_t h = 0xcbf29ce484222325ull;
       for ( const V& v : values ) {

@@ -9,6 +9,12 @@
 // A second run looks each list up by its sorted content first, so that a
 // hit builds no list at all.
 //
+// From octets: the same stream as attribute octets (bench/WireStream.h: in
+// order, one path in eight shuffled with a repeat) through
+// CommList::dedupOctets(), against the naive interner reading the same
+// octets into a vector, and against the floor of a keyed hash, one probe of
+// a plain array and a memcmp.
+//
 // The baseline interns the same lists the straightforward way: a
 // std::shared_ptr<std::vector<uint32_t>> per list, built by push_back like
 // CommList::commIs, found through a std::unordered_map from a 64-bit hash
@@ -38,6 +44,7 @@
 #include "Routing/RouteMap/PosixRegex.h"
 #include "bench/Baseline.h"
 #include "bench/BenchReport.h"
+#include "bench/WireStream.h"
 
 namespace {
 
@@ -195,6 +202,64 @@ void BM_BaselineInternStream( benchmark::State& state ) {
 }
 BENCHMARK( BM_BaselineInternStream )->Unit( benchmark::kMillisecond );
 
+// --- Interning from octets ---------------------------------------------------------------
+
+const WireStream& wire() {
+   static const WireStream built = wireStream( stream().sets, stream().paths, 20261124 );
+   return built;
+}
+
+void BM_CommListDedupOctetsStream( benchmark::State& state ) {
+   const WireStream& w = wire();
+   for ( auto _ : state ) {
+      CommListDedupTable::Ptr table = threadSafeTable();
+      std::vector<CommList::PtrConst> held( w.form.size() );
+      for ( size_t p = 0; p < w.form.size(); ++p ) {
+         const auto octets = w.octets( p );
+         held[ p ] = CommList::dedupOctets( table.ptr(), octets.data(), octets.size() );
+      }
+      state.PauseTiming();
+      held.clear();
+      table = nullptr;
+      state.ResumeTiming();
+   }
+}
+BENCHMARK( BM_CommListDedupOctetsStream )->Unit( benchmark::kMillisecond );
+
+void BM_BaselineOctetsStream( benchmark::State& state ) {
+   const WireStream& w = wire();
+   for ( auto _ : state ) {
+      auto table = std::make_unique<NaiveListTable>();
+      std::vector<NaiveListTable::List> held( w.form.size() );
+      for ( size_t p = 0; p < w.form.size(); ++p ) {
+         const auto octets = w.octets( p );
+         held[ p ] = table->internOctets( octets.data(), octets.size() );
+      }
+      state.PauseTiming();
+      held.clear();
+      table.reset();
+      state.ResumeTiming();
+   }
+}
+BENCHMARK( BM_BaselineOctetsStream )->Unit( benchmark::kMillisecond );
+
+void BM_FloorOctetsStream( benchmark::State& state ) {
+   const WireStream& w = wire();
+   for ( auto _ : state ) {
+      auto floor = std::make_unique<OctetsFloor>( w.forms.size() );
+      std::vector<const OctetsFloor::Entry*> held( w.form.size() );
+      for ( size_t p = 0; p < w.form.size(); ++p ) {
+         held[ p ] = floor->intern( w.octets( p ) );
+      }
+      benchmark::DoNotOptimize( held.data() );
+      state.PauseTiming();
+      held.clear();
+      floor.reset();
+      state.ResumeTiming();
+   }
+}
+BENCHMARK( BM_FloorOctetsStream )->Unit( benchmark::kMillisecond );
+
 // --- Regex matching -------------------------------------------------------------------
 
 // A 20-community list with two well-known members.
@@ -317,12 +382,16 @@ Footprint measureBaseline() {
 
 int main( int argc, char** argv ) {
    return BenchReport::main(
-         argc, argv, [] { stream(); },
+         argc, argv, [] { wire(); },
          []( const BenchReport::CapturingReporter& reporter ) {
          const Stream& s = stream();
          std::printf( "\nstream: %zu paths, %zu distinct lists\n", s.paths.size(), s.sets.size() );
          BenchReport::printRatio( reporter, "CommList intern stream / baseline",
-                                  "BM_CommListInternStream", "BM_BaselineInternStream", 0 );
+                                  "BM_CommListInternStream", "BM_BaselineInternStream", 0.40 );
+         BenchReport::printRatio( reporter, "CommList dedupOctets stream / baseline fed the octets",
+                                  "BM_CommListDedupOctetsStream", "BM_BaselineOctetsStream", 0.25 );
+         BenchReport::printRatio( reporter, "CommList dedupOctets stream / floor",
+                                  "BM_CommListDedupOctetsStream", "BM_FloorOctetsStream", 1.5 );
          BenchReport::printRatio( reporter, "CommList lookup-first intern stream / baseline",
                                   "BM_CommListLookupFirstStream", "BM_BaselineInternStream", 0 );
          for ( const char* pattern : { "numericHit", "nameHit", "noMatch" } ) {

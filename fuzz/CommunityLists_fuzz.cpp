@@ -4,6 +4,9 @@
 // interned, printed, matched, put on the wire and read back, copied into a
 // snapshot, and stowed into an in-memory store and rebuilt: the rebuilt list
 // must print and serialise as the interned one and intern to it again.
+// Interned from the raw octets (dedupOctets()), each list, and the octets
+// after the standard values read as an extended community list, must be the
+// object the value-by-value build gives; a cut length must throw.
 //
 //   ninja fuzz_CommunityLists_fuzz
 //   build/fuzz/CommunityLists_fuzz fuzz/corpus/CommunityLists_fuzz
@@ -16,10 +19,14 @@
 #include <vector>
 
 #include "Acl/CommunityValue.h"
+#include "Kel/Exception.h"
 #include "KelStow/StoreManager.h"
 #include "OvBgp/CommList.h"
 #include "OvBgp/CommListDedupTable.h"
+#include "OvBgp/ExtCommList.h"
+#include "OvBgp/ExtCommListDedupTable.h"
 #include "OvBgp/LargeCommList.h"
+#include "OvBgp/Parse/ExtComm.h"
 #include "Routing/RouteMap/PosixRegex.h"
 #include "tools/bgpcomm/PathAttributes.h"
 
@@ -43,6 +50,9 @@ constexpr size_t kMaxLarge = 40;
 struct Fixture {
    CommListDedupTable::Ptr standard = commListDedupTableFactory();
    LargeCommListDedupTable::Ptr large = largeCommListDedupTableFactory();
+   BgpParseExtCommContainerSm::Ptr container = bgpParseExtCommContainerSmFactory();
+   ExtCommDedupTable::Ptr extValues = extCommDedupTableFactory( container->extCommParser() );
+   ExtCommListDedupTable::Ptr extended = extCommListDedupTableFactory();
    // Named values in one text, numbers in the other; large values by a local word.
    Routing::RouteMap::PosixRegex regex{
       "(^| )(no-export|65535:6528[0-9]|local-as)( |$)|"
@@ -91,7 +101,38 @@ std::string numeric( U32 value ) {
    return std::to_string( value >> 16 ) + ":" + std::to_string( value & 0xFFFF );
 }
 
-void checkStandard( Fixture& f, const std::vector<U32>& values ) {
+// checkCutLength(): a length one short of the octets throws and interns
+// nothing.
+template<class Intern>
+void checkCutLength( std::span<const U8> raw, size_t unit, Intern intern ) {
+   if ( raw.size() % unit != 0 || raw.empty() ) {
+      return;
+   }
+   bool thrown = false;
+   try {
+      intern( raw.data(), raw.size() - 1 );
+   } catch ( const Kel::RangeException& ) {
+      thrown = true;
+   }
+   FUZZ_CHECK( thrown );
+}
+
+void checkExtended( Fixture& f, std::span<const U8> raw ) {
+   ExtCommList::Ptr building = extCommListFactory();
+   for ( size_t at = 0; at < raw.size(); at += 8 ) {
+      const U64 content = U64( loadU32( raw.data() + at ) ) << 32 | loadU32( raw.data() + at + 4 );
+      building->commIs( ExtComm::dedupContent( f.extValues.ptr(), ExtCommContent( content ) ) );
+   }
+   auto intern = [ & ]( const U8* octets, size_t length ) {
+      return ExtCommList::dedupOctets( f.extended.ptr(), f.extValues.ptr(), octets, length );
+   };
+   const ExtCommList::PtrConst fromOctets = intern( raw.data(), raw.size() );
+   FUZZ_CHECK( building->dedup( f.extended.ptr() ) == fromOctets );
+   FUZZ_CHECK( intern( raw.data(), raw.size() ) == fromOctets );
+   checkCutLength( raw, 8, intern );
+}
+
+void checkStandard( Fixture& f, const std::vector<U32>& values, std::span<const U8> raw ) {
    const std::set<U32> distinct( values.begin(), values.end() );
    const std::vector<U32> sorted( distinct.begin(), distinct.end() );
 
@@ -108,6 +149,11 @@ void checkStandard( Fixture& f, const std::vector<U32>& values ) {
       again->commIs( *it );
    }
    FUZZ_CHECK( again->dedup( f.standard.ptr() ) == list );
+   auto intern = [ & ]( const U8* octets, size_t length ) {
+      return CommList::dedupOctets( f.standard.ptr(), octets, length );
+   };
+   FUZZ_CHECK( intern( raw.data(), raw.size() ) == list );
+   checkCutLength( raw, 4, intern );
    FUZZ_CHECK( list->noExport() == distinct.count( 0xFFFFFF01 ) );
    FUZZ_CHECK( list->noAdvertise() == distinct.count( 0xFFFFFF02 ) );
    FUZZ_CHECK( list->noExportSubconfed() == distinct.count( 0xFFFFFF03 ) );
@@ -167,7 +213,8 @@ std::string largeText( const Acl::CommunityValue& v, bool asdot ) {
    return global + ":" + std::to_string( v.localData1() ) + ":" + std::to_string( v.localData2() );
 }
 
-void checkLarge( Fixture& f, const std::vector<Acl::CommunityValue>& values ) {
+void checkLarge( Fixture& f, const std::vector<Acl::CommunityValue>& values,
+                 std::span<const U8> raw ) {
    const std::set<Acl::CommunityValue> distinct( values.begin(), values.end() );
    const std::vector<Acl::CommunityValue> sorted( distinct.begin(), distinct.end() );
 
@@ -185,6 +232,11 @@ void checkLarge( Fixture& f, const std::vector<Acl::CommunityValue>& values ) {
       again->commIs( *it );
    }
    FUZZ_CHECK( again->dedup( f.large.ptr() ) == list );
+   auto intern = [ & ]( const U8* octets, size_t length ) {
+      return LargeCommList::dedupOctets( f.large.ptr(), octets, length );
+   };
+   FUZZ_CHECK( intern( raw.data(), raw.size() ) == list );
+   checkCutLength( raw, 12, intern );
 
    std::string text;
    for ( const auto& v : sorted ) {
@@ -240,14 +292,19 @@ extern "C" int LLVMFuzzerTestOneInput( const U8* data, size_t size ) {
    for ( size_t i = 0; i < standardCount; ++i, p += 4 ) {
       standard.push_back( loadU32( p ) );
    }
+   const std::span<const U8> standardRaw( data + 1, p );
+   const U8* largeBegin = p;
    std::vector<Acl::CommunityValue> large;
    for ( ; end - p >= 12 && large.size() < kMaxLarge; p += 12 ) {
       large.emplace_back( loadU32( p ), loadU32( p + 4 ), loadU32( p + 8 ) );
    }
-   checkStandard( f, standard );
-   checkLarge( f, large );
+   checkStandard( f, standard, standardRaw );
+   checkLarge( f, large, std::span<const U8>( largeBegin, p ) );
+   checkExtended( f, std::span<const U8>( largeBegin, ( p - largeBegin ) / 8 * 8 ) );
    // Every list of this input is released: the tables are empty again.
    FUZZ_CHECK( f.standard->dedupTable()->size() == 0 );
    FUZZ_CHECK( f.large->dedupTable()->size() == 0 );
+   FUZZ_CHECK( f.extended->dedupTable()->size() == 0 );
+   FUZZ_CHECK( f.extValues->dedupTable()->size() == 0 );
    return 0;
 }

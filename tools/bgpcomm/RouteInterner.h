@@ -1,8 +1,8 @@
 // RouteInterner.h: turns the octets of a community attribute into the one
 // interned list of the library's tables that holds its values (sorted, each
-// once). It keeps a reference to every distinct list it made, as the routes
-// of a RIB would, so that a list seen again is found, not rebuilt: a repeat
-// costs a sort of the values into a reused buffer and one lookup, and
+// once), through the lists' dedupOctets(). It keeps a reference to every
+// distinct list it made, as the routes of a RIB would, so that a list seen
+// again is found in its table, not rebuilt: a repeat is one lookup and
 // allocates nothing.
 //
 //   RouteInterner interner( tables );
@@ -35,22 +35,7 @@ class RouteInterner {
    U64 listsBuilt() const { return listsBuilt_; }
 
  private:
-   // RecentLists<List>: extended lists have no lookup by content, so the
-   // last list interned for each hash of sorted contents is kept here and
-   // checked member by member.
-   template<class List>
-   struct RecentLists {
-      static constexpr size_t slots = 4096;
-      std::vector<typename List::PtrConst> slot = std::vector<typename List::PtrConst>( slots );
-   };
-
    const CommunityTables& tables_;
-   std::vector<U32> standard_;
-   std::vector<Acl::CommunityValue> large_;
-   std::vector<U64> extended_;
-   std::vector<Routing::Bgp::ExtCommIp6Content> ip6Extended_;
-   RecentLists<Routing::Bgp::ExtCommList> recentExtended_;
-   RecentLists<Routing::Bgp::ExtCommIp6List> recentIp6Extended_;
    std::vector<Routing::Bgp::CommList::PtrConst> keptStandard_;
    std::vector<Routing::Bgp::LargeCommList::PtrConst> keptLarge_;
    std::vector<Routing::Bgp::ExtCommList::PtrConst> keptExtended_;
