@@ -213,9 +213,9 @@ void BM_CommListDedupOctetsStream( benchmark::State& state ) {
    const WireStream& w = wire();
    for ( auto _ : state ) {
       CommListDedupTable::Ptr table = threadSafeTable();
-      std::vector<CommList::PtrConst> held( w.form.size() );
-      for ( size_t p = 0; p < w.form.size(); ++p ) {
-         const auto octets = w.octets( p );
+      std::vector<CommList::PtrConst> held( w.paths() );
+      for ( size_t p = 0; p < w.paths(); ++p ) {
+         const auto octets = w.path( p );
          held[ p ] = CommList::dedupOctets( table.ptr(), octets.data(), octets.size() );
       }
       state.PauseTiming();
@@ -230,9 +230,9 @@ void BM_BaselineOctetsStream( benchmark::State& state ) {
    const WireStream& w = wire();
    for ( auto _ : state ) {
       auto table = std::make_unique<NaiveListTable>();
-      std::vector<NaiveListTable::List> held( w.form.size() );
-      for ( size_t p = 0; p < w.form.size(); ++p ) {
-         const auto octets = w.octets( p );
+      std::vector<NaiveListTable::List> held( w.paths() );
+      for ( size_t p = 0; p < w.paths(); ++p ) {
+         const auto octets = w.path( p );
          held[ p ] = table->internOctets( octets.data(), octets.size() );
       }
       state.PauseTiming();
@@ -246,10 +246,10 @@ BENCHMARK( BM_BaselineOctetsStream )->Unit( benchmark::kMillisecond );
 void BM_FloorOctetsStream( benchmark::State& state ) {
    const WireStream& w = wire();
    for ( auto _ : state ) {
-      auto floor = std::make_unique<OctetsFloor>( w.forms.size() );
-      std::vector<const OctetsFloor::Entry*> held( w.form.size() );
-      for ( size_t p = 0; p < w.form.size(); ++p ) {
-         held[ p ] = floor->intern( w.octets( p ) );
+      auto floor = std::make_unique<OctetsFloor>( w.forms );
+      std::vector<const OctetsFloor::Entry*> held( w.paths() );
+      for ( size_t p = 0; p < w.paths(); ++p ) {
+         held[ p ] = floor->intern( w.path( p ) );
       }
       benchmark::DoNotOptimize( held.data() );
       state.PauseTiming();

@@ -144,9 +144,9 @@ void BM_ExtCommListDedupOctetsStream( benchmark::State& state ) {
    const WireStream& w = wire();
    for ( auto _ : state ) {
       Tables tables;
-      std::vector<ExtCommList::PtrConst> held( w.form.size() );
-      for ( size_t p = 0; p < w.form.size(); ++p ) {
-         const auto octets = w.octets( p );
+      std::vector<ExtCommList::PtrConst> held( w.paths() );
+      for ( size_t p = 0; p < w.paths(); ++p ) {
+         const auto octets = w.path( p );
          held[ p ] = ExtCommList::dedupOctets( tables.lists.ptr(), tables.values.ptr(),
                                                octets.data(), octets.size() );
       }
@@ -159,9 +159,9 @@ void BM_BaselineOctetsStream( benchmark::State& state ) {
    const WireStream& w = wire();
    for ( auto _ : state ) {
       Baseline::WeakListInterner<uint64_t> table;
-      std::vector<Baseline::WeakListInterner<uint64_t>::List> held( w.form.size() );
-      for ( size_t p = 0; p < w.form.size(); ++p ) {
-         const auto octets = w.octets( p );
+      std::vector<Baseline::WeakListInterner<uint64_t>::List> held( w.paths() );
+      for ( size_t p = 0; p < w.paths(); ++p ) {
+         const auto octets = w.path( p );
          held[ p ] = table.internOctets( octets.data(), octets.size() );
       }
       benchmark::DoNotOptimize( held.data() );
@@ -172,10 +172,10 @@ BENCHMARK( BM_BaselineOctetsStream )->Unit( benchmark::kMillisecond )->Iteration
 void BM_FloorOctetsStream( benchmark::State& state ) {
    const WireStream& w = wire();
    for ( auto _ : state ) {
-      OctetsFloor floor( w.forms.size() );
-      std::vector<const OctetsFloor::Entry*> held( w.form.size() );
-      for ( size_t p = 0; p < w.form.size(); ++p ) {
-         held[ p ] = floor.intern( w.octets( p ) );
+      OctetsFloor floor( w.forms );
+      std::vector<const OctetsFloor::Entry*> held( w.paths() );
+      for ( size_t p = 0; p < w.paths(); ++p ) {
+         held[ p ] = floor.intern( w.path( p ) );
       }
       benchmark::DoNotOptimize( held.data() );
    }

@@ -1,12 +1,12 @@
 // bench/WireStream.h: a stream of paths as an UPDATE reader sees it: each
-// path brings its list as attribute octets. Most senders put a list's values
-// in order, each once; one path in eight brings its set shuffled with one
-// value repeated. Also the floor such a stream is raced against: a keyed
+// path brings its list as attribute octets, read in stream order. Most
+// senders put a list's values in order, each once; one path in eight brings
+// its set shuffled with one value repeated. Also the floor such a stream is raced against: a keyed
 // hash over the octets, one probe of a plain open-addressing array and a
 // memcmp, with no counts, no canonical order and no locks.
 //
 //   WireStream wire = wireStream( sets, paths, 20261124 );
-//   OctetsFloor floor( wire.forms.size() );  floor.intern( wire.octets( p ) );
+//   OctetsFloor floor( wire.forms );  floor.intern( wire.path( p ) );
 #pragma once
 
 #include <algorithm>
@@ -19,18 +19,24 @@
 
 #include "Kel/Hash.h"
 
-// WireStream: forms[2 s] is set s in order, forms[2 s + 1] the same
-// shuffled with a repeat; form[p] is the form path p brings.
+// WireStream: the octets of every path, one after the other in stream
+// order, as a reader meets them in the messages it reads (sequentially, so
+// they are in the cache when interned); forms counts the distinct octet
+// strings (each set in order, and shuffled with a repeat).
 struct WireStream {
-   std::vector<std::vector<std::uint8_t>> forms;
-   std::vector<std::uint32_t> form;
+   std::vector<std::uint8_t> octets;
+   std::vector<std::uint32_t> begin; // path p: octets[ begin[ p ], begin[ p + 1 ] )
+   size_t forms = 0;
 
-   std::span<const std::uint8_t> octets( size_t path ) const { return forms[ form[ path ] ]; }
+   size_t paths() const { return begin.size() - 1; }
+   std::span<const std::uint8_t> path( size_t p ) const {
+      return { octets.data() + begin[ p ], octets.data() + begin[ p + 1 ] };
+   }
 };
 
 // wireStream(): sets[s] holds a set's values (any order, repeats allowed)
 // as unsigned integers of the wire width; paths[p] the set of path p.
-template<class V>
+template <class V>
 WireStream wireStream( const std::vector<std::vector<V>>& sets,
                        const std::vector<std::uint32_t>& paths, std::uint64_t seed ) {
    std::mt19937_64 rng( seed );
@@ -43,20 +49,25 @@ WireStream wireStream( const std::vector<std::vector<V>>& sets,
       }
       return out;
    };
-   WireStream s;
+   std::vector<std::vector<std::uint8_t>> forms;
    for ( const std::vector<V>& set : sets ) {
       std::vector<V> sorted = set;
       std::sort( sorted.begin(), sorted.end() );
       sorted.erase( std::unique( sorted.begin(), sorted.end() ), sorted.end() );
-      s.forms.push_back( octetsOf( sorted ) );
+      forms.push_back( octetsOf( sorted ) );
       std::vector<V> shuffled = sorted;
       shuffled.push_back( sorted[ rng() % sorted.size() ] );
       std::shuffle( shuffled.begin(), shuffled.end(), rng );
-      s.forms.push_back( octetsOf( shuffled ) );
+      forms.push_back( octetsOf( shuffled ) );
    }
+   WireStream s;
+   s.forms = forms.size();
    for ( size_t p = 0; p < paths.size(); ++p ) {
-      s.form.push_back( 2 * paths[ p ] + ( p % 8 == 7 ? 1 : 0 ) );
+      const std::vector<std::uint8_t>& form = forms[ 2 * paths[ p ] + ( p % 8 == 7 ? 1 : 0 ) ];
+      s.begin.push_back( std::uint32_t( s.octets.size() ) );
+      s.octets.insert( s.octets.end(), form.begin(), form.end() );
    }
+   s.begin.push_back( std::uint32_t( s.octets.size() ) );
    return s;
 }
 
