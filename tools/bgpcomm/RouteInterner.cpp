@@ -7,8 +7,9 @@ using namespace Routing::Bgp;
 namespace {
 
 // internKept(): the list intern() gives, kept when its table gained a
-// member in the call (the list was built): the tool interns from one
-// thread, so the table's size tells.
+// member in the call (the list was built). With other threads interning
+// into the same tables the size can mislead: a list is then kept twice, or
+// not kept and built again once its routes are gone; never a wrong list.
 template<class List, class Intern>
 typename List::PtrConst internKept( const Bex::DedupHashTable& table,
                                     std::vector<typename List::PtrConst>& kept, U64& built,
