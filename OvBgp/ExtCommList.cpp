@@ -113,12 +113,14 @@ ExtCommList::Ptr ExtCommList::ExtCommListIs() {
 
 ExtCommList::Ptr extCommListFactory() { return ExtCommList::ExtCommListIs(); }
 
-void ExtCommList::commIs( const ExtComm::PtrConst& comm ) {
+void ExtCommList::commIs( const ExtComm::PtrConst& comm ) { commIs( ExtComm::PtrConst( comm ) ); }
+
+void ExtCommList::commIs( ExtComm::PtrConst&& comm ) {
    OVBGP_LIST_ASSERT( nullptr != comm, "__null != comm" );
    OVBGP_LIST_ASSERT( nullOrInterned( comm.ptr() ),
                       "__null == ( comm ) || ( comm )->dedupState() != "
                       "Bex::dedupHandleStateNeverDeduped()" );
-   comm_.push_back( comm );
+   comm_.push_back( std::move( comm ) );
 }
 
 void ExtCommList::append( const PtrConst& other ) {

@@ -88,6 +88,9 @@ class ExtCommList : public KelStow::DedupHandle {
    // Building (before dedup).
    void expectedCommunityCountIs( U32 count ) { comm_.reserve( count ); }
    void commIs( const ExtComm::PtrConst& comm );
+   // commIs( &&comm ): the same, taking comm's reference over (what
+   // ExtComm::dedupContent() returns goes in without a count change).
+   void commIs( ExtComm::PtrConst&& comm );
    void append( const PtrConst& other );
    void appendVector( const std::vector<ExtComm::PtrConst>& comms );
    void appendClassificationList( const ExtCommClassificationList::PtrConst& list );
