@@ -204,6 +204,37 @@ void tableInsertAndDrop( benchmark::State& state, bool threadSafe ) {
 void BM_SingleThreadInsertAndDrop( benchmark::State& state ) { tableInsertAndDrop( state, false ); }
 void BM_ThreadSafeInsertAndDrop( benchmark::State& state ) { tableInsertAndDrop( state, true ); }
 
+// Hits that scale: threads hitting disjoint halves of the 20k working set
+// in a thread-safe table, each releasing at once; one iteration is ten
+// passes of each thread over its half, so two threads do twice the work of one.
+void threadsHitAndDrop( benchmark::State& state, unsigned threads ) {
+   Fixture& f = fixture( 20000 );
+   const auto hit = tableHit( f, true );
+   const size_t half = f.set.queries.size() / 2;
+   // Ten rounds a pass, so that starting a thread is lost in the figure.
+   auto pass = [ & ]( size_t from ) {
+      for ( int round = 0; round < 10; ++round ) {
+         for ( size_t i = from; i < from + half; ++i ) {
+            auto result = hit( f.set.queries[ i ] );
+            benchmark::DoNotOptimize( result );
+         }
+      }
+   };
+   for ( auto _ : state ) {
+      if ( threads == 1 ) {
+         pass( 0 );
+      } else {
+         std::thread other( pass, half );
+         pass( 0 );
+         other.join();
+      }
+   }
+}
+void BM_OneThreadHitsHalf( benchmark::State& state ) { threadsHitAndDrop( state, 1 ); }
+void BM_TwoThreadsHitHalves( benchmark::State& state ) { threadsHitAndDrop( state, 2 ); }
+BENCHMARK( BM_OneThreadHitsHalf )->UseRealTime();
+BENCHMARK( BM_TwoThreadsHitHalves )->UseRealTime();
+
 void hitSizes( benchmark::internal::Benchmark* b ) {
    for ( int size : kWorkingSets ) {
       b->Arg( size );
@@ -253,6 +284,14 @@ int main( int argc, char** argv ) {
                         "BM_SingleThreadHitByContent/" + mid, "BM_BaselineHit/" + mid, 0 );
             printRatio( reporter, "thread-safe hit by content / baseline hit, " + mid + " contents",
                         "BM_ThreadSafeHitByContent/" + mid, "BM_BaselineHit/" + mid, 0 );
+            const double one = reporter.time( "BM_OneThreadHitsHalf/real_time" );
+            const double two = reporter.time( "BM_TwoThreadsHitHalves/real_time" );
+            if ( one > 0 && two > 0 ) {
+               const double scale = 2 * one / two;
+               std::printf( "ratio two threads' hit throughput / one thread's (thread-safe table, "
+                            "disjoint contents, hit and release): %.2f (target >= 1.80)%s\n",
+                            scale, scale >= 1.8 ? "" : "  MISSED" );
+            }
             printRatio( reporter, "single-thread insert and drop / baseline",
                         "BM_SingleThreadInsertAndDrop", "BM_BaselineInsertAndDrop", 0 );
             printRatio( reporter, "thread-safe insert and drop / baseline",

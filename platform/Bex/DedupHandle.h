@@ -141,6 +141,26 @@ class DedupHandle : public Kel::PtrInterface {
       releasePlain( 1 + U32( reserved ) );
    }
 
+   // tryNewRef(): a reference, unless the count is zero or claimed (the
+   // member is leaving its thread-safe table): how a lookup without the
+   // shard's lock takes one.
+   bool tryNewRef() const noexcept {
+      std::atomic<U32>& count = refCountAtomic();
+      U32 c = count.load( std::memory_order_relaxed );
+      do {
+         if ( c == 0 || ( c & kClaimedCount ) ) {
+            return false;
+         }
+      } while ( !count.compare_exchange_weak( c, c + 1 ) );
+      return true;
+   }
+   // claimLastReference(): with the shard locked, marks a count that holds
+   // only the table's reference as claimed; false when others hold some.
+   bool claimLastReference() const noexcept {
+      U32 expected = 1;
+      return refCountAtomic().compare_exchange_strong( expected, 1 | kClaimedCount );
+   }
+
    // outsideReferencesGone(): with the shard locked, true when the count
    // holds only the table's reference and the reserve.
    bool outsideReferencesGone( U32 reserve ) const noexcept {

@@ -110,23 +110,34 @@ size_t DedupHashTable::size() const noexcept {
 }
 
 template <class S>
-void DedupHashTable::growIfFull( Shard& shard ) {
+void DedupHashTable::growIfFull( Shard& shard, bool threadSafe ) {
    const U32 capacity = shard.mask + 1;
    const U32 count = shard.count.load( std::memory_order_relaxed );
    // At most half full: a hit then seldom probes a second slot.
    if ( ( U64( count ) + 1 ) * 2 <= U64( capacity ) ) {
       return;
    }
+   // The new array is filled before it is published, and published before
+   // the mask that covers it (lookups without the lock read the mask
+   // first). The old one stays as it was for lookups still reading it,
+   // until none can be.
    S* old = shard.slots<S>();
-   shard.slotArray = allocateZeroed<S>( size_t( capacity ) * 2 );
-   shard.mask = capacity * 2 - 1;
-   shard.count.store( 0, std::memory_order_relaxed );
+   S* grown = allocateZeroed<S>( size_t( capacity ) * 2 );
+   Shard fill;
+   fill.slotArray = grown;
+   fill.mask = capacity * 2 - 1;
    for ( U32 i = 0; i < capacity; ++i ) {
       if ( old[ i ] ) {
-         placeSlot( shard, old[ i ] );
+         placeSlot( fill, old[ i ] );
       }
    }
-   std::free( old );
+   __atomic_store_n( &shard.slotArray, static_cast<void*>( grown ), __ATOMIC_SEQ_CST );
+   __atomic_store_n( &shard.mask, fill.mask, __ATOMIC_SEQ_CST );
+   if ( threadSafe ) {
+      epochRetire( old, std::free );
+   } else {
+      std::free( old );
+   }
 }
 
 template <class S>
@@ -136,13 +147,13 @@ void DedupHashTable::placeSlot( Shard& shard, const S& slot ) noexcept {
    while ( slots[ i ] ) {
       i = ( i + 1 ) & shard.mask;
    }
-   slots[ i ] = slot;
+   slots[ i ].publish( slot );
    shard.count.fetch_add( 1, std::memory_order_relaxed );
 }
 
 // dedup() is a template compiled where it is used; these are its helpers.
-template void DedupHashTable::growIfFull<DedupHashTable::Slot>( Shard& );
-template void DedupHashTable::growIfFull<DedupHashTable::KeyedSlot>( Shard& );
+template void DedupHashTable::growIfFull<DedupHashTable::Slot>( Shard&, bool );
+template void DedupHashTable::growIfFull<DedupHashTable::KeyedSlot>( Shard&, bool );
 template void DedupHashTable::placeSlot( Shard&, const Slot& ) noexcept;
 template void DedupHashTable::placeSlot( Shard&, const KeyedSlot& ) noexcept;
 
@@ -184,11 +195,11 @@ void DedupHashTable::eraseSlot( Shard& shard, S* erased ) noexcept {
       U32 home = slots[ j ].handle()->tableHash_ & shard.mask;
       bool stays = ( i <= j ) ? ( i < home && home <= j ) : ( i < home || home <= j );
       if ( !stays ) {
-         slots[ i ] = slots[ j ];
+         slots[ i ].publish( slots[ j ] );
          i = j;
       }
    }
-   slots[ i ] = S();
+   slots[ i ].publish( S() );
    shard.count.fetch_sub( 1, std::memory_order_relaxed );
 }
 
@@ -204,15 +215,22 @@ void DedupHashTable::releaseMember( const DedupHandle* member, U32 hash ) noexce
 
 template <class S>
 void DedupHashTable::releaseMemberIn( Shard& shard, DedupHandle* handle, U32 hash ) noexcept {
+   bool queued = false;
    {
       ShardGuard guard( shard, threadSafe_, true );
       // The releasing thread holds no reference any more. Since its decrement
       // a lookup may have taken one (the member stays), or that reference
       // may have gone too and its release detached and destroyed the handle
       // (no longer found). Only a handle found among the members, which the
-      // table's reference keeps alive, is touched.
+      // table's reference keeps alive, is touched. In a thread-safe table,
+      // lookups take references without the lock: the table's reference is
+      // claimed (from exactly one, the table's own) so that none can.
       S* slot = slotOf<S>( shard, hash, handle );
-      if ( !slot || !handle->outsideReferencesGone( reserveIn( *slot ) ) ) {
+      if ( !slot ) {
+         return;
+      }
+      if ( threadSafe_ ? !handle->claimLastReference()
+                       : !handle->outsideReferencesGone( reserveIn( *slot ) ) ) {
          return;
       }
       returnReserve( *slot );
@@ -221,32 +239,97 @@ void DedupHashTable::releaseMemberIn( Shard& shard, DedupHandle* handle, U32 has
       handle->tableSharedIs( false );
       handle->table_ = nullptr;
       if ( notifying_.load( std::memory_order_acquire ) ) {
-         notifyRemove( handle );
+         if ( threadSafe_ ) {
+            queueEvent( handle, false );
+            queued = true;
+         } else {
+            notifyRemove( handle );
+         }
       }
    }
+   if ( queued ) {
+      deliverEvents();
+      return;
+   }
    // The table's own references go last, outside the lock: destroying the
-   // member may release members of other tables.
-   handle->releaseTableReferences();
+   // member may release members of other tables. A lookup without the lock
+   // may still be reading the member: its memory waits for those.
+   if ( threadSafe_ ) {
+      destroyMember( handle );
+   } else {
+      handle->releaseTableReferences();
+   }
 }
 
 void DedupHashTable::notifyInsert( DedupHandle* handle ) {
-   std::unique_lock<std::mutex> lock( notifyMutex_, std::defer_lock );
-   if ( threadSafe_ ) {
-      lock.lock();
-   }
    if ( notifiee_ ) {
       notifiee_->handleInsert( DedupHandle::Ptr( handle ) );
    }
 }
 
 void DedupHashTable::notifyRemove( DedupHandle* handle ) {
-   std::unique_lock<std::mutex> lock( notifyMutex_, std::defer_lock );
-   if ( threadSafe_ ) {
-      lock.lock();
-   }
    if ( notifiee_ ) {
       notifiee_->handleRemove( handle );
    }
+}
+
+void DedupHashTable::destroyMember( DedupHandle* handle ) noexcept {
+   handle->~DedupHandle();
+   epochRetire( handle, []( void* p ) { ::operator delete( p ); } );
+}
+
+void DedupHashTable::queueEvent( DedupHandle* handle, bool insert ) {
+   if ( insert ) {
+      handle->newRef();
+   }
+   std::lock_guard<std::mutex> lock( eventsMutex_ );
+   events_.push_back( Event{ handle, insert } );
+}
+
+namespace {
+const void* thisThread() noexcept {
+   static thread_local char marker;
+   return &marker;
+}
+} // namespace
+
+void DedupHashTable::deliverEvents() noexcept {
+   if ( deliveringThread_.load( std::memory_order_relaxed ) == thisThread() ) {
+      return;
+   }
+   std::lock_guard<std::mutex> lock( notifyMutex_ );
+   deliverQueued();
+}
+
+void DedupHashTable::deliverQueued() noexcept {
+   deliveringThread_.store( thisThread(), std::memory_order_relaxed );
+   for ( ;; ) {
+      Event event;
+      {
+         std::lock_guard<std::mutex> events( eventsMutex_ );
+         if ( events_.empty() ) {
+            break;
+         }
+         event = events_.front();
+         events_.pop_front();
+      }
+      deliver( event );
+   }
+   deliveringThread_.store( nullptr, std::memory_order_relaxed );
+}
+
+void DedupHashTable::deliver( const Event& event ) noexcept {
+   if ( event.insert ) {
+      if ( notifiee_ ) {
+         notifiee_->handleInsert( DedupHandle::Ptr( event.handle ) );
+      }
+      event.handle->deleteRef(); // the reference queueEvent() took
+      return;
+   }
+   if ( notifiee_ ) {
+      notifiee_->handleRemove( event.handle );
+   }
+   destroyMember( event.handle );
 }
 
 void DedupHashTable::lifeTimeNotifieeIs( const DedupHashTableLifeTimeNotifiee::Ptr& notifiee ) {
@@ -262,6 +345,7 @@ DedupHashTableLifeTimeNotifiee::Ptr DedupHashTable::lifeTimeNotifiee() const {
 
 void DedupHashTable::notificationStop() {
    std::lock_guard<std::mutex> lock( notifyMutex_ );
+   deliverQueued(); // what happened before the stop is told before it
    if ( !notifiee_ ) {
       return;
    }

@@ -2,38 +2,54 @@
 // It holds one reference of its own to each member; when the references held
 // outside drop to none, the member leaves the table (handleRemove fires) and
 // is destroyed. A hit is one hash and one probe of an open-addressing array;
-// the reference it returns comes from a reserve the table counted ahead, so
-// it touches no count (one atomic add refills the reserve every so many
-// hits); nothing is allocated.
+// nothing is allocated. In a single-thread table the reference a hit
+// returns comes from a reserve the table counted ahead, so it touches no
+// count (one add refills the reserve every so many hits).
 //
 // A keyed table is for members whose content fits in 64 bits (dedupKey()):
-// its slots keep that key beside the member, and the reserve too, so a hit
-// (lookupByKey()) reads the slots and never touches the member. Its releases
-// pay instead: once a member has had a reserve, one that leaves a small
-// count asks the table whether it was the last outside reference.
+// its slots keep that key beside the member (and, single-threaded, the
+// reserve too), so a probe compares keys without touching other members.
 //
 //   auto table = Bex::DedupHashTableUnorderedSet::DedupHashTableUnorderedSetIs( threadSafe );
 //   DedupHandle::Ptr canonical = table->dedup( candidate );
 //
 // The thread-safe variant splits the set into shards, each behind its own
-// spin lock. Releases are lock-free decrements; one that may have left only
-// the table's references then takes the shard's lock and detaches the member
-// if it is still there with no outside reference. Lookups take their
-// reference under the same lock, so a lookup never returns a member that is
-// leaving, and a release that finds its handle revived or already gone
-// leaves it alone without touching it. Lifetime callbacks run under the
-// shard's lock and, in the thread-safe variant, one table-wide mutex, so
-// notifiees see every table's events in the order they happened and need no
-// lock of their own; a callback must not intern into or release the last
-// outside reference of a member of the same table. A table must outlive the
+// spin lock, which only changes take (inserts, removals, growth). A hit
+// takes no lock and writes nothing shared: it pins its thread (Bex/Epoch.h:
+// a store to the thread's own record), probes, and takes its reference with
+// one atomic add on the member it found, unless that member's count is zero
+// or claimed. A release is one atomic decrement; one that leaves only the
+// table's reference takes the shard's lock and claims the count (from one
+// to claimed) if nobody took a reference in between, then detaches the
+// member. Claimed members are never handed out, and their memory and the
+// slot arrays that growth replaces are freed only once no pinned thread can
+// still be reading them. A miss without the lock is confirmed under it
+// (a removal may move a member past the probe).
+//
+// Members are placed by a keyed hash (placementHash()), so contents chosen
+// to collide in a public hash spread like any others. Linear probing at
+// load at most one half then has expected probe runs of a few slots; a run
+// of length L has probability falling geometrically in L, whatever the
+// contents, as long as the key stays secret.
+//
+// Lifetime callbacks run under no shard lock. A thread-safe table queues
+// its events under the shard's lock, in the order they happen, and
+// delivers them after releasing it under one table-wide mutex, which is
+// taken with no shard lock held: notifiees see every event in order and
+// need no lock of their own, and the interning call returns only once its
+// event was delivered (unless it runs inside a callback of the same table,
+// whose delivery then goes on with it). A callback must not install a
+// notifiee or stop notification on its own table. A table must outlive the
 // threads that still release its members.
 #pragma once
 
 #include <atomic>
+#include <deque>
 #include <mutex>
 #include <thread>
 
 #include "Bex/DedupHandle.h"
+#include "Bex/Epoch.h"
 #include "Kel/Hash.h"
 #include "Kel/Ptr.h"
 #include "Kel/Types.h"
@@ -108,8 +124,19 @@ class DedupHashTable : public Kel::PtrInterface {
    DedupHandle::PtrConst lookupIf( U32 placement, Match&& match ) const {
       KEL_ASSERT_MSG( !keyed_, "lookup by content in a keyed table" );
       Shard& shard = shardFor( placement );
-      ShardGuard guard( shard, threadSafe_ );
-      return handOut( findIf( shard, placement, match ) );
+      if ( !threadSafe_ ) {
+         return handOut( findIf( shard, placement, match ) );
+      }
+      if ( DedupHandle* member = findUnlocked<Slot>( shard, placement, 0 ) ) {
+         if ( match( static_cast<const DedupHandle*>( member ) ) ) {
+            return DedupHandle::PtrConst::adopt( member );
+         }
+         member->deleteRef();
+      }
+      // A miss without the lock may be a member moving past the probe:
+      // only the locked probe says it is not there.
+      ShardGuard guard( shard, true );
+      return handOutCounted( findIf( shard, placement, match ) );
    }
 
    // lookupByKey(): in a keyed table, the member whose dedupKey() is key
@@ -122,8 +149,17 @@ class DedupHashTable : public Kel::PtrInterface {
       }
       KEL_ASSERT_MSG( keyed_, "lookup by key in a table without keys" );
       Shard& shard = shardFor( placement );
+      if ( DedupHandle* member = findUnlocked<KeyedSlot>( shard, placement, key ) ) {
+         // The key and the address are read apart: the member says whether
+         // they belonged together.
+         if ( member->dedupKey() == key ) {
+            return DedupHandle::PtrConst::adopt( member );
+         }
+         member->deleteRef();
+      }
       ShardGuard guard( shard, true );
-      return handOut( findKey( shard, placement, key ) );
+      KeyedSlot* slot = findKey( shard, placement, key );
+      return handOutCounted( slot ? slot->handle() : nullptr );
    }
 
    // dedup(): the member equal to handle (by compare()), or handle itself
@@ -183,6 +219,16 @@ class DedupHashTable : public Kel::PtrInterface {
       static bool fits( const DedupHandle* handle ) noexcept {
          return ( reinterpret_cast<U64>( handle ) >> kTagShift ) == 0;
       }
+      // Slots change under the shard's lock while lookups read them
+      // without it: each word is stored and read whole.
+      void publish( const Slot& from ) noexcept { __atomic_store_n( &bits_, from.bits_, __ATOMIC_RELEASE ); }
+      static Slot read( const Slot& slot ) noexcept {
+         Slot copy;
+         copy.bits_ = __atomic_load_n( &slot.bits_, __ATOMIC_SEQ_CST );
+         return copy;
+      }
+      // matches(): the lock-free probe's first test.
+      bool matches( U32 hash, U64 ) const noexcept { return tag() == tagOf( hash ); }
 
     private:
       U64 bits_ = 0;
@@ -197,6 +243,17 @@ class DedupHashTable : public Kel::PtrInterface {
       KeyedSlot() noexcept = default;
       KeyedSlot( U64 key, DedupHandle* handle ) noexcept
             : key_( key ), bits_( reinterpret_cast<U64>( handle ) ) {}
+      void publish( const KeyedSlot& from ) noexcept {
+         __atomic_store_n( &key_, from.key_, __ATOMIC_RELAXED );
+         __atomic_store_n( &bits_, from.bits_, __ATOMIC_RELEASE );
+      }
+      static KeyedSlot read( const KeyedSlot& slot ) noexcept {
+         KeyedSlot copy;
+         copy.bits_ = __atomic_load_n( &slot.bits_, __ATOMIC_SEQ_CST );
+         copy.key_ = __atomic_load_n( &slot.key_, __ATOMIC_SEQ_CST );
+         return copy;
+      }
+      bool matches( U32, U64 key ) const noexcept { return key_ == key; }
       explicit operator bool() const noexcept { return bits_ != 0; }
       U64 key() const noexcept { return key_; }
       DedupHandle* handle() const noexcept { return reinterpret_cast<DedupHandle*>( bits_ & kAddressMask ); }
@@ -349,6 +406,44 @@ class DedupHashTable : public Kel::PtrInterface {
       }
       return DedupHandle::PtrConst::adopt( slot->takeReference() );
    }
+   // handOutCounted(): in a thread-safe table, with the shard locked: one
+   // counted reference (a hit without the lock takes its own).
+   static DedupHandle::PtrConst handOutCounted( DedupHandle* member ) noexcept {
+      return DedupHandle::PtrConst( member );
+   }
+
+   // findUnlocked(): the hit path of a thread-safe table, without the
+   // shard's lock: the first member placed at hash whose slot matches (its
+   // tag, or its key), with one reference taken; null when there is none
+   // or when it is leaving. The caller checks the content once it holds
+   // the reference, and asks again under the lock before it says "none".
+   //
+   // Why this is safe: while this thread is pinned, neither a member nor a
+   // slot array that it can reach is freed (members leave through
+   // releaseMemberIn(), which retires their memory; grown shards retire
+   // their old array). A member that is reached may still be leaving: the
+   // reference is taken only if its count is neither zero nor claimed by
+   // the release that detaches it, and that release claims it only while
+   // the count is the table's reference alone, so the two cannot both win.
+   template <class S>
+   static DedupHandle* findUnlocked( const Shard& shard, U32 hash, U64 key ) noexcept {
+      EpochPin pin;
+      // The mask is read first and grows after its array: it never exceeds
+      // the array read after it.
+      const U32 mask = __atomic_load_n( &shard.mask, __ATOMIC_SEQ_CST );
+      const S* slots = static_cast<const S*>( __atomic_load_n( &shard.slotArray, __ATOMIC_SEQ_CST ) );
+      for ( U32 i = hash & mask;; i = ( i + 1 ) & mask ) {
+         const S slot = S::read( slots[ i ] );
+         if ( !slot ) {
+            return nullptr;
+         }
+         DedupHandle* member = slot.handle();
+         if ( slot.matches( hash, key ) && member->tableHash_ == hash &&
+              member->tryNewRef() ) {
+            return member;
+         }
+      }
+   }
    // reserveIn(): the references counted ahead for slot's member.
    static U32 reserveIn( const Slot& slot ) noexcept {
       return slot.handle()->reservedAtomic().load( std::memory_order_relaxed );
@@ -381,7 +476,7 @@ class DedupHashTable : public Kel::PtrInterface {
       }
    }
    template <class S>
-   static void growIfFull( Shard& shard );
+   static void growIfFull( Shard& shard, bool threadSafe );
    template <class S>
    static void placeSlot( Shard& shard, const S& slot ) noexcept;
    template <class S>
@@ -394,6 +489,27 @@ class DedupHashTable : public Kel::PtrInterface {
    U32 reserveOf( const DedupHandle* member, U32 hash ) const noexcept;
    void notifyInsert( DedupHandle* handle );
    void notifyRemove( DedupHandle* handle );
+   // A thread-safe table queues its lifetime events under the shard's lock
+   // (so that they keep the order in which contents came and went) and
+   // delivers them after it, under notifyMutex_ alone: a callback runs
+   // under no shard lock, and the queue's mutex is taken with nothing else
+   // to wait for. queueEvent() keeps an inserted member alive until its
+   // event is delivered; a removed one is destroyed by its delivery.
+   struct Event {
+      DedupHandle* handle;
+      bool insert;
+   };
+   void queueEvent( DedupHandle* handle, bool insert );
+   // deliverEvents(): every queued event, in order; returns at once when
+   // this thread is the one delivering (a callback that interned or
+   // released): the delivery under way goes on with what it queued.
+   void deliverEvents() noexcept;
+   // deliverQueued(): the same, with notifyMutex_ held.
+   void deliverQueued() noexcept;
+   void deliver( const Event& event ) noexcept;
+   // destroyMember(): a member detached from a thread-safe table; lookups
+   // without the lock may still read its memory.
+   static void destroyMember( DedupHandle* handle ) noexcept;
    // releaseMember(): a member's outside references just dropped to none;
    // handle is an identity until it is found among the members.
    void releaseMember( const DedupHandle* handle, U32 hash ) noexcept;
@@ -413,6 +529,9 @@ class DedupHashTable : public Kel::PtrInterface {
    std::atomic<bool> notifying_{ false };
    DedupHashTableLifeTimeNotifiee::Ptr notifiee_;
    std::mutex notifyMutex_;
+   std::atomic<const void*> deliveringThread_{ nullptr };
+   std::mutex eventsMutex_;
+   std::deque<Event> events_;
    mutable Shard shards_[ kShards ];
 };
 
@@ -439,32 +558,45 @@ DedupHandle::PtrConst DedupHashTable::dedup( const DedupHandle::PtrConst& handle
    const U32 hash = candidate->placementHash( hashKey_ );
    const U64 key = keyed_ ? candidate->dedupKey() : 0;
    Shard& shard = shardFor( hash );
+   bool queued = false;
+   {
    ShardGuard guard( shard, threadSafe_ );
    if ( keyed_ ) {
       if ( KeyedSlot* slot = findKey( shard, hash, key ) ) {
-         return handOut( slot );
+         return threadSafe_ ? handOutCounted( slot->handle() ) : handOut( slot );
       }
    } else {
       auto equal = [ candidate ]( const DedupHandle* member ) { return member->compare( candidate ); };
       if ( DedupHandle* member = findIf( shard, hash, equal ) ) {
-         return handOut( member );
+         return threadSafe_ ? handOutCounted( member ) : handOut( member );
       }
    }
    KEL_ASSERT_MSG( Slot::fits( candidate ), "address beyond 48 bits" );
-   keyed_ ? growIfFull<KeyedSlot>( shard ) : growIfFull<Slot>( shard );
+   keyed_ ? growIfFull<KeyedSlot>( shard, threadSafe_ ) : growIfFull<Slot>( shard, threadSafe_ );
    preInsert( candidate );
+   // Complete before its slot is published: a lookup without the lock may
+   // take a reference as soon as it finds the slot.
    candidate->table_ = this;
    candidate->tableHash_ = hash;
+   candidate->newRef(); // the table's own reference
+   candidate->dedupStateIs( dedupHandleStateDeduped_ );
+   candidate->tableSharedIs( true );
    if ( keyed_ ) {
       placeSlot( shard, KeyedSlot( key, candidate ) );
    } else {
       placeSlot( shard, Slot( hash, candidate ) );
    }
-   candidate->newRef(); // the table's own reference
-   candidate->dedupStateIs( dedupHandleStateDeduped_ );
-   candidate->tableSharedIs( true );
    if ( notifying_.load( std::memory_order_acquire ) ) {
-      notifyInsert( candidate );
+      if ( threadSafe_ ) {
+         queueEvent( candidate, true );
+         queued = true;
+      } else {
+         notifyInsert( candidate );
+      }
+   }
+   }
+   if ( queued ) {
+      deliverEvents();
    }
    return handle;
 }

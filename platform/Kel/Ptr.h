@@ -35,7 +35,7 @@ class PtrInterface {
    // are not held by anyone, so they are left out.
    U32 refCount() const noexcept {
       const U32 reserved = reservedReferences();
-      const U32 counted = refCount_.load();
+      const U32 counted = refCount_.load() & ~kClaimedCount;
       return counted > reserved ? counted - reserved : 0;
    }
 
@@ -73,6 +73,10 @@ class PtrInterface {
    // reservedReferences(): the references counted ahead and not handed
    // out; by default what reserved_ says.
    virtual U32 reservedReferences() const noexcept { return reserved_.load( std::memory_order_relaxed ); }
+
+   // kClaimedCount: set by a thread-safe interning table in the count of a
+   // member it is detaching, so that no lookup revives it.
+   static constexpr U32 kClaimedCount = U32( 1 ) << 31;
 
    // Raw access for the interning table. reserved_ holds the references it
    // has counted ahead to hand out without touching the count (or, for a

@@ -52,6 +52,28 @@ TEST_F( ExtCommDedupTableTest, InterningSameContentTwiceReturnsSameObjectPerTabl
    EXPECT_EQ( table_->dedupTable()->size(), 0u );
 }
 
+// Placement is keyed per table: two tables lay the same contents out
+// differently, so nothing learnt of one table's layout carries over.
+TEST_F( ExtCommDedupTableTest, TablesPlaceContentsByTheirOwnKey ) {
+   auto other = extCommDedupTableFactory( container_->extCommParser() );
+   std::vector<ExtComm::PtrConst> held;
+   for ( U64 c = 1; c <= 64; ++c ) {
+      held.push_back( intern( table_, 0x0002fde800000000 | c ) );
+      held.push_back( intern( other, 0x0002fde800000000 | c ) );
+   }
+   auto order = []( const ExtCommDedupTable::Ptr& table ) {
+      std::vector<U64> out;
+      table->dedupTable()->forEach( [ & ]( const Bex::DedupHandle* h ) {
+         out.push_back( static_cast<const ExtComm*>( h )->community() );
+      } );
+      return out;
+   };
+   ASSERT_EQ( order( table_ ).size(), 64u );
+   EXPECT_NE( order( table_ ), order( other ) );
+   const Kel::HashKey& key = table_->dedupTable()->hashKey();
+   EXPECT_EQ( held[ 0 ]->placementHash( key ), ExtComm::placementOf( key, held[ 0 ]->community() ) );
+}
+
 TEST_F( ExtCommDedupTableTest, RouteTargetSetFollowsInterningReleaseAndTableDestruction ) {
    const U64 rt1 = 0x0002fde800000064, rt2 = 0x0102c0a80001002a, rt3 = 0x0202fde80064000a;
    ExtComm::PtrConst a = intern( table_, rt1 );
