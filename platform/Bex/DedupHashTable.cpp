@@ -113,10 +113,14 @@ template <class S>
 void DedupHashTable::growIfFull( Shard& shard, bool threadSafe ) {
    const U32 capacity = shard.mask + 1;
    const U32 count = shard.count.load( std::memory_order_relaxed );
-   // At most half full: a hit then seldom probes a second slot.
-   if ( ( U64( count ) + 1 ) * 2 <= U64( capacity ) ) {
+   // At most half full: a hit then seldom probes a second slot. A long
+   // probe run makes it grow early, down to one eighth full.
+   const bool full = ( U64( count ) + 1 ) * 2 > U64( capacity );
+   const bool crowded = shard.longRun && ( U64( count ) + 1 ) * 8 > U64( capacity );
+   if ( !full && !crowded ) {
       return;
    }
+   shard.longRun = false;
    // The new array is filled before it is published, and published before
    // the mask that covers it (lookups without the lock read the mask
    // first). The old one stays as it was for lookups still reading it,
@@ -144,8 +148,13 @@ template <class S>
 void DedupHashTable::placeSlot( Shard& shard, const S& slot ) noexcept {
    S* slots = shard.slots<S>();
    U32 i = slot.handle()->tableHash_ & shard.mask;
+   U32 run = 0;
    while ( slots[ i ] ) {
       i = ( i + 1 ) & shard.mask;
+      ++run;
+   }
+   if ( run > kLongRun ) {
+      shard.longRun = true;
    }
    slots[ i ].publish( slot );
    shard.count.fetch_add( 1, std::memory_order_relaxed );
