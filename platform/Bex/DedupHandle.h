@@ -109,10 +109,11 @@ class DedupHandle : public Kel::PtrInterface {
  private:
    friend class DedupHashTable;
 
-   // A hit hands out one of the references the table counted ahead, so
-   // that interning a value already there changes no count; when none is
-   // left, one atomic add counts the next kReserve ahead. Runs under the
-   // shard's lock (or in the table's one thread), the reserve's only writer.
+   // A single-thread table's hit hands out one of the references it
+   // counted ahead, so that interning a value already there changes no
+   // count; when none is left, one atomic add counts the next kReserve
+   // ahead. Runs in the table's one thread, the reserve's only writer
+   // (thread-safe tables count each hit on the member instead).
    // A member of a keyed table has its reserve tallied in its slot instead;
    // its own reserve byte then says only that there may be one (kReserve
    // from the first refill on), which is all a release needs.
