@@ -28,21 +28,19 @@
 #include <string>
 #include <vector>
 
+#include "bench/support/ChildProcess.h"
 #include "tools/bgpcomm/ByteSink.h"
 #include "tools/bgpcomm/Commands.h"
 #include "tools/bgpcomm/MrtGenerator.h"
 
 namespace {
 
-constexpr const char* asBgpcomm = "--as-bgpcomm";
+using BenchSupport::ChildRun;
+using BenchSupport::onPath;
+using BenchSupport::runChild;
+using BenchSupport::selfPath;
 
-// ChildRun: what one run of a program cost.
-struct ChildRun {
-   bool ok = false;
-   double wallSeconds = 0;
-   double cpuSeconds = 0; // user + system
-   long peakKb = 0;
-};
+constexpr const char* asBgpcomm = "--as-bgpcomm";
 
 // Best: the least disturbed of a program's runs, and its largest peak memory.
 struct Best {
@@ -57,52 +55,6 @@ struct Best {
 };
 
 std::map<std::string, Best> best;
-
-std::string selfPath() {
-   char buf[ 4096 ];
-   ssize_t n = ::readlink( "/proc/self/exe", buf, sizeof buf - 1 );
-   return n > 0 ? std::string( buf, size_t( n ) ) : std::string();
-}
-
-// runChild(): runs argv with standard output to outPath (standard error to
-// /dev/null) and waits for it.
-ChildRun runChild( const std::vector<std::string>& argv, const std::string& outPath ) {
-   ChildRun run;
-   std::vector<char*> args;
-   for ( const std::string& a : argv )
-      args.push_back( const_cast<char*>( a.c_str() ) );
-   args.push_back( nullptr );
-   auto start = std::chrono::steady_clock::now();
-   pid_t pid = ::fork();
-   if ( pid == 0 ) {
-      int out = ::open( outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644 );
-      int null = ::open( "/dev/null", O_WRONLY );
-      if ( out < 0 || null < 0 )
-         ::_exit( 126 );
-      ::dup2( out, 1 );
-      ::dup2( null, 2 );
-      ::execvp( args[ 0 ], args.data() );
-      ::_exit( 127 );
-   }
-   if ( pid < 0 )
-      return run;
-   int status = 0;
-   struct rusage usage {};
-   if ( ::wait4( pid, &status, 0, &usage ) != pid )
-      return run;
-   auto seconds = []( const timeval& t ) { return double( t.tv_sec ) + double( t.tv_usec ) / 1e6; };
-   run.wallSeconds =
-         std::chrono::duration<double>( std::chrono::steady_clock::now() - start ).count();
-   run.cpuSeconds = seconds( usage.ru_utime ) + seconds( usage.ru_stime );
-   run.peakKb = usage.ru_maxrss;
-   run.ok = WIFEXITED( status ) && WEXITSTATUS( status ) == 0;
-   return run;
-}
-
-bool onPath( const char* program ) {
-   std::string command = std::string( "command -v " ) + program + " >/dev/null 2>&1";
-   return std::system( command.c_str() ) == 0;
-}
 
 // haveBgpdump(): installs Debian's bgpdump when it is missing and we are root.
 bool haveBgpdump() {
