@@ -135,7 +135,7 @@ class ExtComm : public KelStow::DedupHandle {
       return placementOf( key, content_.value );
    }
    static U32 placementOf( const Kel::HashKey& key, U64 content ) noexcept {
-      return U32( Kel::keyedHash64( key, content ) );
+      return Kel::keyedHash32( key, content );
    }
    bool compare( const Bex::DedupHandle* other ) const override;
    bool compareByContent( const Bex::DedupContentHandle& content ) const override;

@@ -42,7 +42,7 @@ class BenchValue final : public Bex::DedupHandle {
    explicit BenchValue( U64 content ) : content_( content ) {}
    static U32 hashOf( U64 content ) { return Kel::hashSingleAttr( 0, content ); }
    static U32 placementOf( const Kel::HashKey& key, U64 content ) {
-      return U32( Kel::keyedHash64( key, content ) );
+      return Kel::keyedHash32( key, content );
    }
    U64 content() const noexcept { return content_; }
 

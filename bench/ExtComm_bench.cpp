@@ -105,7 +105,7 @@ struct Fixture {
       floorKey = Kel::randomHashKey();
       countedSlots.assign( capacity, CountedSlot() );
       for ( U64 c : contents ) {
-         size_t i = U32( Kel::keyedHash64( floorKey, c ) ) & floorMask;
+         size_t i = Kel::keyedHash32( floorKey, c ) & floorMask;
          while ( countedSlots[ i ].counted ) {
             i = ( i + 1 ) & floorMask;
          }
@@ -197,7 +197,7 @@ void BM_CountedFloorHitAndDrop( benchmark::State& state ) {
    size_t i = 0;
    for ( auto _ : state ) {
       const U64 c = f.queries[ i ];
-      size_t slot = U32( Kel::keyedHash64( f.floorKey, c ) ) & f.floorMask;
+      size_t slot = Kel::keyedHash32( f.floorKey, c ) & f.floorMask;
       while ( f.countedSlots[ slot ].content != c ) {
          slot = ( slot + 1 ) & f.floorMask;
       }

@@ -92,7 +92,7 @@ class DedupHandle : public Kel::PtrInterface {
       return placementOfHash( key, hash() );
    }
    static U32 placementOfHash( const Kel::HashKey& key, U32 hash ) noexcept {
-      return U32( Kel::keyedHash64( key, hash ) );
+      return Kel::keyedHash32( key, hash );
    }
    // compare(): true when other holds equal content.
    virtual bool compare( const DedupHandle* other ) const = 0;

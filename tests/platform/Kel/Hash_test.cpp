@@ -191,3 +191,19 @@ TEST( SipHash, KeyedHash64IsSipHash13OfTheWordsOctetsUnderAFreshKey ) {
 }
 
 } // namespace
+
+// Values a sender would pick to collide a public mixer (one bit apart, or
+// equal in one half) spread under a secret key, and differently per key.
+TEST( KeyedHash32, SpreadsStructuredValuesAndDependsOnTheKey ) {
+   const Kel::HashKey key = Kel::randomHashKey();
+   const Kel::HashKey other = Kel::randomHashKey();
+   std::unordered_set<U32> seen;
+   size_t moved = 0;
+   for ( U64 i = 0; i < 4096; ++i ) {
+      const U64 value = ( i % 2 ? i << 32 : i ) | 0x0002000000000000ull;
+      seen.insert( Kel::keyedHash32( key, value ) );
+      moved += Kel::keyedHash32( key, value ) != Kel::keyedHash32( other, value );
+   }
+   EXPECT_GE( seen.size(), 4090u );
+   EXPECT_GE( moved, 4090u );
+}
