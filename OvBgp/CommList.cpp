@@ -217,15 +217,9 @@ CommList::PtrConst CommList::dedupOctets( const CommListDedupTable* table, const
    const Bex::DedupHashTable& set = *table->dedupTable();
    const SortedWireOctets<4> wire( "COMMUNITIES", octets, length );
    auto same = []( const CommList& list, const SortedWireOctets<4>& values ) {
-      if ( list.comm_.size() != values.count() ) {
-         return false;
-      }
-      for ( size_t i = 0; i < values.count(); ++i ) {
-         if ( list.comm_[ i ] != loadU32ntoh( values.value( i ) ) ) {
-            return false;
-         }
-      }
-      return true;
+      return sameValues( list.comm_, values, []( U32 value, const U8* octets ) {
+         return value == loadU32ntoh( octets );
+      } );
    };
    if ( PtrConst found = lookupWireOctets<CommList>( set, wire, same ) ) {
       return found;

@@ -167,17 +167,11 @@ ExtCommIp6List::PtrConst ExtCommIp6List::dedupOctets( const ExtCommIp6ListDedupT
    }
    const SortedWireOctets<kWireOctets> wire( "IPV6_EXTENDED_COMMUNITIES", octets, length );
    auto same = []( const ExtCommIp6List& list, const SortedWireOctets<kWireOctets>& received ) {
-      if ( list.comm_.size() != received.count() ) {
-         return false;
-      }
-      for ( size_t i = 0; i < received.count(); ++i ) {
-         U8 member[ kWireOctets ];
-         writeWireForm( member, list.comm_[ i ]->content() );
-         if ( std::memcmp( member, received.value( i ), kWireOctets ) != 0 ) {
-            return false;
-         }
-      }
-      return true;
+      return sameValues( list.comm_, received, []( const auto& member, const U8* octets ) {
+         U8 wire[ kWireOctets ];
+         writeWireForm( wire, member->content() );
+         return std::memcmp( wire, octets, kWireOctets ) == 0;
+      } );
    };
    if ( PtrConst found = lookupWireOctets<ExtCommIp6List>( *table->dedupTable(), wire, same ) ) {
       return found;

@@ -281,15 +281,9 @@ ExtCommList::PtrConst ExtCommList::dedupOctets( const ExtCommListDedupTable* tab
    }
    const SortedWireOctets<8> wire( "EXTENDED_COMMUNITIES", octets, length );
    auto same = []( const ExtCommList& list, const SortedWireOctets<8>& received ) {
-      if ( list.comm_.size() != received.count() ) {
-         return false;
-      }
-      for ( size_t i = 0; i < received.count(); ++i ) {
-         if ( list.comm_[ i ]->community() != loadU64ntoh( received.value( i ) ) ) {
-            return false;
-         }
-      }
-      return true;
+      return sameValues( list.comm_, received, []( const auto& member, const U8* octets ) {
+         return member->community() == loadU64ntoh( octets );
+      } );
    };
    if ( PtrConst found = lookupWireOctets<ExtCommList>( *table->dedupTable(), wire, same ) ) {
       return found;

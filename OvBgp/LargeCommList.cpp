@@ -157,15 +157,9 @@ LargeCommList::PtrConst LargeCommList::dedupOctets( const LargeCommListDedupTabl
    const Bex::DedupHashTable& set = *table->dedupTable();
    const SortedWireOctets<12> wire( "LARGE_COMMUNITY", octets, length );
    auto same = []( const LargeCommList& list, const SortedWireOctets<12>& values ) {
-      if ( list.comm_.size() != values.count() ) {
-         return false;
-      }
-      for ( size_t i = 0; i < values.count(); ++i ) {
-         if ( list.comm_[ i ] != loadWire( values.value( i ) ) ) {
-            return false;
-         }
-      }
-      return true;
+      return sameValues( list.comm_, values, []( const auto& value, const U8* octets ) {
+         return value == loadWire( octets );
+      } );
    };
    if ( PtrConst found = lookupWireOctets<LargeCommList>( set, wire, same ) ) {
       return found;

@@ -114,6 +114,21 @@ class SortedWireOctets {
    alignas( 8 ) U8 local_[ kLocalOctets ];
 };
 
+// sameValues(): whether a list's values (ascending, each once) are the
+// wire values one for one; equal( value, octets ) compares one pair.
+template<size_t kValueOctets, class Values, class Equal>
+bool sameValues( const Values& values, const SortedWireOctets<kValueOctets>& wire, Equal&& equal ) {
+   if ( values.size() != wire.count() ) {
+      return false;
+   }
+   for ( size_t i = 0; i < wire.count(); ++i ) {
+      if ( !equal( values[ i ], wire.value( i ) ) ) {
+         return false;
+      }
+   }
+   return true;
+}
+
 // lookupWireOctets(): the member of set whose values are values (placed
 // by List::placementHashOf()); same( list, values ) is the kind's
 // comparison. Null when there is none.
