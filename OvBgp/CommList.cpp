@@ -34,22 +34,22 @@ constexpr U32 kAllFlags = CommList::flagCommVectorSorted | CommList::flagNoExpor
 // 0xFFFFFF03 is shown as "local-as", the name operators type in policy.
 std::string_view wellKnown( U32 value ) noexcept {
    switch ( value ) {
-   case communityInternet:
-      return "internet";
-   case communityGshut:
-      return "GSHUT";
-   case communityLlgrStale:
-      return "llgr-stale";
-   case communityNoLlgr:
-      return "no-llgr";
-   case communityNoExport:
-      return "no-export";
-   case communityNoAdvertise:
-      return "no-advertise";
-   case communityNoExportSubconfed:
-      return "local-as";
-   default:
-      return {};
+      case communityInternet:
+         return "internet";
+      case communityGshut:
+         return "GSHUT";
+      case communityLlgrStale:
+         return "llgr-stale";
+      case communityNoLlgr:
+         return "no-llgr";
+      case communityNoExport:
+         return "no-export";
+      case communityNoAdvertise:
+         return "no-advertise";
+      case communityNoExportSubconfed:
+         return "local-as";
+      default:
+         return {};
    }
 }
 
@@ -77,24 +77,24 @@ U32 flagsOf( const std::vector<U32>& values ) noexcept {
    U32 flags = CommList::flagCommVectorSorted;
    for ( auto it = values.rbegin(); it != values.rend() && *it >= communityNoExport; ++it ) {
       switch ( *it ) {
-      case communityNoExport:
-         flags |= CommList::flagNoExport;
-         break;
-      case communityNoAdvertise:
-         flags |= CommList::flagNoAdvertise;
-         break;
-      case communityNoExportSubconfed:
-         flags |= CommList::flagNoExportSubconfed;
-         break;
-      default:
-         break;
+         case communityNoExport:
+            flags |= CommList::flagNoExport;
+            break;
+         case communityNoAdvertise:
+            flags |= CommList::flagNoAdvertise;
+            break;
+         case communityNoExportSubconfed:
+            flags |= CommList::flagNoExportSubconfed;
+            break;
+         default:
+            break;
       }
    }
    return flags;
 }
 
 // The list's text with either formatter, one space apart.
-template <bool wellKnownNames>
+template<bool wellKnownNames>
 void appendList( OvFmt::DynamicBufferInterface& buffer, const std::vector<U32>& values ) {
    appendJoined( buffer, std::span<const U32>( values ),
                  []( OvFmt::DynamicBufferInterface& out, U32 value ) {
@@ -115,7 +115,7 @@ struct StowedCommList {
 } // namespace
 
 size_t CommunityFormatter<false>::formatNotWellKnown( OvFmt::DynamicBufferInterface& buffer,
-                                                       U32 value ) {
+                                                      U32 value ) {
    const U32 high = value >> 16;
    const U32 low = value & 0xFFFF;
    const unsigned highDigits = OvFmt::decimalDigits( high );
@@ -145,9 +145,7 @@ size_t CommunityFormatter<true>::format( OvFmt::DynamicBufferInterface& buffer, 
 
 U32 CommListContent::hash() const noexcept { return valuesHash( values ); }
 
-CommList::Ptr CommList::CommListIs() {
-   return Kel::makeActivePtr<CommList>( Token() );
-}
+CommList::Ptr CommList::CommListIs() { return Kel::makeActivePtr<CommList>( Token() ); }
 
 CommList::Ptr commListFactory() { return CommList::CommListIs(); }
 
@@ -325,7 +323,8 @@ U64 CommList::stow( KelStow::StoreManager* store ) const {
    const U64 values = stowArray( store, std::span<const U32>( comm_ ) );
    const U64 offset =
          store->stowRecord( kCommListStowTag, kCommListStowVersion, sizeof( StowedCommList ) );
-   auto* image = static_cast<StowedCommList*>( store->translate( offset, sizeof( StowedCommList ) ) );
+   auto* image =
+         static_cast<StowedCommList*>( store->translate( offset, sizeof( StowedCommList ) ) );
    image->flags = userData() & kAllFlags;
    image->count = U32( comm_.size() );
    image->values = values;
@@ -339,8 +338,8 @@ CommList::Ptr CommList::destow( const void* stored, KelStow::StoreManager* store
          at, kCommListStowTag, kCommListStowVersion, sizeof( StowedCommList ) ) );
    const U32 flags = image->flags;
    auto damaged = [ at ]( const std::string& what ) {
-      return KelStow::StoreException( "record at offset " + std::to_string( at ) +
-                                      ": CommList " + what );
+      return KelStow::StoreException( "record at offset " + std::to_string( at ) + ": CommList " +
+                                      what );
    };
    if ( flags & ~kAllFlags ) {
       throw damaged( "flag word " + std::to_string( flags ) + " has unknown bits" );

@@ -38,11 +38,11 @@ class CommListDedupTable;
 // CommunityFormatter<wellKnownNames>: one community into a text buffer;
 // each call returns the characters it wrote. The numeric form is the high
 // and the low 16 bits in decimal around a colon (65000:100).
-template <bool wellKnownNames>
+template<bool wellKnownNames>
 class CommunityFormatter;
 
 // CommunityFormatter<true>(): names where the value has one.
-template <>
+template<>
 class CommunityFormatter<true> {
  public:
    // format(): the well-known name ("no-export"), else the numeric form.
@@ -50,7 +50,7 @@ class CommunityFormatter<true> {
 };
 
 // CommunityFormatter<false>(): always numbers.
-template <>
+template<>
 class CommunityFormatter<false> {
  public:
    // formatNotWellKnown(): the numeric form, even for a named value.

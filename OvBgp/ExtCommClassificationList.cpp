@@ -9,7 +9,6 @@
 #include "OvBgp/OvBgpCommunityListImpl.h"
 #include "OvBgp/RtExtCommListNotification.h"
 
-
 namespace Routing::Bgp {
 
 namespace {
@@ -100,11 +99,11 @@ ExtCommClassificationList::PtrConst ExtCommClassificationList::dedup(
    extCommVectorSort( comm_ );
    commVectorSortedIs( true );
    const Bex::DedupHashTable::Ptr& set = table->classificationListDedupTable( classification() );
-   Bex::DedupHandle::PtrConst interned = set->dedup( Bex::DedupHandle::PtrConst( this ),
-                                                     []( Bex::DedupHandle* inserted ) {
-      auto* list = static_cast<ExtCommClassificationList*>( inserted );
-      list->comm_.shrink_to_fit();
-   } );
+   Bex::DedupHandle::PtrConst interned =
+         set->dedup( Bex::DedupHandle::PtrConst( this ), []( Bex::DedupHandle* inserted ) {
+            auto* list = static_cast<ExtCommClassificationList*>( inserted );
+            list->comm_.shrink_to_fit();
+         } );
    return Kel::ptrCast<const ExtCommClassificationList>( std::move( interned ) );
 }
 
@@ -301,7 +300,8 @@ ExtCommClassificationListSnapshot::Ptr extCommClassificationListSnapshotFactory(
 
 void ExtCommClassificationListSnapshot::commIs( const ExtComm::PtrConst& comm ) {
    if ( !comm ) {
-      throw Kel::NullArgumentException( "ExtCommClassificationListSnapshot::commIs: null community" );
+      throw Kel::NullArgumentException(
+            "ExtCommClassificationListSnapshot::commIs: null community" );
    }
    comm_[ comm->community() ] = comm;
 }

@@ -61,7 +61,9 @@ class ExtCommClassificationList : public Bex::DedupHandle {
    // comm(): the member with that content, or null (binary search).
    ExtComm::PtrConst comm( U64 community ) const;
 
-   bool commVectorSorted() const noexcept { return commVectorAttrs().has( CommVectorAttrs::sorted ); }
+   bool commVectorSorted() const noexcept {
+      return commVectorAttrs().has( CommVectorAttrs::sorted );
+   }
    void commVectorSortedIs( bool sorted ) noexcept { attrIs( CommVectorAttrs::sorted, sorted ); }
    bool hasPrunableValues() const noexcept {
       return commVectorAttrs().has( CommVectorAttrs::hasPrunableValues );
@@ -93,11 +95,14 @@ class ExtCommClassificationList : public Bex::DedupHandle {
    Kel::String toStrep() const;
 
  protected:
-   void hasPrunableValuesIs( bool on ) noexcept { attrIs( CommVectorAttrs::hasPrunableValues, on ); }
+   void hasPrunableValuesIs( bool on ) noexcept {
+      attrIs( CommVectorAttrs::hasPrunableValues, on );
+   }
 
  private:
    void attrIs( CommVectorAttrs::Flag flag, bool on ) noexcept {
-      userDataIs( on ? ( userData() | ( U32( flag ) << 8 ) ) : ( userData() & ~( U32( flag ) << 8 ) ) );
+      userDataIs( on ? ( userData() | ( U32( flag ) << 8 ) )
+                     : ( userData() & ~( U32( flag ) << 8 ) ) );
    }
    void handleInit( ExtCommClassification classification );
 

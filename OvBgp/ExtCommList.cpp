@@ -15,19 +15,22 @@
 #include "OvFmt/DynamicBuffer.h"
 #include "Routing/RouteMap/PosixRegex.h"
 
-
 namespace Routing::Bgp {
 
 namespace {
 
 constexpr std::string_view kAttrsName = "Routing::Bgp::ExtCommList::CommVectorAttrs";
 constexpr std::string_view kAttrsFlags[] = {
-   "sorted", "hasLinkBandwidth", "hasLinkBandwidthWithUnspecifiedAsNumber",
-   "hasOriginValidationState", "hasPolicyMatchStrepUICommunities", "hasPrunableValues",
+   "sorted",
+   "hasLinkBandwidth",
+   "hasLinkBandwidthWithUnspecifiedAsNumber",
+   "hasOriginValidationState",
+   "hasPolicyMatchStrepUICommunities",
+   "hasPrunableValues",
 };
 constexpr std::string_view kSerializationName = "Routing::Bgp::ExtCommList::Serialization";
 constexpr std::string_view kSerializationFlags[] = { "all", "transitive", "linkBandwidth",
-                                                      "originAsValidity" };
+                                                     "originAsValidity" };
 
 constexpr U32 kStowTag = 0x45434C31; // "ECL1"
 constexpr U16 kStowVersion = 1;
@@ -69,14 +72,16 @@ bool matchExtCommList( const ExtCommList& list, MatchMode matchMode,
       }
       first = false;
       switch ( matchMode ) {
-      case MatchMode::plain: comm->appendStrepForPolicy( ExtComm::strepFormatDefault, strVal ); break;
-      case MatchMode::classification:
-         comm->appendStrepForPolicy( ExtComm::strepFormatClassification, strVal );
-         break;
-      case MatchMode::ui:
-         comm->appendStrepForPolicy( ExtComm::strepFormatClassification | ExtComm::strepFormatUI,
-                                     strVal );
-         break;
+         case MatchMode::plain:
+            comm->appendStrepForPolicy( ExtComm::strepFormatDefault, strVal );
+            break;
+         case MatchMode::classification:
+            comm->appendStrepForPolicy( ExtComm::strepFormatClassification, strVal );
+            break;
+         case MatchMode::ui:
+            comm->appendStrepForPolicy( ExtComm::strepFormatClassification | ExtComm::strepFormatUI,
+                                        strVal );
+            break;
       }
    }
    OVBGP_LIST_ASSERT( !strVal.empty() || matchMode != MatchMode::ui,
@@ -107,9 +112,7 @@ Kel::String valueToStrep( const ExtCommList::Serialization& serialization ) {
 
 ExtCommList::~ExtCommList() = default;
 
-ExtCommList::Ptr ExtCommList::ExtCommListIs() {
-   return Kel::makeActivePtr<ExtCommList>();
-}
+ExtCommList::Ptr ExtCommList::ExtCommListIs() { return Kel::makeActivePtr<ExtCommList>(); }
 
 ExtCommList::Ptr extCommListFactory() { return ExtCommList::ExtCommListIs(); }
 
@@ -178,9 +181,10 @@ void ExtCommList::createClassificationListVector( bool dedupMode ) {
       const ExtCommClassification c = comm->classification();
       ExtCommClassificationList* _classificationList = classificationLists_.lookupRaw( c );
       if ( _classificationList && dedupMode ) {
-         OVBGP_LIST_ASSERT( nullOrNeverInterned( _classificationList ),
-                            "__null == ( _classificationList ) || ( _classificationList )->dedupState() "
-                            "== Bex::dedupHandleStateNeverDeduped()" );
+         OVBGP_LIST_ASSERT(
+               nullOrNeverInterned( _classificationList ),
+               "__null == ( _classificationList ) || ( _classificationList )->dedupState() "
+               "== Bex::dedupHandleStateNeverDeduped()" );
       }
       if ( !_classificationList ) {
          ExtCommClassificationList::Ptr created;
@@ -217,8 +221,9 @@ void ExtCommList::createClassificationListVector( bool dedupMode ) {
 }
 
 ExtCommList::PtrConst ExtCommList::dedup( const ExtCommListDedupTable* table ) {
-   OVBGP_LIST_ASSERT( nullOrNeverInterned( this ), "__null == ( this ) || ( this )->dedupState() == "
-                                                    "Bex::dedupHandleStateNeverDeduped()" );
+   OVBGP_LIST_ASSERT( nullOrNeverInterned( this ),
+                      "__null == ( this ) || ( this )->dedupState() == "
+                      "Bex::dedupHandleStateNeverDeduped()" );
    // Most lists a path brings are interned already: find the one by its
    // members before building and interning any part.
    extCommVectorSort( comm_ );
@@ -247,10 +252,9 @@ ExtCommList::PtrConst ExtCommList::dedup( const ExtCommListDedupTable* table ) {
       flagIs( CommVectorAttrs::hasLinkBandwidth, true );
    }
    flagIs( CommVectorAttrs::hasOriginValidationState, originValidation );
-   Bex::DedupHandle::PtrConst interned =
-         table->dedupTable()->dedup( Bex::DedupHandle::PtrConst( this ), []( Bex::DedupHandle* h ) {
-            static_cast<ExtCommList*>( h )->comm_.shrink_to_fit();
-         } );
+   Bex::DedupHandle::PtrConst interned = table->dedupTable()->dedup(
+         Bex::DedupHandle::PtrConst( this ),
+         []( Bex::DedupHandle* h ) { static_cast<ExtCommList*>( h )->comm_.shrink_to_fit(); } );
    return Kel::ptrCast<const ExtCommList>( std::move( interned ) );
 }
 
@@ -330,7 +334,8 @@ ExtCommList::Serialization ExtCommList::serialization( bool includeNonTransitive
 }
 
 bool ExtCommList::serializable( const ExtComm::PtrConst& comm, Serialization s ) {
-   return s.has( Serialization::all ) || ( s.has( Serialization::transitive ) && comm->transitive() ) ||
+   return s.has( Serialization::all ) ||
+          ( s.has( Serialization::transitive ) && comm->transitive() ) ||
           ( s.has( Serialization::linkBandwidth ) &&
             comm->classification() == extCommClassificationLinkBandwidth ) ||
           ( s.has( Serialization::originAsValidity ) &&
@@ -479,7 +484,8 @@ U64 ExtCommList::stow( KelStow::StoreManager* store ) const {
    std::copy( members.begin(), members.end(),
               static_cast<U64*>( store->translate( array, sizeof( U64 ) * members.size() ) ) );
    const U64 offset = store->stowRecord( kStowTag, kStowVersion, sizeof( StowedExtCommList ) );
-   auto* image = static_cast<StowedExtCommList*>( store->translate( offset, sizeof( StowedExtCommList ) ) );
+   auto* image =
+         static_cast<StowedExtCommList*>( store->translate( offset, sizeof( StowedExtCommList ) ) );
    image->sorted = commVectorSorted();
    image->count = U32( members.size() );
    image->members = array;

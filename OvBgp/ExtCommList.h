@@ -115,7 +115,9 @@ class ExtCommList : public KelStow::DedupHandle {
    }
    bool commVectorSorted() const { return commVectorAttrs().has( CommVectorAttrs::sorted ); }
    void commVectorSortedIs( bool sorted ) { flagIs( CommVectorAttrs::sorted, sorted ); }
-   bool hasLinkBandwidth() const { return commVectorAttrs().has( CommVectorAttrs::hasLinkBandwidth ); }
+   bool hasLinkBandwidth() const {
+      return commVectorAttrs().has( CommVectorAttrs::hasLinkBandwidth );
+   }
    bool hasLinkBandwidthWithUnspecifiedAsNumber() const {
       return commVectorAttrs().has( CommVectorAttrs::hasLinkBandwidthWithUnspecifiedAsNumber );
    }
@@ -203,7 +205,8 @@ class ExtCommListSnapshot : public Kel::PtrInterface {
  public:
    using Ptr = Kel::Ptr<ExtCommListSnapshot>;
    using PtrConst = Kel::Ptr<const ExtCommListSnapshot>;
-   using ClassificationListMap = std::map<ExtCommClassification, ExtCommClassificationList::PtrConst>;
+   using ClassificationListMap =
+         std::map<ExtCommClassification, ExtCommClassificationList::PtrConst>;
    using CommMap = std::map<U64, ExtComm::PtrConst>;
    using KelClassificationList = ClassificationListMap::value_type;
    using KelComm = CommMap::value_type;
@@ -218,7 +221,8 @@ class ExtCommListSnapshot : public Kel::PtrInterface {
    void classificationListDel( ExtCommClassification classification ) {
       classificationList_.erase( classification );
    }
-   ClassificationListMap::iterator classificationListDel( ClassificationListMap::const_iterator it ) {
+   ClassificationListMap::iterator classificationListDel(
+         ClassificationListMap::const_iterator it ) {
       return classificationList_.erase( it );
    }
    void classificationListDelAll() noexcept { classificationList_.clear(); }

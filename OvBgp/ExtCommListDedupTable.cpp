@@ -39,7 +39,8 @@ NotifyingRtExtCommListCollection::Ptr ExtCommListDedupTable::notifyingRtExtCommL
 
 RtExtCommListLifeTimeNotifiee::Ptr ExtCommListDedupTable::rtExtCommListLifeTimeNotifieeIs(
       const NotifyingRtExtCommListCollection::Ptr& collection ) {
-   if ( !rtExtCommListLifeTimeNotifiee_ || rtExtCommListLifeTimeNotifiee_->collection() != collection ) {
+   if ( !rtExtCommListLifeTimeNotifiee_ ||
+        rtExtCommListLifeTimeNotifiee_->collection() != collection ) {
       rtExtCommListLifeTimeNotifiee_ = rtExtCommListLifeTimeNotifieeFactory( collection );
    }
    return rtExtCommListLifeTimeNotifiee_;

@@ -53,7 +53,8 @@ CommunityValue loadWire( const U8* in ) noexcept {
 }
 
 // The list's text, asdot off, one space apart.
-void appendList( OvFmt::DynamicBufferInterface& buffer, const std::vector<CommunityValue>& values ) {
+void appendList( OvFmt::DynamicBufferInterface& buffer,
+                 const std::vector<CommunityValue>& values ) {
    appendJoined( buffer, std::span<const CommunityValue>( values ),
                  []( OvFmt::DynamicBufferInterface& out, const CommunityValue& value ) {
                     LargeCommunityFormatter::format( out, value, false );
@@ -80,7 +81,8 @@ size_t LargeCommunityFormatter::format( OvFmt::DynamicBufferInterface& buffer,
    const unsigned lowDigits = split ? OvFmt::decimalDigits( global & 0xFFFF ) : 0;
    const unsigned globalDigits = split ? highDigits + 1 + lowDigits : highDigits;
    const unsigned local1Digits = OvFmt::decimalDigits( value.localData1() );
-   const size_t size = globalDigits + 1 + local1Digits + 1 + OvFmt::decimalDigits( value.localData2() );
+   const size_t size =
+         globalDigits + 1 + local1Digits + 1 + OvFmt::decimalDigits( value.localData2() );
    char* out = buffer.reserve( size );
    if ( split ) {
       OvFmt::writeDecimal( out, global >> 16 );

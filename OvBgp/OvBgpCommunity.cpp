@@ -97,32 +97,58 @@ void ExtComm::formatSubtype( std::ostream& os ) const {
       return;
    }
    switch ( content_.typeOctet() ) {
-   case extCommPktTypeTransTwoOctetAs: os << pktSubtypeTransTwoOctetAsString(); break;
-   case extCommPktTypeTransIpv4Address: os << pktSubtypeTransIpv4AddressString(); break;
-   case extCommPktTypeTransFourOctetAs: os << pktSubtypeTransFourOctetAsString(); break;
-   case extCommPktTypeTransOpaque: os << pktSubtypeTransOpaqueString(); break;
-   case extCommPktTypeTransEvpn: os << pktSubtypeEvpnString(); break;
-   case extCommPktTypeTransFlowspecRedirectNexthop:
-      os << pktSubtypeFlowspecRedirectNexthopString();
-      break;
-   case extCommPktTypeNonTransTwoOctetAs: os << pktSubtypeNonTransTwoOctetAsString(); break;
-   case extCommPktTypeNonTransIpv4Address: os << pktSubtypeNonTransIpv4AddressString(); break;
-   case extCommPktTypeNonTransFourOctetAs: os << pktSubtypeNonTransFourOctetAsString(); break;
-   case extCommPktTypeNonTransOpaque: os << pktSubtypeNonTransOpaqueString(); break;
-   case extCommPktTypeTransGeneric: os << pktSubtypeTransGenericString(); break;
-   case extCommPktTypeTransGenericPart2: os << pktSubtypeTransGenericPart2String(); break;
-   case extCommPktTypeTransGenericPart3: os << pktSubtypeTransGenericPart3String(); break;
-   default: os << "none"; break;
+      case extCommPktTypeTransTwoOctetAs:
+         os << pktSubtypeTransTwoOctetAsString();
+         break;
+      case extCommPktTypeTransIpv4Address:
+         os << pktSubtypeTransIpv4AddressString();
+         break;
+      case extCommPktTypeTransFourOctetAs:
+         os << pktSubtypeTransFourOctetAsString();
+         break;
+      case extCommPktTypeTransOpaque:
+         os << pktSubtypeTransOpaqueString();
+         break;
+      case extCommPktTypeTransEvpn:
+         os << pktSubtypeEvpnString();
+         break;
+      case extCommPktTypeTransFlowspecRedirectNexthop:
+         os << pktSubtypeFlowspecRedirectNexthopString();
+         break;
+      case extCommPktTypeNonTransTwoOctetAs:
+         os << pktSubtypeNonTransTwoOctetAsString();
+         break;
+      case extCommPktTypeNonTransIpv4Address:
+         os << pktSubtypeNonTransIpv4AddressString();
+         break;
+      case extCommPktTypeNonTransFourOctetAs:
+         os << pktSubtypeNonTransFourOctetAsString();
+         break;
+      case extCommPktTypeNonTransOpaque:
+         os << pktSubtypeNonTransOpaqueString();
+         break;
+      case extCommPktTypeTransGeneric:
+         os << pktSubtypeTransGenericString();
+         break;
+      case extCommPktTypeTransGenericPart2:
+         os << pktSubtypeTransGenericPart2String();
+         break;
+      case extCommPktTypeTransGenericPart3:
+         os << pktSubtypeTransGenericPart3String();
+         break;
+      default:
+         os << "none";
+         break;
    }
 }
 
 // Each subtype-name accessor checks that the community is of its type and
 // has a subtype, with the invariant's own text.
-#define OVBGP_PKT_SUBTYPE_STRING( Accessor, TypeMember, SubtypeEnum )                       \
-   Kel::String ExtComm::Accessor() const {                                                   \
-      KEL_ASSERT_MSG( TypeMember##_ == pktType(), #TypeMember "_ == pktType()" );            \
-      KEL_ASSERT_MSG( !pktSubtype().isUnspecified(), "!pktSubtype().isUnspecified()" );     \
-      return extCommSubtypeString<SubtypeEnum>( content_.subtypeOctet() );                   \
+#define OVBGP_PKT_SUBTYPE_STRING( Accessor, TypeMember, SubtypeEnum )                   \
+   Kel::String ExtComm::Accessor() const {                                              \
+      KEL_ASSERT_MSG( TypeMember##_ == pktType(), #TypeMember "_ == pktType()" );       \
+      KEL_ASSERT_MSG( !pktSubtype().isUnspecified(), "!pktSubtype().isUnspecified()" ); \
+      return extCommSubtypeString<SubtypeEnum>( content_.subtypeOctet() );              \
    }
 
 OVBGP_PKT_SUBTYPE_STRING( pktSubtypeTransTwoOctetAsString, extCommPktTypeTransTwoOctetAs,

@@ -152,7 +152,8 @@ class ExtComm : public KelStow::DedupHandle {
    // appendStrepForPolicy(): the same text appended to a buffer; what typed
    // communities override, so that lists join many forms without
    // allocating per member.
-   virtual void appendStrepForPolicy( StrepFormat format, OvFmt::DynamicBufferInterface& out ) const;
+   virtual void appendStrepForPolicy( StrepFormat format,
+                                      OvFmt::DynamicBufferInterface& out ) const;
    // policyMatchStrepUI(): whether policy matches this community's UI form.
    virtual bool policyMatchStrepUI() const { return false; }
    // isValid(): false when a typed content breaks the rules of its type.
@@ -256,7 +257,7 @@ Kel::String extCommTypeAsString( std::string_view label, U8 typeOctet, U8 subtyp
 // members, in order; 0 for none. Only interned members have stable, unique
 // addresses. With keep, only the members it accepts count: the hash a list
 // of those members would have.
-template <class Iter, class Keep>
+template<class Iter, class Keep>
 U32 internedListHash( Iter begin, Iter end, Keep&& keep ) noexcept {
    U32 h = 0;
    bool any = false;
@@ -265,14 +266,15 @@ U32 internedListHash( Iter begin, Iter end, Keep&& keep ) noexcept {
          continue;
       }
       const auto* p = &**it;
-      KEL_ASSERT_MSG( nullptr == ( p ) || ( p )->dedupState() != Bex::dedupHandleStateNeverDeduped(),
-                      "__null == ( p ) || ( p )->dedupState() != Bex::dedupHandleStateNeverDeduped()" );
+      KEL_ASSERT_MSG(
+            nullptr == ( p ) || ( p )->dedupState() != Bex::dedupHandleStateNeverDeduped(),
+            "__null == ( p ) || ( p )->dedupState() != Bex::dedupHandleStateNeverDeduped()" );
       h = Kel::oneAtATimePointer( h, p );
       any = true;
    }
    return any ? Kel::oneAtATimeFinal( h ) : 0;
 }
-template <class Iter>
+template<class Iter>
 U32 internedListHash( Iter begin, Iter end ) noexcept {
    return internedListHash( begin, end, []( const auto& ) { return true; } );
 }

@@ -32,11 +32,11 @@ inline Kel::TraceCategory traceBgpCommunityList( "BgpCommunityList" );
 inline constexpr char commListAssertSource[] = "OvBgp/OvBgpCommunityList";
 
 // OVBGP_LIST_ASSERT(): a list invariant, reported under that module.
-#define OVBGP_LIST_ASSERT( cond, text )                                                  \
+#define OVBGP_LIST_ASSERT( cond, text ) \
    KEL_ASSERT_SOURCE_MSG( cond, text, ::Routing::Bgp::commListAssertSource )
 
 // sortUnique(): ascending, each value once.
-template <class T>
+template<class T>
 void sortUnique( std::vector<T>& values ) {
    std::sort( values.begin(), values.end() );
    values.erase( std::unique( values.begin(), values.end() ), values.end() );
@@ -45,7 +45,7 @@ void sortUnique( std::vector<T>& values ) {
 // trimToSize(): capacity exactly the size, so an interned list wastes
 // nothing. The copy is made before the swap: if it fails, values is as it
 // was.
-template <class T>
+template<class T>
 void trimToSize( std::vector<T>& values ) {
    if ( values.capacity() != values.size() ) {
       std::vector<T> exact;
@@ -56,23 +56,22 @@ void trimToSize( std::vector<T>& values ) {
 }
 
 // sortedContains(): binary search of a sorted vector.
-template <class T>
+template<class T>
 bool sortedContains( const std::vector<T>& values, const T& value ) {
    auto it = std::lower_bound( values.begin(), values.end(), value );
    return it != values.end() && !( value < *it );
 }
 
 // strictlyAscending(): sorted and free of duplicates.
-template <class T>
+template<class T>
 bool strictlyAscending( std::span<const T> values ) {
-   return std::adjacent_find( values.begin(), values.end(), []( const T& a, const T& b ) {
-             return !( a < b );
-          } ) == values.end();
+   return std::adjacent_find( values.begin(), values.end(),
+                              []( const T& a, const T& b ) { return !( a < b ); } ) == values.end();
 }
 
 // appendJoined(): each value through format( buffer, value ), one space
 // between them.
-template <class T, class Format>
+template<class T, class Format>
 void appendJoined( OvFmt::DynamicBufferInterface& buffer, std::span<const T> values,
                    Format&& format ) {
    for ( size_t i = 0; i < values.size(); ++i ) {
@@ -94,7 +93,7 @@ inline void writeText( std::ostream& os, const OvFmt::DynamicBufferInterface& bu
 
 // stowArray(): a copy of values in the store; returns its offset, 0 when
 // there are none.
-template <class T>
+template<class T>
 U64 stowArray( KelStow::StoreManager* store, std::span<const T> values ) {
    static_assert( std::is_trivially_copyable_v<T> );
    if ( values.empty() ) {
@@ -108,7 +107,7 @@ U64 stowArray( KelStow::StoreManager* store, std::span<const T> values ) {
 
 // destowArray(): the count values at offset, copied into values. A range
 // outside the store is reported against the record that names it.
-template <class T>
+template<class T>
 void destowArray( const KelStow::StoreManager* store, U64 recordOffset, U64 offset, U32 count,
                   std::vector<T>* values ) {
    static_assert( std::is_trivially_copyable_v<T> );

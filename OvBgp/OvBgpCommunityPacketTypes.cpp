@@ -164,12 +164,9 @@ KEL_ENUM_DEFINE( ExtCommClassification, "Routing::Bgp::ExtCommClassification",
                  KEL_ENUM_MEMBER( extCommClassificationOneBeyondLast ) )
 
 KEL_ENUM_DEFINE( BgpCommunityValue, "Routing::Bgp::BgpCommunityValue",
-                 KEL_ENUM_MEMBER( communityInternet ),
-                 KEL_ENUM_MEMBER( communityGshut ),
-                 KEL_ENUM_MEMBER( communityLlgrStale ),
-                 KEL_ENUM_MEMBER( communityNoLlgr ),
-                 KEL_ENUM_MEMBER( communityNoExport ),
-                 KEL_ENUM_MEMBER( communityNoAdvertise ),
+                 KEL_ENUM_MEMBER( communityInternet ), KEL_ENUM_MEMBER( communityGshut ),
+                 KEL_ENUM_MEMBER( communityLlgrStale ), KEL_ENUM_MEMBER( communityNoLlgr ),
+                 KEL_ENUM_MEMBER( communityNoExport ), KEL_ENUM_MEMBER( communityNoAdvertise ),
                  KEL_ENUM_MEMBER( communityNoExportSubconfed ) )
 
 } // namespace Routing::Bgp

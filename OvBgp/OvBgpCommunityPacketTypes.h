@@ -45,31 +45,29 @@ KEL_ENUM_DECLARE( BgpExtCommPktType )
 
 // extCommPktType..._: the names that assertion texts use for the members.
 inline constexpr BgpExtCommPktType extCommPktTypeTransTwoOctetAs_ = extCommPktTypeTransTwoOctetAs;
-inline constexpr BgpExtCommPktType extCommPktTypeTransIpv4Address_ =
-   extCommPktTypeTransIpv4Address;
-inline constexpr BgpExtCommPktType extCommPktTypeTransFourOctetAs_ =
-   extCommPktTypeTransFourOctetAs;
+inline constexpr BgpExtCommPktType extCommPktTypeTransIpv4Address_ = extCommPktTypeTransIpv4Address;
+inline constexpr BgpExtCommPktType extCommPktTypeTransFourOctetAs_ = extCommPktTypeTransFourOctetAs;
 inline constexpr BgpExtCommPktType extCommPktTypeTransOpaque_ = extCommPktTypeTransOpaque;
 inline constexpr BgpExtCommPktType extCommPktTypeTransQosMarking_ = extCommPktTypeTransQosMarking;
 inline constexpr BgpExtCommPktType extCommPktTypeTransCosCapability_ =
-   extCommPktTypeTransCosCapability;
+      extCommPktTypeTransCosCapability;
 inline constexpr BgpExtCommPktType extCommPktTypeTransEvpn_ = extCommPktTypeTransEvpn;
 inline constexpr BgpExtCommPktType extCommPktTypeTransFlowspecRedirectNexthop_ =
-   extCommPktTypeTransFlowspecRedirectNexthop;
+      extCommPktTypeTransFlowspecRedirectNexthop;
 inline constexpr BgpExtCommPktType extCommPktTypeNonTransTwoOctetAs_ =
-   extCommPktTypeNonTransTwoOctetAs;
+      extCommPktTypeNonTransTwoOctetAs;
 inline constexpr BgpExtCommPktType extCommPktTypeNonTransIpv4Address_ =
-   extCommPktTypeNonTransIpv4Address;
+      extCommPktTypeNonTransIpv4Address;
 inline constexpr BgpExtCommPktType extCommPktTypeNonTransFourOctetAs_ =
-   extCommPktTypeNonTransFourOctetAs;
+      extCommPktTypeNonTransFourOctetAs;
 inline constexpr BgpExtCommPktType extCommPktTypeNonTransOpaque_ = extCommPktTypeNonTransOpaque;
 inline constexpr BgpExtCommPktType extCommPktTypeNonTransQosMarking_ =
-   extCommPktTypeNonTransQosMarking;
+      extCommPktTypeNonTransQosMarking;
 inline constexpr BgpExtCommPktType extCommPktTypeTransGeneric_ = extCommPktTypeTransGeneric;
 inline constexpr BgpExtCommPktType extCommPktTypeTransGenericPart2_ =
-   extCommPktTypeTransGenericPart2;
+      extCommPktTypeTransGenericPart2;
 inline constexpr BgpExtCommPktType extCommPktTypeTransGenericPart3_ =
-   extCommPktTypeTransGenericPart3;
+      extCommPktTypeTransGenericPart3;
 inline constexpr BgpExtCommPktType extCommPktTypeUnknown_ = extCommPktTypeUnknown;
 
 // BgpExtCommPktSubtypeTransTwoOctetAs: subtypes of type 0x00.
@@ -220,9 +218,9 @@ KEL_ENUM_DECLARE( BgpExtCommIp6PktType )
 
 // extCommIp6PktType..._: the names that assertion texts use for the members.
 inline constexpr BgpExtCommIp6PktType extCommIp6PktTypeTransIpv6Address_ =
-   extCommIp6PktTypeTransIpv6Address;
+      extCommIp6PktTypeTransIpv6Address;
 inline constexpr BgpExtCommIp6PktType extCommIp6PktTypeNonTransIpv6Address_ =
-   extCommIp6PktTypeNonTransIpv6Address;
+      extCommIp6PktTypeNonTransIpv6Address;
 
 // BgpExtCommIp6PktSubtypeTransIpv6Address: subtypes of IPv6 type 0x00.
 enum BgpExtCommIp6PktSubtypeTransIpv6Address : U16 {
@@ -251,8 +249,7 @@ namespace PacketTypeOctets {
 inline constexpr BgpOctetSet pktType{ 0x00, 0x01, 0x02, 0x03, 0x04, 0x05, 0x06, 0x08,
                                       0x40, 0x41, 0x42, 0x43, 0x44, 0x80, 0x81, 0x82 };
 inline constexpr BgpOctetSet transTwoOctetAs{ 0x02, 0x03, 0x05, 0x08, 0x09, 0x0a, 0x10 };
-inline constexpr BgpOctetSet transIpv4Address{ 0x02, 0x03, 0x05, 0x07,
-                                               0x0a, 0x0b, 0x0c, 0x10 };
+inline constexpr BgpOctetSet transIpv4Address{ 0x02, 0x03, 0x05, 0x07, 0x0a, 0x0b, 0x0c, 0x10 };
 inline constexpr BgpOctetSet transFourOctetAs{ 0x02, 0x03, 0x04, 0x05, 0x08, 0x09, 0x10 };
 inline constexpr BgpOctetSet transOpaque{ 0x01, 0x03, 0x06, 0x0b, 0x0c, 0x0d };
 inline constexpr BgpOctetSet evpn{ 0x00, 0x01, 0x02, 0x03, 0x04, 0x05,
@@ -265,8 +262,7 @@ inline constexpr BgpOctetSet nonTransTwoOctetAs{ 0x04, 0x80 };
 inline constexpr BgpOctetSet nonTransFourOctetAs{ 0x04 };
 inline constexpr BgpOctetSet nonTransOpaque{ 0x00, 0x01 };
 inline constexpr BgpOctetSet ip6PktType{ 0x00, 0x40 };
-inline constexpr BgpOctetSet ip6TransIpv6Address{ 0x02, 0x03, 0x04, 0x0b,
-                                                  0x0c, 0x10, 0x11, 0x12 };
+inline constexpr BgpOctetSet ip6TransIpv6Address{ 0x02, 0x03, 0x04, 0x0b, 0x0c, 0x10, 0x11, 0x12 };
 } // namespace PacketTypeOctets
 
 constexpr bool bgpIsValidEnumMember( BgpExtCommPktType v ) noexcept {
@@ -335,7 +331,7 @@ class BgpExtCommPktSubtype final : public BgpMaybeU63 {
 
 // extCommSubtypeString<E>(): the member name of a subtype octet, or
 // "subtype=" and the octet in decimal when E has no such member.
-template <class E>
+template<class E>
 Kel::String extCommSubtypeString( U8 octet ) {
    E subtype = static_cast<E>( octet );
    if ( bgpIsValidEnumMember( subtype ) ) {

@@ -28,8 +28,9 @@ U64 ExtComm::stow( KelStow::StoreManager* store ) const {
 }
 
 ExtComm::Ptr ExtComm::destow( const void* stored, KelStow::StoreManager* store ) {
-   const auto* image = static_cast<const StowedExtComm*>( store->checkedRecord(
-         store->offsetOf( stored ), kExtCommStowTag, kExtCommStowVersion, sizeof( StowedExtComm ) ) );
+   const auto* image = static_cast<const StowedExtComm*>(
+         store->checkedRecord( store->offsetOf( stored ), kExtCommStowTag, kExtCommStowVersion,
+                               sizeof( StowedExtComm ) ) );
    Ptr value = extCommFactory( ExtCommClassification( image->classification ),
                                ExtCommContent( image->content ) );
    value->dedupStateIs( Bex::dedupHandleStateStowed() );

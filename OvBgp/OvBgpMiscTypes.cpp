@@ -15,9 +15,7 @@ Kel::String BgpMaybeU63::toStrep() const {
    return isUnspecified() ? Kel::String( "-" ) : std::to_string( U64( word_ ) );
 }
 
-Kel::String valueToStrep( const BgpMaybeU63& value ) {
-   return Kel::valueToStrep( value.word() );
-}
+Kel::String valueToStrep( const BgpMaybeU63& value ) { return Kel::valueToStrep( value.word() ); }
 
 std::ostream& operator<<( std::ostream& os, const BgpMaybeU63& value ) {
    return os << value.word();

@@ -59,7 +59,7 @@ inline U64 loadU64ntoh( const U8* in ) noexcept {
 // serializedPathAttribute(): the whole attribute in one string, allocated
 // once: the header, then the value, which fill( U8* out ) writes in place
 // (exactly attrSize octets).
-template <class Fill>
+template<class Fill>
 std::string serializedPathAttribute( U32 attrType, U8 flags, U32 attrSize, Fill&& fill ) {
    U8 header[ 4 ];
    U32 headerSize = writePathAttributeHeader( header, attrType, flags, attrSize );

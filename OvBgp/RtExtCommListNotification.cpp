@@ -7,7 +7,6 @@
 #include "Kel/Trace.h"
 #include "OvBgp/OvBgpCommunityListImpl.h"
 
-
 namespace Routing::Bgp {
 
 RtExtCommListLifeTimeNotifier::Ptr RtExtCommListLifeTimeNotifier::RtExtCommListLifeTimeNotifierIs(
@@ -95,8 +94,8 @@ void RtExtCommListLifeTimeNotifiee::handleInsert( const Bex::DedupHandle::Ptr& h
                       "__null == rtExtCommList->lifeTimeNotifier()" );
    auto notifier = RtExtCommListLifeTimeNotifier::RtExtCommListLifeTimeNotifierIs( rtExtCommList );
    rtExtCommList->lifeTimeNotifierIs( notifier );
-   OVTRACE( traceBgpCommunityList, 9, "%s:%d %s handle: %p rtExtCommListLifeTimeNotifier: %p", __FILE__,
-            __LINE__, __func__, static_cast<const void*>( rtExtCommList ),
+   OVTRACE( traceBgpCommunityList, 9, "%s:%d %s handle: %p rtExtCommListLifeTimeNotifier: %p",
+            __FILE__, __LINE__, __func__, static_cast<const void*>( rtExtCommList ),
             static_cast<const void*>( notifier.ptr() ) );
    collection_->rtExtCommListIs( notifier );
 }

@@ -36,7 +36,9 @@ class RtExtCommListLifeTimeNotifier : public Bex::DedupHandleLifeTimeNotifier {
    const RtExtCommClassificationList* rtExtCommListRawPtr() const noexcept {
       return static_cast<const RtExtCommClassificationList*>( handle() );
    }
-   ExtComm::PtrConst comm( U64 community ) const { return rtExtCommListRawPtr()->comm( community ); }
+   ExtComm::PtrConst comm( U64 community ) const {
+      return rtExtCommListRawPtr()->comm( community );
+   }
    Kel::String toStrep() const { return rtExtCommListRawPtr()->toStrep(); }
 };
 
@@ -54,7 +56,8 @@ class NotifyingRtExtCommListCollection : public Kel::PtrInterface {
    class Notifiee {
     public:
       virtual ~Notifiee() = default;
-      virtual void handleRtExtCommList( const RtExtCommListLifeTimeNotifier::PtrConst& notifier ) = 0;
+      virtual void handleRtExtCommList(
+            const RtExtCommListLifeTimeNotifier::PtrConst& notifier ) = 0;
    };
    using NotifieeList = Kel::NotifieeList<Notifiee>;
 

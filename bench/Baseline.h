@@ -8,10 +8,10 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <vector>
 #include <memory>
 #include <mutex>
 #include <unordered_map>
+#include <vector>
 
 namespace Baseline {
 
@@ -55,7 +55,7 @@ class WeakMapInterner {
 // sorted, unique std::vector<V> per list, found through a std::unordered_map
 // from a 64-bit hash of the values to a std::weak_ptr, behind a std::mutex,
 // comparing the values when the hash hits.
-template <class V>
+template<class V>
 class WeakListInterner {
  public:
    using List = std::shared_ptr<const std::vector<V>>;

@@ -99,7 +99,7 @@ inline void printRatio( const CapturingReporter& reporter, const std::string& wh
 // result in its own place as a path keeps the values it carries; the kept
 // results are released between passes, untimed, so the figure is the hit
 // alone.
-template <class Queries, class Hit>
+template<class Queries, class Hit>
 void keepEach( benchmark::State& state, const Queries& queries, Hit&& hit ) {
    std::vector<decltype( hit( queries[ 0 ] ) )> kept( queries.size() );
    size_t i = 0;
@@ -117,7 +117,7 @@ void keepEach( benchmark::State& state, const Queries& queries, Hit&& hit ) {
 }
 
 // dropEach(): the same, releasing each result at once: hit and release.
-template <class Queries, class Hit>
+template<class Queries, class Hit>
 void dropEach( benchmark::State& state, const Queries& queries, Hit&& hit ) {
    size_t i = 0;
    for ( auto _ : state ) {
@@ -129,7 +129,7 @@ void dropEach( benchmark::State& state, const Queries& queries, Hit&& hit ) {
 
 // main(): the whole program around setup (run before anything is timed)
 // and report (the ratio lines).
-template <class Setup, class Report>
+template<class Setup, class Report>
 int main( int argc, char** argv, Setup&& setup, Report&& report ) {
    // One short run is at the mercy of whatever else the machine does: unless
    // told otherwise, take the best of interleaved repetitions.
@@ -158,8 +158,9 @@ int main( int argc, char** argv, Setup&& setup, Report&& report ) {
    // a thread, which would time the baselines as no agent runs them.
    std::thread( [] {} ).join();
    setup();
-   CapturingReporter reporter( isatty( fileno( stdout ) ) ? benchmark::ConsoleReporter::OO_Defaults
-                                                          : benchmark::ConsoleReporter::OO_Tabular );
+   CapturingReporter reporter( isatty( fileno( stdout ) )
+                                     ? benchmark::ConsoleReporter::OO_Defaults
+                                     : benchmark::ConsoleReporter::OO_Tabular );
    benchmark::RunSpecifiedBenchmarks( &reporter );
    std::printf( "\nbest real time per operation over the repetitions\n" );
    if ( reporter.busyFactor() > 1.3 ) {

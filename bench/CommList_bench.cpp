@@ -105,10 +105,10 @@ const Stream& stream() {
       }
       std::uniform_real_distribution<double> uniform( 0, total );
       for ( size_t p = 0; p < kPaths; ++p ) {
-         s.paths.push_back( p < kDistinctSets
-                                  ? U32( p )
-                                  : U32( std::lower_bound( cdf.begin(), cdf.end(), uniform( rng ) ) -
-                                         cdf.begin() ) );
+         s.paths.push_back(
+               p < kDistinctSets ? U32( p )
+                                 : U32( std::lower_bound( cdf.begin(), cdf.end(), uniform( rng ) ) -
+                                        cdf.begin() ) );
       }
       std::shuffle( s.paths.begin(), s.paths.end(), rng );
       return s;
@@ -130,7 +130,8 @@ CommListDedupTable::Ptr threadSafeTable() {
 }
 
 // The documented protocol: build the list, dedup() it.
-CommList::PtrConst internBuilt( const CommListDedupTable* table, const std::vector<U32>& received ) {
+CommList::PtrConst internBuilt( const CommListDedupTable* table,
+                                const std::vector<U32>& received ) {
    CommList::Ptr list = commListFactory();
    for ( U32 value : received ) {
       list->commIs( value );
@@ -140,11 +141,13 @@ CommList::PtrConst internBuilt( const CommListDedupTable* table, const std::vect
 
 // The same, looking up by content first: a hit builds nothing.
 CommList::PtrConst internLookupFirst( const CommListDedupTable* table,
-                                      const std::vector<U32>& received, std::vector<U32>& scratch ) {
+                                      const std::vector<U32>& received,
+                                      std::vector<U32>& scratch ) {
    scratch.assign( received.begin(), received.end() );
    std::sort( scratch.begin(), scratch.end() );
    scratch.erase( std::unique( scratch.begin(), scratch.end() ), scratch.end() );
-   if ( CommList::PtrConst found = CommList::lookupByContent( table, CommListContent( scratch ) ) ) {
+   if ( CommList::PtrConst found =
+              CommList::lookupByContent( table, CommListContent( scratch ) ) ) {
       return found;
    }
    return internBuilt( table, received );
@@ -325,10 +328,10 @@ size_t heapInUse() {
 }
 
 struct Footprint {
-   double heapPerDistinct;  // everything the table and its lists took
-   double heapPerPath;      // that plus the path's own handle, spread over paths
+   double heapPerDistinct;    // everything the table and its lists took
+   double heapPerPath;        // that plus the path's own handle, spread over paths
    double payloadPerDistinct; // object + value storage (sizeof + capacity x 4)
-   double capacityPerSize;  // value slots held per value
+   double capacityPerSize;    // value slots held per value
 };
 
 Footprint measureOurs() {
@@ -384,38 +387,44 @@ int main( int argc, char** argv ) {
    return BenchReport::main(
          argc, argv, [] { wire(); },
          []( const BenchReport::CapturingReporter& reporter ) {
-         const Stream& s = stream();
-         std::printf( "\nstream: %zu paths, %zu distinct lists\n", s.paths.size(), s.sets.size() );
-         BenchReport::printRatio( reporter, "CommList intern stream / baseline",
-                                  "BM_CommListInternStream", "BM_BaselineInternStream", 0.40 );
-         BenchReport::printRatio( reporter, "CommList dedupOctets stream / baseline fed the octets",
-                                  "BM_CommListDedupOctetsStream", "BM_BaselineOctetsStream", 0.25 );
-         BenchReport::printRatio( reporter, "CommList dedupOctets stream / floor",
-                                  "BM_CommListDedupOctetsStream", "BM_FloorOctetsStream", 1.5 );
-         BenchReport::printRatio( reporter, "CommList lookup-first intern stream / baseline",
-                                  "BM_CommListLookupFirstStream", "BM_BaselineInternStream", 0 );
-         for ( const char* pattern : { "numericHit", "nameHit", "noMatch" } ) {
-            const std::string what =
-                  std::string( "matchCommunitiesRegex, 20 communities, " ) + pattern + " / baseline";
-            BenchReport::printRatio( reporter, what.c_str(),
-                                     ( std::string( "BM_CommListRegex/" ) + pattern ).c_str(),
-                                     ( std::string( "BM_BaselineRegex/" ) + pattern ).c_str(), 0 );
-         }
+            const Stream& s = stream();
+            std::printf( "\nstream: %zu paths, %zu distinct lists\n", s.paths.size(),
+                         s.sets.size() );
+            BenchReport::printRatio( reporter, "CommList intern stream / baseline",
+                                     "BM_CommListInternStream", "BM_BaselineInternStream", 0.40 );
+            BenchReport::printRatio(
+                  reporter, "CommList dedupOctets stream / baseline fed the octets",
+                  "BM_CommListDedupOctetsStream", "BM_BaselineOctetsStream", 0.25 );
+            BenchReport::printRatio( reporter, "CommList dedupOctets stream / floor",
+                                     "BM_CommListDedupOctetsStream", "BM_FloorOctetsStream", 1.5 );
+            BenchReport::printRatio( reporter, "CommList lookup-first intern stream / baseline",
+                                     "BM_CommListLookupFirstStream", "BM_BaselineInternStream", 0 );
+            for ( const char* pattern : { "numericHit", "nameHit", "noMatch" } ) {
+               const std::string what = std::string( "matchCommunitiesRegex, 20 communities, " ) +
+                                        pattern + " / baseline";
+               BenchReport::printRatio( reporter, what.c_str(),
+                                        ( std::string( "BM_CommListRegex/" ) + pattern ).c_str(),
+                                        ( std::string( "BM_BaselineRegex/" ) + pattern ).c_str(),
+                                        0 );
+            }
 
-         const Footprint ours = measureOurs();
-         const Footprint baseline = measureBaseline();
-         std::printf( "bytes per distinct list, object + values (sizeof + capacity x 4): "
-                      "CommList %.1f, baseline %.1f, ratio %.2f\n",
-                      ours.payloadPerDistinct, baseline.payloadPerDistinct,
-                      ours.payloadPerDistinct / baseline.payloadPerDistinct );
-         std::printf( "value slots per value (capacity / size): CommList %.3f, baseline %.3f\n",
-                      ours.capacityPerSize, baseline.capacityPerSize );
-         std::printf( "heap bytes per distinct list, table included: CommList %.1f, baseline %.1f, "
-                      "ratio %.2f\n",
-                      ours.heapPerDistinct, baseline.heapPerDistinct,
-                      ours.heapPerDistinct / baseline.heapPerDistinct );
-         std::printf( "heap bytes per path, its handle included: CommList %.1f, baseline %.1f, "
-                      "ratio %.2f\n",
-                      ours.heapPerPath, baseline.heapPerPath, ours.heapPerPath / baseline.heapPerPath );
+            const Footprint ours = measureOurs();
+            const Footprint baseline = measureBaseline();
+            std::printf(
+                  "bytes per distinct list, object + values (sizeof + capacity x 4): "
+                  "CommList %.1f, baseline %.1f, ratio %.2f\n",
+                  ours.payloadPerDistinct, baseline.payloadPerDistinct,
+                  ours.payloadPerDistinct / baseline.payloadPerDistinct );
+            std::printf( "value slots per value (capacity / size): CommList %.3f, baseline %.3f\n",
+                         ours.capacityPerSize, baseline.capacityPerSize );
+            std::printf(
+                  "heap bytes per distinct list, table included: CommList %.1f, baseline %.1f, "
+                  "ratio %.2f\n",
+                  ours.heapPerDistinct, baseline.heapPerDistinct,
+                  ours.heapPerDistinct / baseline.heapPerDistinct );
+            std::printf(
+                  "heap bytes per path, its handle included: CommList %.1f, baseline %.1f, "
+                  "ratio %.2f\n",
+                  ours.heapPerPath, baseline.heapPerPath, ours.heapPerPath / baseline.heapPerPath );
          } );
 }

@@ -47,7 +47,9 @@ class BenchValue final : public Bex::DedupHandle {
    U64 content() const noexcept { return content_; }
 
    U32 hash() const override { return hashOf( content_ ); }
-   U32 placementHash( const Kel::HashKey& key ) const override { return placementOf( key, content_ ); }
+   U32 placementHash( const Kel::HashKey& key ) const override {
+      return placementOf( key, content_ );
+   }
    bool compare( const Bex::DedupHandle* other ) const override {
       return static_cast<const BenchValue*>( other )->content_ == content_;
    }
@@ -126,16 +128,19 @@ Fixture& fixture( size_t size ) {
 // Each hit is timed twice: kept (as a path keeps the values it carries;
 // the targets are for this) and released at once.
 auto baselineHit( Fixture& f ) {
-   return [ &interner = f.baseline.interner ]( U64 content ) { return interner.lookup( content ); };
+   return [ &interner = f.baseline.interner ]( U64 content ) {
+      return interner.lookup( content );
+   };
 }
 
 // The table's hit path: hash, probe, content test inlined through lookupIf.
 auto tableHit( Fixture& f, bool threadSafe ) {
    const Bex::DedupHashTable* table = ( threadSafe ? f.threadSafe : f.singleThread ).table.ptr();
    return [ table ]( U64 content ) {
-      return table->lookupIf( BenchValue::placementOf( table->hashKey(), content ), [ content ]( const Bex::DedupHandle* h ) {
-         return static_cast<const BenchValue*>( h )->content() == content;
-      } );
+      return table->lookupIf( BenchValue::placementOf( table->hashKey(), content ),
+                              [ content ]( const Bex::DedupHandle* h ) {
+                                 return static_cast<const BenchValue*>( h )->content() == content;
+                              } );
    };
 }
 
@@ -148,7 +153,9 @@ auto tableHitByContent( Fixture& f, bool threadSafe ) {
    };
 }
 
-Fixture& fixtureFor( const benchmark::State& state ) { return fixture( size_t( state.range( 0 ) ) ); }
+Fixture& fixtureFor( const benchmark::State& state ) {
+   return fixture( size_t( state.range( 0 ) ) );
+}
 
 void BM_BaselineHit( benchmark::State& state ) {
    Fixture& f = fixtureFor( state );
@@ -271,8 +278,8 @@ int main( int argc, char** argv ) {
                const std::string in = ", " + std::to_string( size ) + " contents";
                printRatio( reporter, "single-thread hit / baseline hit" + in,
                            "BM_SingleThreadHit" + arg, base, 1.0 / 3 );
-               printRatio( reporter, "thread-safe hit / baseline hit" + in, "BM_ThreadSafeHit" + arg,
-                           base, 0.5 );
+               printRatio( reporter, "thread-safe hit / baseline hit" + in,
+                           "BM_ThreadSafeHit" + arg, base, 0.5 );
                const std::string drop = "BM_BaselineHitAndDrop" + arg;
                printRatio( reporter, "single-thread hit and release / baseline" + in,
                            "BM_SingleThreadHitAndDrop" + arg, drop, 0 );
@@ -280,7 +287,8 @@ int main( int argc, char** argv ) {
                            "BM_ThreadSafeHitAndDrop" + arg, drop, 0 );
             }
             const std::string mid = std::to_string( kWorkingSets[ 1 ] );
-            printRatio( reporter, "single-thread hit by content / baseline hit, " + mid + " contents",
+            printRatio( reporter,
+                        "single-thread hit by content / baseline hit, " + mid + " contents",
                         "BM_SingleThreadHitByContent/" + mid, "BM_BaselineHit/" + mid, 0 );
             printRatio( reporter, "thread-safe hit by content / baseline hit, " + mid + " contents",
                         "BM_ThreadSafeHitByContent/" + mid, "BM_BaselineHit/" + mid, 0 );
@@ -288,9 +296,10 @@ int main( int argc, char** argv ) {
             const double two = reporter.time( "BM_TwoThreadsHitHalves/real_time" );
             if ( one > 0 && two > 0 ) {
                const double scale = 2 * one / two;
-               std::printf( "ratio two threads' hit throughput / one thread's (thread-safe table, "
-                            "disjoint contents, hit and release): %.2f (target >= 1.80)%s\n",
-                            scale, scale >= 1.8 ? "" : "  MISSED" );
+               std::printf(
+                     "ratio two threads' hit throughput / one thread's (thread-safe table, "
+                     "disjoint contents, hit and release): %.2f (target >= 1.80)%s\n",
+                     scale, scale >= 1.8 ? "" : "  MISSED" );
             }
             printRatio( reporter, "single-thread insert and drop / baseline",
                         "BM_SingleThreadInsertAndDrop", "BM_BaselineInsertAndDrop", 0 );

@@ -75,10 +75,10 @@ const Stream& stream() {
       }
       std::uniform_real_distribution<double> uniform( 0, total );
       for ( size_t p = 0; p < kPaths; ++p ) {
-         s.paths.push_back( p < kDistinctSets ? U32( p )
-                                              : U32( std::lower_bound( cdf.begin(), cdf.end(),
-                                                                       uniform( rng ) ) -
-                                                     cdf.begin() ) );
+         s.paths.push_back(
+               p < kDistinctSets ? U32( p )
+                                 : U32( std::lower_bound( cdf.begin(), cdf.end(), uniform( rng ) ) -
+                                        cdf.begin() ) );
       }
       std::shuffle( s.paths.begin(), s.paths.end(), rng );
       return s;
@@ -221,9 +221,10 @@ void printFootprint() {
       ++theirLists;
    } );
    std::printf( "distinct lists: ours %.0f, baseline %.0f\n", oursLists, theirLists );
-   std::printf( "bytes per distinct list (parts included): ExtCommList %.1f, baseline %.1f, "
-                "ratio %.2f\n",
-                ours / oursLists, theirs / theirLists, ( ours / oursLists ) / ( theirs / theirLists ) );
+   std::printf(
+         "bytes per distinct list (parts included): ExtCommList %.1f, baseline %.1f, "
+         "ratio %.2f\n",
+         ours / oursLists, theirs / theirLists, ( ours / oursLists ) / ( theirs / theirLists ) );
    std::printf( "bytes per path (lists + one pointer): ExtCommList %.1f, baseline %.1f\n",
                 ( ours + double( held.size() ) * sizeof( void* ) ) / double( held.size() ),
                 ( theirs + double( held.size() ) * 2 * sizeof( void* ) ) / double( held.size() ) );

@@ -21,8 +21,8 @@
 #include "OvBgp/OvBgpCommunity.h"
 #include "OvBgp/Parse/ExtComm.h"
 #include "OvFmt/DynamicBuffer.h"
-#include "bench/BenchReport.h"
 #include "bench/Baseline.h"
+#include "bench/BenchReport.h"
 
 // Every allocation of the program is counted, so that a benchmark can show
 // how many its operation makes. The replacements pair malloc with free,
@@ -59,13 +59,30 @@ std::vector<U64> makeContents() {
    while ( out.size() < kWorkingSet ) {
       U64 r = rng();
       switch ( out.size() % 10 ) {
-      case 0: case 1: case 2: case 3: out.push_back( 0x0002000000000000 | ( r & 0xFFFFFFFFFFFF ) ); break;
-      case 4: out.push_back( 0x0102000000000000 | ( r & 0xFFFFFFFFFFFF ) ); break;
-      case 5: out.push_back( 0x0202000000000000 | ( r & 0xFFFFFFFFFFFF ) ); break;
-      case 6: out.push_back( 0x0003000000000000 | ( r & 0xFFFFFFFFFFFF ) ); break;
-      case 7: out.push_back( 0x4004000000000000 | ( r & 0xFFFF00000000 ) | 0x4cee6b28 ); break;
-      case 8: out.push_back( 0x030b000000000000 | ( r & 0xFFFFFFFF ) ); break;
-      default: out.push_back( 0x8000000000000000 | ( r & 0x00FFFFFFFFFFFFFF ) ); break;
+         case 0:
+         case 1:
+         case 2:
+         case 3:
+            out.push_back( 0x0002000000000000 | ( r & 0xFFFFFFFFFFFF ) );
+            break;
+         case 4:
+            out.push_back( 0x0102000000000000 | ( r & 0xFFFFFFFFFFFF ) );
+            break;
+         case 5:
+            out.push_back( 0x0202000000000000 | ( r & 0xFFFFFFFFFFFF ) );
+            break;
+         case 6:
+            out.push_back( 0x0003000000000000 | ( r & 0xFFFFFFFFFFFF ) );
+            break;
+         case 7:
+            out.push_back( 0x4004000000000000 | ( r & 0xFFFF00000000 ) | 0x4cee6b28 );
+            break;
+         case 8:
+            out.push_back( 0x030b000000000000 | ( r & 0xFFFFFFFF ) );
+            break;
+         default:
+            out.push_back( 0x8000000000000000 | ( r & 0x00FFFFFFFFFFFFFF ) );
+            break;
       }
    }
    std::sort( out.begin(), out.end() );
@@ -156,7 +173,9 @@ auto dedupContentHit() {
    };
 }
 auto baselineHit() {
-   return [ &baseline = fixture().baseline ]( U64 content ) { return baseline.intern( content ); };
+   return [ &baseline = fixture().baseline ]( U64 content ) {
+      return baseline.intern( content );
+   };
 }
 void BM_DedupContentHit( benchmark::State& state ) {
    BenchReport::keepEach( state, fixture().queries, dedupContentHit() );
@@ -295,7 +314,8 @@ BENCHMARK( BM_DedupContentMiss );
 
 void BM_RouteTargetPolicyTextToBuffer( benchmark::State& state ) {
    Fixture& f = fixture();
-   ExtComm::PtrConst rt = ExtComm::dedupContent( f.table.ptr(), ExtCommContent( 0x0202fde800640005 ) );
+   ExtComm::PtrConst rt =
+         ExtComm::dedupContent( f.table.ptr(), ExtCommContent( 0x0202fde800640005 ) );
    const ExtComm::StrepFormat format = ExtComm::strepFormatClassification | ExtComm::strepFormatUI;
    const U64 before = allocations.load();
    for ( auto _ : state ) {
@@ -303,21 +323,22 @@ void BM_RouteTargetPolicyTextToBuffer( benchmark::State& state ) {
       rt->appendStrepForPolicy( format, buf );
       benchmark::DoNotOptimize( buf.data() );
    }
-   state.counters[ "allocs/op" ] =
-         double( allocations.load() - before ) / double( std::max<size_t>( state.iterations(), 1 ) );
+   state.counters[ "allocs/op" ] = double( allocations.load() - before ) /
+                                   double( std::max<size_t>( state.iterations(), 1 ) );
 }
 BENCHMARK( BM_RouteTargetPolicyTextToBuffer );
 
 void BM_RouteTargetPolicyTextShort( benchmark::State& state ) {
    Fixture& f = fixture();
-   ExtComm::PtrConst rt = ExtComm::dedupContent( f.table.ptr(), ExtCommContent( 0x0002fde800000064 ) );
+   ExtComm::PtrConst rt =
+         ExtComm::dedupContent( f.table.ptr(), ExtCommContent( 0x0002fde800000064 ) );
    const U64 before = allocations.load();
    for ( auto _ : state ) {
       Kel::String text = rt->toStrepForPolicy( ExtComm::strepFormatClassification );
       benchmark::DoNotOptimize( text.data() );
    }
-   state.counters[ "allocs/op" ] =
-         double( allocations.load() - before ) / double( std::max<size_t>( state.iterations(), 1 ) );
+   state.counters[ "allocs/op" ] = double( allocations.load() - before ) /
+                                   double( std::max<size_t>( state.iterations(), 1 ) );
 }
 BENCHMARK( BM_RouteTargetPolicyTextShort );
 
@@ -329,8 +350,8 @@ int main( int argc, char** argv ) {
          []( const BenchReport::CapturingReporter& reporter ) {
             std::printf( "%zu extended communities interned, queried in shuffled order\n",
                          fixture().contents.size() );
-            BenchReport::printRatio( reporter, "dedupContent hit / baseline hit", "BM_DedupContentHit",
-                                     "BM_BaselineHit", 1.0 / 3 );
+            BenchReport::printRatio( reporter, "dedupContent hit / baseline hit",
+                                     "BM_DedupContentHit", "BM_BaselineHit", 1.0 / 3 );
             BenchReport::printRatio( reporter, "dedupContent hit / floor (hash + one probe)",
                                      "BM_DedupContentHit", "BM_FloorProbe", 2.0 );
             BenchReport::printRatio( reporter, "dedupContent hit and release / baseline",
@@ -340,9 +361,10 @@ int main( int argc, char** argv ) {
             BenchReport::printRatio( reporter,
                                      "dedupContent hit and release / counted floor (keyed hash + "
                                      "one probe + one reference taken and dropped)",
-                                     "BM_DedupContentHitAndDrop", "BM_CountedFloorHitAndDrop", 1.5 );
-            BenchReport::printRatio( reporter,
-                                     "flood: 40,000 contents of one hash() / 40,000 random, interned",
-                                     "BM_FloodIntern/1", "BM_FloodIntern/0", 1.5 );
+                                     "BM_DedupContentHitAndDrop", "BM_CountedFloorHitAndDrop",
+                                     1.5 );
+            BenchReport::printRatio(
+                  reporter, "flood: 40,000 contents of one hash() / 40,000 random, interned",
+                  "BM_FloodIntern/1", "BM_FloodIntern/0", 1.5 );
          } );
 }

@@ -62,9 +62,10 @@ bool haveBgpdump() {
       return true;
    if ( ::geteuid() == 0 ) {
       std::fprintf( stderr, "installing bgpdump (Debian package) for the comparison\n" );
-      int status = std::system( "(apt-get install -y --no-install-recommends bgpdump || "
-                                "(apt-get update && apt-get install -y --no-install-recommends "
-                                "bgpdump)) >/dev/null 2>&1" );
+      int status = std::system(
+            "(apt-get install -y --no-install-recommends bgpdump || "
+            "(apt-get update && apt-get install -y --no-install-recommends "
+            "bgpdump)) >/dev/null 2>&1" );
       (void)status;
    }
    return onPath( "bgpdump" );
@@ -174,10 +175,7 @@ BENCHMARK( BM_BgpdumpMl )
       ->Unit( benchmark::kMillisecond )
       ->Iterations( 1 )
       ->Repetitions( 3 );
-BENCHMARK( BM_BgpcommMrtStats )
-      ->UseManualTime()
-      ->Unit( benchmark::kMillisecond )
-      ->Iterations( 1 );
+BENCHMARK( BM_BgpcommMrtStats )->UseManualTime()->Unit( benchmark::kMillisecond )->Iterations( 1 );
 
 // statsLine(): the text after "name: " in the --stats output, or "".
 std::string statsLine( const std::string& name ) {

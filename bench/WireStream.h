@@ -36,7 +36,7 @@ struct WireStream {
 
 // wireStream(): sets[s] holds a set's values (any order, repeats allowed)
 // as unsigned integers of the wire width; paths[p] the set of path p.
-template <class V>
+template<class V>
 WireStream wireStream( const std::vector<std::vector<V>>& sets,
                        const std::vector<std::uint32_t>& paths, std::uint64_t seed ) {
    std::mt19937_64 rng( seed );

@@ -48,7 +48,8 @@ class ExtCommAsNumber : public ExtCommSubtyped {
    void formatAsNumberToBuffer( OvFmt::DynamicBufferInterface* buffer, bool asdot ) const;
 
    void formatDerivedType( std::ostream& os ) const override;
-   void appendStrepForPolicy( StrepFormat format, OvFmt::DynamicBufferInterface& out ) const override;
+   void appendStrepForPolicy( StrepFormat format,
+                              OvFmt::DynamicBufferInterface& out ) const override;
 
  protected:
    // appendAsAndLocal(): "AS:local" with the asdot flag of format.
@@ -74,7 +75,8 @@ class ExtCommIpv4Address : public ExtCommSubtyped {
    using Ptr = Kel::Ptr<ExtCommIpv4Address>;
    using PtrConst = Kel::Ptr<const ExtCommIpv4Address>;
 
-   ExtCommIpv4Address( ExtCommClassification classification, const ExtCommContent& content ) noexcept
+   ExtCommIpv4Address( ExtCommClassification classification,
+                       const ExtCommContent& content ) noexcept
          : ExtCommSubtyped( classification, content ) {}
    static Ptr ExtCommIpv4AddressIs( ExtCommClassification classification,
                                     const ExtCommContent& content );
@@ -83,7 +85,8 @@ class ExtCommIpv4Address : public ExtCommSubtyped {
    U16 localAdmin() const noexcept { return U16( community() ); }
 
    void formatDerivedType( std::ostream& os ) const override;
-   void appendStrepForPolicy( StrepFormat format, OvFmt::DynamicBufferInterface& out ) const override;
+   void appendStrepForPolicy( StrepFormat format,
+                              OvFmt::DynamicBufferInterface& out ) const override;
 
  protected:
    // appendAddressAndLocal(): "a.b.c.d:local".

@@ -11,9 +11,7 @@ Kel::String lookupIn( const std::unordered_map<U64, Kel::String>& map, U64 value
 
 } // namespace
 
-ExtCommCache::Ptr ExtCommCache::ExtCommCacheIs() {
-   return Kel::makeActivePtr<ExtCommCache>();
-}
+ExtCommCache::Ptr ExtCommCache::ExtCommCacheIs() { return Kel::makeActivePtr<ExtCommCache>(); }
 
 ExtCommCache::Ptr extCommCacheFactory() { return ExtCommCache::ExtCommCacheIs(); }
 

@@ -13,7 +13,7 @@ namespace {
 
 constexpr U32 kInitialSlots = 16;
 
-template <class T>
+template<class T>
 T* allocateZeroed( size_t count ) {
    // Slot arrays start on a 16-octet boundary, so no slot straddles lines.
    size_t bytes = ( count * sizeof( T ) + alignof( T ) - 1 ) / alignof( T ) * alignof( T );
@@ -49,11 +49,16 @@ U32 DedupHandle::reservedReferences() const noexcept {
 }
 
 DedupHashTable::DedupHashTable( bool threadSafe, bool keyed )
-      : hashKey_( Kel::randomHashKey() ), shardCount_( threadSafe ? kShards : 1 ), shardShift_( threadSafe ? kShardShift : 32 ),
-        threadSafe_( threadSafe ), keyed_( keyed ), keyedSingleThread_( keyed && !threadSafe ) {
+      : hashKey_( Kel::randomHashKey() ),
+        shardCount_( threadSafe ? kShards : 1 ),
+        shardShift_( threadSafe ? kShardShift : 32 ),
+        threadSafe_( threadSafe ),
+        keyed_( keyed ),
+        keyedSingleThread_( keyed && !threadSafe ) {
    for ( U32 s = 0; s < shardCount_; ++s ) {
-      shards_[ s ].slotArray = keyed ? static_cast<void*>( allocateZeroed<KeyedSlot>( kInitialSlots ) )
-                                     : static_cast<void*>( allocateZeroed<Slot>( kInitialSlots ) );
+      shards_[ s ].slotArray =
+            keyed ? static_cast<void*>( allocateZeroed<KeyedSlot>( kInitialSlots ) )
+                  : static_cast<void*>( allocateZeroed<Slot>( kInitialSlots ) );
       shards_[ s ].mask = kInitialSlots - 1;
    }
 }
@@ -109,7 +114,7 @@ size_t DedupHashTable::size() const noexcept {
    return total;
 }
 
-template <class S>
+template<class S>
 void DedupHashTable::growIfFull( Shard& shard, bool threadSafe ) {
    const U32 capacity = shard.mask + 1;
    const U32 count = shard.count.load( std::memory_order_relaxed );
@@ -144,7 +149,7 @@ void DedupHashTable::growIfFull( Shard& shard, bool threadSafe ) {
    }
 }
 
-template <class S>
+template<class S>
 void DedupHashTable::placeSlot( Shard& shard, const S& slot ) noexcept {
    S* slots = shard.slots<S>();
    U32 i = slot.handle()->tableHash_ & shard.mask;
@@ -166,7 +171,7 @@ template void DedupHashTable::growIfFull<DedupHashTable::KeyedSlot>( Shard&, boo
 template void DedupHashTable::placeSlot( Shard&, const Slot& ) noexcept;
 template void DedupHashTable::placeSlot( Shard&, const KeyedSlot& ) noexcept;
 
-template <class S>
+template<class S>
 S* DedupHashTable::slotOf( const Shard& shard, U32 hash, const DedupHandle* handle ) noexcept {
    // Compares addresses only: handle may be gone.
    S* slots = shard.slots<S>();
@@ -189,7 +194,7 @@ U32 DedupHashTable::reserveOf( const DedupHandle* member, U32 hash ) const noexc
    return slot ? reserveIn( *slot ) : 0;
 }
 
-template <class S>
+template<class S>
 void DedupHashTable::eraseSlot( Shard& shard, S* erased ) noexcept {
    S* slots = shard.slots<S>();
    U32 i = U32( erased - slots );
@@ -222,7 +227,7 @@ void DedupHashTable::releaseMember( const DedupHandle* member, U32 hash ) noexce
    }
 }
 
-template <class S>
+template<class S>
 void DedupHashTable::releaseMemberIn( Shard& shard, DedupHandle* handle, U32 hash ) noexcept {
    bool queued = false;
    {

@@ -120,7 +120,7 @@ class DedupHashTable : public Kel::PtrInterface {
 
    // lookupIf(): the same with the content test inlined by the caller (the
    // hit path of the value tables). Not for keyed tables.
-   template <class Match>
+   template<class Match>
    DedupHandle::PtrConst lookupIf( U32 placement, Match&& match ) const {
       KEL_ASSERT_MSG( !keyed_, "lookup by content in a keyed table" );
       Shard& shard = shardFor( placement );
@@ -170,7 +170,7 @@ class DedupHashTable : public Kel::PtrInterface {
    DedupHandle::PtrConst dedup( const DedupHandle::PtrConst& handle ) {
       return dedup( handle, []( DedupHandle* ) {} );
    }
-   template <class PreInsert>
+   template<class PreInsert>
    DedupHandle::PtrConst dedup( const DedupHandle::PtrConst& handle, PreInsert&& preInsert );
 
    // lifeTimeNotifieeIs(): installs the table's one lifetime notifiee.
@@ -182,12 +182,14 @@ class DedupHashTable : public Kel::PtrInterface {
 
    // forEach(): visits every member (shard by shard, under its lock); fn
    // must not intern into or release members of this table.
-   template <class Fn>
+   template<class Fn>
    void forEach( Fn&& fn ) const {
       for ( U32 s = 0; s < shardCount_; ++s ) {
          Shard& shard = shards_[ s ];
          ShardGuard guard( shard, threadSafe_ );
-         forEachSlot( shard, [ & ]( auto& slot ) { fn( static_cast<const DedupHandle*>( slot.handle() ) ); } );
+         forEachSlot( shard, [ & ]( auto& slot ) {
+            fn( static_cast<const DedupHandle*>( slot.handle() ) );
+         } );
       }
    }
 
@@ -221,7 +223,9 @@ class DedupHashTable : public Kel::PtrInterface {
       }
       // Slots change under the shard's lock while lookups read them
       // without it: each word is stored and read whole.
-      void publish( const Slot& from ) noexcept { __atomic_store_n( &bits_, from.bits_, __ATOMIC_RELEASE ); }
+      void publish( const Slot& from ) noexcept {
+         __atomic_store_n( &bits_, from.bits_, __ATOMIC_RELEASE );
+      }
       static Slot read( const Slot& slot ) noexcept {
          Slot copy;
          copy.bits_ = __atomic_load_n( &slot.bits_, __ATOMIC_SEQ_CST );
@@ -256,7 +260,9 @@ class DedupHashTable : public Kel::PtrInterface {
       bool matches( U32, U64 key ) const noexcept { return key_ == key; }
       explicit operator bool() const noexcept { return bits_ != 0; }
       U64 key() const noexcept { return key_; }
-      DedupHandle* handle() const noexcept { return reinterpret_cast<DedupHandle*>( bits_ & kAddressMask ); }
+      DedupHandle* handle() const noexcept {
+         return reinterpret_cast<DedupHandle*>( bits_ & kAddressMask );
+      }
       U32 reserve() const noexcept { return U32( bits_ >> kReserveShift ); }
       void reserveIs( U32 reserve ) noexcept {
          bits_ = ( bits_ & kAddressMask ) | U64( reserve ) << kReserveShift;
@@ -308,7 +314,9 @@ class DedupHashTable : public Kel::PtrInterface {
          locked_.store( false, std::memory_order_release );
       }
       // heldHere(): only the holder can have stored its own marker.
-      bool heldHere() const noexcept { return owner_.load( std::memory_order_relaxed ) == thisThread(); }
+      bool heldHere() const noexcept {
+         return owner_.load( std::memory_order_relaxed ) == thisThread();
+      }
 
     private:
       static const void* thisThread() noexcept {
@@ -327,7 +335,7 @@ class DedupHashTable : public Kel::PtrInterface {
       std::atomic<U32> count{ 0 };
       // longRun: an insert probed past kLongRun slots since the last growth.
       bool longRun = false;
-      template <class S>
+      template<class S>
       S* slots() const noexcept {
          return static_cast<S*>( slotArray );
       }
@@ -355,14 +363,12 @@ class DedupHashTable : public Kel::PtrInterface {
       Shard* shard_;
    };
 
-   Shard& shardFor( U32 hash ) const noexcept {
-      return shards_[ U64( hash ) >> shardShift_ ];
-   }
+   Shard& shardFor( U32 hash ) const noexcept { return shards_[ U64( hash ) >> shardShift_ ]; }
 
    // The shard helpers below run with the shard locked.
 
    // findIf(): the member of shard with hash that match() accepts, or null.
-   template <class Match>
+   template<class Match>
    static DedupHandle* findIf( const Shard& shard, U32 hash, Match& match ) {
       const U16 tag = Slot::tagOf( hash );
       const Slot* slots = shard.slots<Slot>();
@@ -427,21 +433,21 @@ class DedupHashTable : public Kel::PtrInterface {
    // reference is taken only if its count is neither zero nor claimed by
    // the release that detaches it, and that release claims it only while
    // the count is the table's reference alone, so the two cannot both win.
-   template <class S>
+   template<class S>
    static DedupHandle* findUnlocked( const Shard& shard, U32 hash, U64 key ) noexcept {
       EpochPin pin;
       // The mask is read first and grows after its array: it never exceeds
       // the array read after it.
       const U32 mask = __atomic_load_n( &shard.mask, __ATOMIC_SEQ_CST );
-      const S* slots = static_cast<const S*>( __atomic_load_n( &shard.slotArray, __ATOMIC_SEQ_CST ) );
+      const S* slots =
+            static_cast<const S*>( __atomic_load_n( &shard.slotArray, __ATOMIC_SEQ_CST ) );
       for ( U32 i = hash & mask;; i = ( i + 1 ) & mask ) {
          const S slot = S::read( slots[ i ] );
          if ( !slot ) {
             return nullptr;
          }
          DedupHandle* member = slot.handle();
-         if ( slot.matches( hash, key ) && member->tableHash_ == hash &&
-              member->tryNewRef() ) {
+         if ( slot.matches( hash, key ) && member->tableHash_ == hash && member->tryNewRef() ) {
             return member;
          }
       }
@@ -460,7 +466,7 @@ class DedupHashTable : public Kel::PtrInterface {
    }
 
    // forEachSlot(): fn( slot ) for every occupied slot of shard.
-   template <class Fn>
+   template<class Fn>
    void forEachSlot( const Shard& shard, Fn&& fn ) const {
       if ( keyed_ ) {
          forEachSlotOf<KeyedSlot>( shard, fn );
@@ -468,7 +474,7 @@ class DedupHashTable : public Kel::PtrInterface {
          forEachSlotOf<Slot>( shard, fn );
       }
    }
-   template <class S, class Fn>
+   template<class S, class Fn>
    static void forEachSlotOf( const Shard& shard, Fn& fn ) {
       S* slots = shard.slots<S>();
       for ( U32 i = 0; i <= shard.mask; ++i ) {
@@ -477,15 +483,15 @@ class DedupHashTable : public Kel::PtrInterface {
          }
       }
    }
-   template <class S>
+   template<class S>
    static void growIfFull( Shard& shard, bool threadSafe );
-   template <class S>
+   template<class S>
    static void placeSlot( Shard& shard, const S& slot ) noexcept;
-   template <class S>
+   template<class S>
    static S* slotOf( const Shard& shard, U32 hash, const DedupHandle* handle ) noexcept;
-   template <class S>
+   template<class S>
    static void eraseSlot( Shard& shard, S* slot ) noexcept;
-   template <class S>
+   template<class S>
    void releaseMemberIn( Shard& shard, DedupHandle* handle, U32 hash ) noexcept;
    // reserveOf(): the references member's slot holds ready to hand out.
    U32 reserveOf( const DedupHandle* member, U32 hash ) const noexcept;
@@ -558,7 +564,7 @@ class DedupHashTableUnorderedSet final : public DedupHashTable {
    static Ptr DedupHashTableUnorderedSetIs( bool threadSafe, bool keyed = false );
 };
 
-template <class PreInsert>
+template<class PreInsert>
 DedupHandle::PtrConst DedupHashTable::dedup( const DedupHandle::PtrConst& handle,
                                              PreInsert&& preInsert ) {
    KEL_ASSERT_MSG( handle, "dedupHandle" );
@@ -571,40 +577,42 @@ DedupHandle::PtrConst DedupHashTable::dedup( const DedupHandle::PtrConst& handle
    Shard& shard = shardFor( hash );
    bool queued = false;
    {
-   ShardGuard guard( shard, threadSafe_ );
-   if ( keyed_ ) {
-      if ( KeyedSlot* slot = findKey( shard, hash, key ) ) {
-         return threadSafe_ ? handOutCounted( slot->handle() ) : handOut( slot );
-      }
-   } else {
-      auto equal = [ candidate ]( const DedupHandle* member ) { return member->compare( candidate ); };
-      if ( DedupHandle* member = findIf( shard, hash, equal ) ) {
-         return threadSafe_ ? handOutCounted( member ) : handOut( member );
-      }
-   }
-   KEL_ASSERT_MSG( Slot::fits( candidate ), "address beyond 48 bits" );
-   keyed_ ? growIfFull<KeyedSlot>( shard, threadSafe_ ) : growIfFull<Slot>( shard, threadSafe_ );
-   preInsert( candidate );
-   // Complete before its slot is published: a lookup without the lock may
-   // take a reference as soon as it finds the slot.
-   candidate->table_ = this;
-   candidate->tableHash_ = hash;
-   candidate->newRef(); // the table's own reference
-   candidate->dedupStateIs( dedupHandleStateDeduped_ );
-   candidate->tableSharedIs( true );
-   if ( keyed_ ) {
-      placeSlot( shard, KeyedSlot( key, candidate ) );
-   } else {
-      placeSlot( shard, Slot( hash, candidate ) );
-   }
-   if ( notifying_.load( std::memory_order_acquire ) ) {
-      if ( threadSafe_ ) {
-         queueEvent( candidate, true );
-         queued = true;
+      ShardGuard guard( shard, threadSafe_ );
+      if ( keyed_ ) {
+         if ( KeyedSlot* slot = findKey( shard, hash, key ) ) {
+            return threadSafe_ ? handOutCounted( slot->handle() ) : handOut( slot );
+         }
       } else {
-         notifyInsert( candidate );
+         auto equal = [ candidate ]( const DedupHandle* member ) {
+            return member->compare( candidate );
+         };
+         if ( DedupHandle* member = findIf( shard, hash, equal ) ) {
+            return threadSafe_ ? handOutCounted( member ) : handOut( member );
+         }
       }
-   }
+      KEL_ASSERT_MSG( Slot::fits( candidate ), "address beyond 48 bits" );
+      keyed_ ? growIfFull<KeyedSlot>( shard, threadSafe_ ) : growIfFull<Slot>( shard, threadSafe_ );
+      preInsert( candidate );
+      // Complete before its slot is published: a lookup without the lock may
+      // take a reference as soon as it finds the slot.
+      candidate->table_ = this;
+      candidate->tableHash_ = hash;
+      candidate->newRef(); // the table's own reference
+      candidate->dedupStateIs( dedupHandleStateDeduped_ );
+      candidate->tableSharedIs( true );
+      if ( keyed_ ) {
+         placeSlot( shard, KeyedSlot( key, candidate ) );
+      } else {
+         placeSlot( shard, Slot( hash, candidate ) );
+      }
+      if ( notifying_.load( std::memory_order_acquire ) ) {
+         if ( threadSafe_ ) {
+            queueEvent( candidate, true );
+            queued = true;
+         } else {
+            notifyInsert( candidate );
+         }
+      }
    }
    if ( queued ) {
       deliverEvents();

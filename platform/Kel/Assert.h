@@ -14,18 +14,18 @@ namespace Kel {
 
 } // namespace Kel
 
-#define KEL_ASSERT_MSG( cond, text )                                                  \
-   do {                                                                               \
-      if ( __builtin_expect( !( cond ), 0 ) ) {                                       \
-         ::Kel::assertFailed( text, __FILE__ );                                       \
-      }                                                                               \
+#define KEL_ASSERT_MSG( cond, text )            \
+   do {                                         \
+      if ( __builtin_expect( !( cond ), 0 ) ) { \
+         ::Kel::assertFailed( text, __FILE__ ); \
+      }                                         \
    } while ( 0 )
 
 // KEL_ASSERT_SOURCE_MSG: the same, for an invariant documented under another
 // module's name (a shared helper asserting on its callers' behalf).
-#define KEL_ASSERT_SOURCE_MSG( cond, text, source )                                   \
-   do {                                                                               \
-      if ( __builtin_expect( !( cond ), 0 ) ) {                                       \
-         ::Kel::assertFailed( text, source );                                         \
-      }                                                                               \
+#define KEL_ASSERT_SOURCE_MSG( cond, text, source ) \
+   do {                                             \
+      if ( __builtin_expect( !( cond ), 0 ) ) {     \
+         ::Kel::assertFailed( text, source );       \
+      }                                             \
    } while ( 0 )

@@ -30,7 +30,7 @@ U8 denseBoolSetParse( std::string_view qualifiedName, std::span<const std::strin
                       const char* begin, const char* end );
 
 // DenseBoolSet<Bits>: the packed octet with per-bit access.
-template <unsigned Bits>
+template<unsigned Bits>
 class DenseBoolSet {
    static_assert( Bits >= 1 && Bits <= 8 );
 

@@ -21,14 +21,14 @@
 namespace Kel {
 
 // EnumMember: one row of an enum's member table.
-template <class E>
+template<class E>
 struct EnumMember {
    E value;
    std::string_view name;
 };
 
 // enumName(): the member's name, or an empty view for a value without one.
-template <class E>
+template<class E>
 constexpr std::string_view enumName( std::span<const EnumMember<E>> members, E value ) noexcept {
    for ( const auto& m : members ) {
       if ( m.value == value ) {
@@ -39,7 +39,7 @@ constexpr std::string_view enumName( std::span<const EnumMember<E>> members, E v
 }
 
 // enumStrep(): the name, or the decimal value when the value has no name.
-template <class E>
+template<class E>
 String enumStrep( std::span<const EnumMember<E>> members, E value ) {
    std::string_view name = enumName( members, value );
    if ( !name.empty() ) {
@@ -49,7 +49,7 @@ String enumStrep( std::span<const EnumMember<E>> members, E value ) {
 }
 
 // enumByName(): the member called name; throws RangeException otherwise.
-template <class E>
+template<class E>
 E enumByName( std::span<const EnumMember<E>> members, std::string_view enumType,
               std::string_view name ) {
    for ( const auto& m : members ) {
@@ -61,7 +61,7 @@ E enumByName( std::span<const EnumMember<E>> members, std::string_view enumType,
 }
 
 // enumParse(): sequenceToValue() of an enum: the whole range is one name.
-template <class E>
+template<class E>
 void enumParse( std::span<const EnumMember<E>> members, std::string_view enumType,
                 const char* begin, const char* end, E* value ) {
    std::string_view text( begin, end - begin );
@@ -78,39 +78,38 @@ void enumParse( std::span<const EnumMember<E>> members, std::string_view enumTyp
 } // namespace Kel
 
 // KEL_ENUM_DECLARE(E): the free functions of enum E, in E's namespace.
-#define KEL_ENUM_DECLARE( E )                                                         \
-   std::string_view stringValue( E value ) noexcept;                                 \
-   ::Kel::String valueToStrep( const E& value );                                      \
-   std::ostream& operator<<( std::ostream& os, E value );                             \
-   E E##Instance( U32 value ) noexcept;                                               \
-   E E##Instance( const ::Kel::String& name );                                        \
-   void sequenceToValue( const char* begin, const char* end, E* value );              \
+#define KEL_ENUM_DECLARE( E )                                            \
+   std::string_view stringValue( E value ) noexcept;                     \
+   ::Kel::String valueToStrep( const E& value );                         \
+   std::ostream& operator<<( std::ostream& os, E value );                \
+   E E##Instance( U32 value ) noexcept;                                  \
+   E E##Instance( const ::Kel::String& name );                           \
+   void sequenceToValue( const char* begin, const char* end, E* value ); \
    std::span<const ::Kel::EnumMember<E>> E##Members() noexcept;
 
-#define KEL_ENUM_MEMBER( m ) { m, #m }
+#define KEL_ENUM_MEMBER( m ) \
+   { m, #m }
 
 // KEL_ENUM_DEFINE(E, "Qualified::E", members...): the definitions, in the
 // same namespace as the declaration.
-#define KEL_ENUM_DEFINE( E, qualifiedName, ... )                                      \
-   namespace {                                                                        \
-   constexpr ::Kel::EnumMember<E> E##MemberTable_[] = { __VA_ARGS__ };                \
-   }                                                                                  \
-   std::span<const ::Kel::EnumMember<E>> E##Members() noexcept {                      \
-      return E##MemberTable_;                                                         \
-   }                                                                                  \
-   std::string_view stringValue( E value ) noexcept {                                 \
-      return ::Kel::enumName<E>( E##MemberTable_, value );                            \
-   }                                                                                  \
-   ::Kel::String valueToStrep( const E& value ) {                                     \
-      return ::Kel::enumStrep<E>( E##MemberTable_, value );                           \
-   }                                                                                  \
-   std::ostream& operator<<( std::ostream& os, E value ) {                            \
-      return os << ::Kel::enumStrep<E>( E##MemberTable_, value );                     \
-   }                                                                                  \
-   E E##Instance( U32 value ) noexcept { return static_cast<E>( value ); }            \
-   E E##Instance( const ::Kel::String& name ) {                                       \
-      return ::Kel::enumByName<E>( E##MemberTable_, qualifiedName, name );            \
-   }                                                                                  \
-   void sequenceToValue( const char* begin, const char* end, E* value ) {             \
-      ::Kel::enumParse<E>( E##MemberTable_, qualifiedName, begin, end, value );       \
+#define KEL_ENUM_DEFINE( E, qualifiedName, ... )                                           \
+   namespace {                                                                             \
+   constexpr ::Kel::EnumMember<E> E##MemberTable_[] = { __VA_ARGS__ };                     \
+   }                                                                                       \
+   std::span<const ::Kel::EnumMember<E>> E##Members() noexcept { return E##MemberTable_; } \
+   std::string_view stringValue( E value ) noexcept {                                      \
+      return ::Kel::enumName<E>( E##MemberTable_, value );                                 \
+   }                                                                                       \
+   ::Kel::String valueToStrep( const E& value ) {                                          \
+      return ::Kel::enumStrep<E>( E##MemberTable_, value );                                \
+   }                                                                                       \
+   std::ostream& operator<<( std::ostream& os, E value ) {                                 \
+      return os << ::Kel::enumStrep<E>( E##MemberTable_, value );                          \
+   }                                                                                       \
+   E E##Instance( U32 value ) noexcept { return static_cast<E>( value ); }                 \
+   E E##Instance( const ::Kel::String& name ) {                                            \
+      return ::Kel::enumByName<E>( E##MemberTable_, qualifiedName, name );                 \
+   }                                                                                       \
+   void sequenceToValue( const char* begin, const char* end, E* value ) {                  \
+      ::Kel::enumParse<E>( E##MemberTable_, qualifiedName, begin, end, value );            \
    }

@@ -15,7 +15,7 @@ namespace Kel {
 // NotifieeList: registered observers in registration order. A handler may
 // add or remove observers while a visit runs; the visit goes over the list as
 // it stood when the visit began, skipping any removed meanwhile.
-template <class N>
+template<class N>
 class NotifieeList {
  public:
    void add( N* notifiee ) {
@@ -30,7 +30,7 @@ class NotifieeList {
    bool empty() const noexcept { return list_.empty(); }
    void clear() noexcept { list_.clear(); }
 
-   template <class Fn>
+   template<class Fn>
    void visit( Fn&& fn ) const {
       if ( list_.empty() ) {
          return;

@@ -72,7 +72,9 @@ class PtrInterface {
 
    // reservedReferences(): the references counted ahead and not handed
    // out; by default what reserved_ says.
-   virtual U32 reservedReferences() const noexcept { return reserved_.load( std::memory_order_relaxed ); }
+   virtual U32 reservedReferences() const noexcept {
+      return reserved_.load( std::memory_order_relaxed );
+   }
 
    // kClaimedCount: set by a thread-safe interning table in the count of a
    // member it is detaching, so that no lookup revives it.
@@ -100,7 +102,7 @@ class PtrInterface {
 };
 
 // Ptr<T>: intrusive counted pointer; null by default, equality by identity.
-template <class T>
+template<class T>
 class Ptr {
  public:
    using element_type = T;
@@ -116,12 +118,12 @@ class Ptr {
    }
    Ptr( const Ptr& other ) noexcept : Ptr( other.p_ ) {}
    Ptr( Ptr&& other ) noexcept : p_( std::exchange( other.p_, nullptr ) ) {}
-   template <class U>
-      requires std::is_convertible_v<U*, T*>
-   Ptr( const Ptr<U>& other ) noexcept : Ptr( other.ptr() ) {}
-   template <class U>
-      requires std::is_convertible_v<U*, T*>
-   Ptr( Ptr<U>&& other ) noexcept : p_( other.release() ) {}
+   template<class U>
+      requires std::is_convertible_v<U*, T*> Ptr( const Ptr<U>& other )
+   noexcept : Ptr( other.ptr() ) {}
+   template<class U>
+      requires std::is_convertible_v<U*, T*> Ptr( Ptr<U>&& other )
+   noexcept : p_( other.release() ) {}
    ~Ptr() {
       if ( p_ ) {
          p_->deleteRef();
@@ -149,7 +151,7 @@ class Ptr {
 
    // Between related types the pointers are converted to the base first: a
    // base that is not the first of its class sits at another address.
-   template <class U>
+   template<class U>
    bool operator==( const Ptr<U>& other ) const noexcept {
       if constexpr ( std::is_convertible_v<U*, T*> ) {
          return p_ == static_cast<T*>( other.ptr() );
@@ -166,14 +168,14 @@ class Ptr {
 };
 
 // makePtr(): the one way counted objects are allocated.
-template <class T, class... Args>
+template<class T, class... Args>
 Ptr<T> makePtr( Args&&... args ) {
    return Ptr<T>( new T( std::forward<Args>( args )... ) );
 }
 
 // makeActivePtr(): makePtr() for factories: the object comes with
 // notification switched on, as every factory hands its objects out.
-template <class T, class... Args>
+template<class T, class... Args>
 Ptr<T> makeActivePtr( Args&&... args ) {
    Ptr<T> p = makePtr<T>( std::forward<Args>( args )... );
    p->hasNotificationActiveIs( true );
@@ -182,18 +184,18 @@ Ptr<T> makeActivePtr( Args&&... args ) {
 
 // ptrCast(): static downcast keeping the reference; the rvalue form hands
 // the reference over without touching the count.
-template <class T, class U>
+template<class T, class U>
 Ptr<T> ptrCast( const Ptr<U>& p ) noexcept {
    return Ptr<T>( static_cast<T*>( p.ptr() ) );
 }
-template <class T, class U>
+template<class T, class U>
 Ptr<T> ptrCast( Ptr<U>&& p ) noexcept {
    return Ptr<T>::adopt( static_cast<T*>( p.release() ) );
 }
 
 } // namespace Kel
 
-template <class T>
+template<class T>
 struct std::hash<Kel::Ptr<T>> {
    size_t operator()( const Kel::Ptr<T>& p ) const noexcept {
       return std::hash<const void*>()( static_cast<const void*>( p.ptr() ) );

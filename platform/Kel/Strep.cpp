@@ -17,7 +17,7 @@ String quoted( std::string_view text ) {
    return out;
 }
 
-template <class T>
+template<class T>
 void parseInteger( const char* begin, const char* end, T* value, const char* kind ) {
    T result{};
    auto [ ptr, ec ] = std::from_chars( begin, end, result );
@@ -70,8 +70,8 @@ String StrepWriter::str() const { return text_ + "})"; }
 void StrepReader::literal( std::string_view text, std::string_view attribute ) {
    std::string_view rest( pos_, end_ - pos_ );
    if ( rest.substr( 0, text.size() ) != text ) {
-      throw ParseException( String( attribute ), "expected " + quoted( text ) + " at " +
-                                                       quoted( rest ) );
+      throw ParseException( String( attribute ),
+                            "expected " + quoted( text ) + " at " + quoted( rest ) );
    }
    pos_ += text.size();
 }

@@ -17,11 +17,9 @@ namespace Kel {
 
 // valueToStrep(): the framework's text of scalars: True/False, decimal.
 inline String valueToStrep( bool value ) { return value ? "True" : "False"; }
-template <std::integral T>
+template<std::integral T>
    requires( !std::same_as<T, bool> )
-String valueToStrep( T value ) {
-   return std::to_string( value );
-}
+String valueToStrep( T value ) { return std::to_string( value ); }
 
 // sequenceToValue(): parse a whole range as one scalar; throws ParseException
 // (attribute "value") when the range is not exactly one value in range.
@@ -34,7 +32,7 @@ void sequenceToValue( const char* begin, const char* end, S64* value );
 
 // strepToValue(): the same over a whole string, for any type that has a
 // sequenceToValue() overload.
-template <class T>
+template<class T>
 void strepToValue( const String& text, T* value ) {
    sequenceToValue( text.data(), text.data() + text.size(), value );
 }
@@ -69,7 +67,7 @@ class StrepReader {
    std::string_view fieldText( std::string_view name );
    // field<T>(): fieldText() parsed with sequenceToValue(); failures are
    // reported under the field's name.
-   template <class T>
+   template<class T>
    T field( std::string_view name ) {
       std::string_view text = fieldText( name );
       T value{};

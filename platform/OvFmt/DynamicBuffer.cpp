@@ -65,8 +65,8 @@ DynamicBufferInterface::~DynamicBufferInterface() {
 void DynamicBufferInterface::appendGrowing( std::string_view text ) {
    // Growing frees the old storage, which text may be part of.
    const char* from = text.data();
-   const bool inside = std::less_equal<const char*>()( begin_, from ) &&
-                       std::less<const char*>()( from, write_ );
+   const bool inside =
+         std::less_equal<const char*>()( begin_, from ) && std::less<const char*>()( from, write_ );
    const size_t offset = inside ? size_t( from - begin_ ) : 0;
    grow( text.size() );
    if ( inside ) {
@@ -91,8 +91,7 @@ void DynamicBufferInterface::grow( size_t needed ) {
    write_ = fresh + used;
    end_ = fresh + capacity;
    KEL_ASSERT_SOURCE_MSG( end_ - write_ >= ptrdiff_t( needed ),
-                          "endPtr - writePtr >= ptrdiff_t( required )",
-                          "OvStrings/StringBuffer" );
+                          "endPtr - writePtr >= ptrdiff_t( required )", "OvStrings/StringBuffer" );
 }
 
 } // namespace OvFmt

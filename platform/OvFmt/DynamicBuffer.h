@@ -78,7 +78,7 @@ class DynamicBufferInterface {
 };
 
 // DynamicBuffer<N>: a buffer with N octets of local storage.
-template <size_t N>
+template<size_t N>
 class DynamicBuffer final : public DynamicBufferInterface {
  public:
    DynamicBuffer() noexcept : DynamicBufferInterface( local_, N ) {}

@@ -71,7 +71,8 @@ TEST_F( ExtCommDedupTableTest, TablesPlaceContentsByTheirOwnKey ) {
    ASSERT_EQ( order( table_ ).size(), 64u );
    EXPECT_NE( order( table_ ), order( other ) );
    const Kel::HashKey& key = table_->dedupTable()->hashKey();
-   EXPECT_EQ( held[ 0 ]->placementHash( key ), ExtComm::placementOf( key, held[ 0 ]->community() ) );
+   EXPECT_EQ( held[ 0 ]->placementHash( key ),
+              ExtComm::placementOf( key, held[ 0 ]->community() ) );
 }
 
 TEST_F( ExtCommDedupTableTest, RouteTargetSetFollowsInterningReleaseAndTableDestruction ) {

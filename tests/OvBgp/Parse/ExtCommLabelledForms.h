@@ -25,7 +25,7 @@ struct LabelledFormsCase {
 // six flags only classification, UI and asdot change the text:
 // classification alone prefixes shortLabel, with UI the layout's label; UI
 // alone changes nothing.
-template <size_t N>
+template<size_t N>
 void expectLabelledForms( const LabelledFormsCase ( &cases )[ N ],
                           ExtCommClassification classification, const char* shortLabel ) {
    for ( const LabelledFormsCase& c : cases ) {
