@@ -9,6 +9,8 @@
 //
 //   ninja fuzz_TextParsers_fuzz && build/fuzz/TextParsers_fuzz fuzz/corpus/TextParsers_fuzz
 
+#include <arpa/inet.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -224,6 +226,14 @@ void addressText( std::string_view text ) {
       FUZZ_CHECK( printed.size() <= Onet::Ip6Addr::maxTextLength );
       FUZZ_CHECK( Onet::Ip6Addr::parse( printed ) == v6 );
    }
+   // inet_pton(3) accepts exactly the same texts, as the same addresses
+   // (it stops at a NUL, which no address of ours holds).
+   const std::string terminated( text );
+   U8 theirs[ 16 ];
+   if ( terminated.find( '\0' ) == std::string::npos ) {
+      FUZZ_CHECK( ( inet_pton( AF_INET6, terminated.c_str(), theirs ) == 1 ) == v6Ok );
+      FUZZ_CHECK( !v6Ok || std::memcmp( theirs, v6.data(), 16 ) == 0 );
+   }
 }
 
 void addressOctets( std::string_view octets ) {
@@ -234,6 +244,8 @@ void addressOctets( std::string_view octets ) {
       const size_t n = v4.toChars( buf );
       FUZZ_CHECK( n <= sizeof buf && std::string_view( buf, n ) == v4.toString() );
       FUZZ_CHECK( Onet::IpAddr::parse( v4.toString() ) == v4 );
+      char theirs[ INET_ADDRSTRLEN ];
+      FUZZ_CHECK( inet_ntop( AF_INET, p, theirs, sizeof theirs ) && v4.toString() == theirs );
    }
    if ( octets.size() >= 16 ) {
       const Onet::Ip6Addr v6( p );
@@ -241,6 +253,15 @@ void addressOctets( std::string_view octets ) {
       const size_t n = v6.toChars( buf );
       FUZZ_CHECK( n <= sizeof buf && std::string_view( buf, n ) == v6.toString() );
       FUZZ_CHECK( Onet::Ip6Addr::parse( v6.toString() ) == v6 );
+      // inet_ntop(3) prints the same text (RFC 5952), except that glibc writes
+      // the deprecated IPv4-compatible addresses (::a.b.c.d) dotted, not in hex.
+      bool compatible = v6.group( 6 ) != 0;
+      for ( int g = 0; g < 6; ++g ) {
+         compatible = compatible && v6.group( g ) == 0;
+      }
+      char theirs[ INET6_ADDRSTRLEN ];
+      FUZZ_CHECK( inet_ntop( AF_INET6, p, theirs, sizeof theirs ) );
+      FUZZ_CHECK( compatible || v6.toString() == theirs );
    }
 }
 

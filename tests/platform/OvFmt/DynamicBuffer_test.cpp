@@ -11,12 +11,6 @@ namespace {
 
 using OvFmt::DynamicBuffer;
 
-// The documented growth: what a buffer holding `used` characters grows to
-// when `needed` more do not fit.
-size_t grownCapacity( size_t used, size_t needed ) {
-   return std::max( std::min( 2 * used, size_t( 1024 ) ), used + needed );
-}
-
 TEST( DynamicBuffer, ShortTextStaysInLocalStorage ) {
    DynamicBuffer<16> buf;
    EXPECT_TRUE( buf.empty() );
@@ -43,32 +37,26 @@ TEST( DynamicBuffer, ShortTextStaysInLocalStorage ) {
 TEST( DynamicBuffer, GrowsToTwiceTheUsedUpToOneKilobyteOrWhatIsNeeded ) {
    DynamicBuffer<8> buf;
    std::string expected;
-   size_t capacity = 8;
-   std::vector<size_t> seen;
-   // Appends of assorted sizes; each time one does not fit, the capacity
-   // must become exactly the documented figure.
-   const size_t sizes[] = { 8, 1, 3, 20, 1, 100, 5, 400, 1, 1, 600, 2000, 1, 3000 };
-   for ( size_t n : sizes ) {
-      std::string piece( n, char( 'a' + expected.size() % 26 ) );
-      size_t used = buf.size();
+   std::vector<size_t> capacities;
+   for ( size_t n : { 8, 1, 3, 20, 1, 100, 5, 400, 1, 1, 600, 2000, 1, 3000 } ) {
+      const std::string piece( n, char( 'a' + expected.size() % 26 ) );
+      const size_t before = buf.capacity();
       buf.append( piece );
       expected += piece;
-      if ( used + n > capacity ) {
-         capacity = grownCapacity( used, n );
-         seen.push_back( capacity );
+      if ( buf.capacity() != before ) {
+         capacities.push_back( buf.capacity() );
       }
-      ASSERT_EQ( capacity, buf.capacity() ) << "after appending " << n << " to " << used;
       ASSERT_EQ( expected, buf.view() );
    }
    // Doubling while small, what is needed when that is more, never more
    // than 1 KiB beyond what is used.
    EXPECT_EQ( ( std::vector<size_t>{ 16, 32, 64, 133, 266, 538, 1024, 1140, 3140, 3141, 6141 } ),
-              seen );
+              capacities );
    EXPECT_TRUE( buf.onHeap() );
 
    // reserve() without commit() writes nothing.
    char* room = buf.reserve( 10000 );
-   EXPECT_EQ( grownCapacity( expected.size(), 10000 ), buf.capacity() );
+   EXPECT_EQ( 16141u, buf.capacity() );
    std::fill( room, room + 3, 'x' );
    buf.commit( 3 );
    EXPECT_EQ( expected + "xxx", buf.view() );

@@ -4,9 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <random>
-#include <unordered_set>
-
 namespace {
 
 using Routing::Bgp::RouteTarget;
@@ -37,29 +34,6 @@ TEST( RouteTarget, PrintsEachLayoutByTypeOctet ) {
    }
 }
 
-TEST( RouteTarget, EveryLayoutRoundTripsThroughBothTextForms ) {
-   std::mt19937_64 rng( 9 );
-   std::unordered_set<RouteTarget> seen;
-   for ( int i = 0; i < 100000; ++i ) {
-      U64 value = rng();
-      U64 type = rng() % 5;
-      U64 subtype = rng() % 4 ? 0x02 : rng() % 256;
-      if ( type < 3 ) {
-         value = value & 0x0000FFFFFFFFFFFFull;
-         // Small 4-octet AS numbers exercise the "L" form.
-         if ( type == 2 && rng() % 2 ) {
-            value &= 0x00000000FFFFFFFFull;
-         }
-         value |= type << 56 | subtype << 48;
-      }
-      RouteTarget rt( value );
-      ASSERT_EQ( rt, RouteTarget::fromStrep( rt.toStrep( false ) ) ) << rt.toStrep( false );
-      ASSERT_EQ( rt, RouteTarget::fromStrep( rt.toStrep( true ) ) ) << rt.toStrep( true );
-      seen.insert( rt );
-   }
-   EXPECT_GT( seen.size(), 99000u );
-}
-
 TEST( RouteTarget, RejectsMalformedTextWithPreciseMessages ) {
    const std::pair<const char*, const char*> cases[] = {
       { "", "expected ADMIN:local or 0x and 16 hex digits" },
@@ -69,7 +43,6 @@ TEST( RouteTarget, RejectsMalformedTextWithPreciseMessages ) {
       { "65536:65536", "local value after a 4-octet AS exceeds 65535" },
       { "4294967296:1", "AS exceeds 4294967295" },
       { "99999999999999999999999:1", "AS exceeds 4294967295" },
-      { "-1:5", "expected a decimal AS" },
       { "65000:1:2", "expected a decimal local value after a 2-octet AS" },
       { "1.2.3.4:65536", "local value after an IPv4 address exceeds 65535" },
       { "1.2.3.256:1", "expected an IPv4 address before ':'" },
