@@ -4,8 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include "Kel/Exception.h"
-
 using namespace Routing::Bgp;
 
 TEST( BgpPathAttributeEnums, ShowStringOfEveryTypeCode ) {
@@ -33,18 +31,4 @@ TEST( BgpPathAttributeEnums, ShowStringOfEveryTypeCode ) {
             << "code " << code;
    }
    EXPECT_GT( U32( attrTypeUnknown ), 0xFFu );
-}
-
-TEST( BgpPathAttributeEnums, CodesAndNames ) {
-   // Wire values: the flag octets and codes other octets are built from.
-   EXPECT_EQ( optionalTransitivePartial, 0xE0 );
-   EXPECT_EQ( extLen, 0x10 );
-   EXPECT_EQ( originIncomplete, 2 );
-   EXPECT_EQ( originatorSrgbTlv, 3 );
-   EXPECT_EQ( BgpPathAttrTypeInstance( "largeCommunity" ), largeCommunity );
-   EXPECT_EQ( valueToStrep( extCommunityIp6 ), "extCommunityIp6" );
-   EXPECT_EQ( AspTypeInstance( "aspTypeMax" ), aspTypeMax );
-   EXPECT_EQ( stringValue( originUnknown ), "originUnknown" );
-   EXPECT_EQ( stringValue( ipv6SidTlv ), "ipv6SidTlv" );
-   EXPECT_THROW( PrefixSidTlvTypeInstance( "srv6Tlv" ), Kel::RangeException );
 }

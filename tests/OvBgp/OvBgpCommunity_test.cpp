@@ -143,19 +143,9 @@ TEST( ExtCommSorting, HelpersOrderByContentAndListHashFollowsMemberAddresses ) {
    b->dedupStateIs( Bex::dedupHandleStateStowed() );
    std::vector<ExtComm::PtrConst> ab = { a, b }, ba = { b, a };
    EXPECT_NE( internedListHash( ab.begin(), ab.end() ), internedListHash( ba.begin(), ba.end() ) );
-   U32 h = 0;
-   for ( const void* p : { (const void*)a.ptr(), (const void*)b.ptr() } ) {
-      U64 address = U64( reinterpret_cast<std::uintptr_t>( p ) );
-      for ( int i = 0; i < 8; ++i ) {
-         h += U8( address >> ( 8 * i ) );
-         h *= 1025;
-         h ^= h >> 6;
-      }
-   }
-   h *= 9;
-   h ^= h >> 11;
-   h *= 32769;
-   EXPECT_EQ( internedListHash( ab.begin(), ab.end() ), h );
+   EXPECT_EQ( internedListHash( ab.begin(), ab.end() ),
+              Kel::oneAtATimeFinal(
+                    Kel::oneAtATimePointer( Kel::oneAtATimePointer( 0, a.ptr() ), b.ptr() ) ) );
 }
 
 TEST( InternedListHashDeathTest, RefusesMembersNeverInterned ) {
