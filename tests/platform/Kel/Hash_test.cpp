@@ -8,7 +8,6 @@
 #include <random>
 #include <string_view>
 #include <unordered_set>
-#include <vector>
 
 namespace {
 
@@ -47,8 +46,7 @@ TEST( OneAtATime, KnownAnswersAndTheZeroState ) {
    EXPECT_NE( 0u, Kel::oneAtATimeFinal( Kel::oneAtATimeU32( 0, 1 ) ) );
 }
 
-TEST( HashSingleAttr, MixesEveryInputBitIntoBothEnds ) {
-   // Avalanche: flipping any one input bit flips about half the output bits.
+TEST( HashSingleAttr, EveryInputBitFlipsAboutHalfTheOutput ) {
    std::mt19937_64 rng( 5 );
    for ( int bit = 0; bit < 64; ++bit ) {
       unsigned flipped = 0;
@@ -61,21 +59,6 @@ TEST( HashSingleAttr, MixesEveryInputBitIntoBothEnds ) {
       EXPECT_GT( flipped / 400.0, 14.0 ) << "input bit " << bit;
       EXPECT_LT( flipped / 400.0, 18.0 ) << "input bit " << bit;
    }
-   // Interning tables take slots from the low bits and shards from the top
-   // four: consecutive contents must spread over both (four deviations).
-   std::vector<U32> low( 1024 ), top( 16 );
-   std::unordered_set<U32> distinct;
-   for ( U32 v = 0; v < 1 << 16; ++v ) {
-      const U32 h = Kel::hashSingleAttr( 0, v );
-      ++low[ h & 1023 ];
-      ++top[ h >> 28 ];
-      distinct.insert( h );
-   }
-   EXPECT_GT( distinct.size(), ( 1u << 16 ) - 4 );
-   EXPECT_GT( *std::min_element( low.begin(), low.end() ), 32u );
-   EXPECT_LT( *std::max_element( low.begin(), low.end() ), 96u );
-   EXPECT_GT( *std::min_element( top.begin(), top.end() ), 4096 * 0.9 );
-   EXPECT_LT( *std::max_element( top.begin(), top.end() ), 4096 * 1.1 );
 }
 
 TEST( HashState, ChainsAttributesInOrderFromItsSeed ) {
