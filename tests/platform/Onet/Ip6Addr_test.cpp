@@ -32,6 +32,7 @@ TEST( Ip6Addr, FormatsAsRfc5952 ) {
       { "0:0:0:0:1:ffff:c000:201", "::1:ffff:c000:201" },
       { "1:2:3:4:5:6:7::", "1:2:3:4:5:6:7:0" }, // a single zero group stays
       { "::2:3:4:5:6:7:8", "0:2:3:4:5:6:7:8" },
+      { "FFFF:ffff:ffff:ffff:ffff:ffff:ffff:ffff", "ffff:ffff:ffff:ffff:ffff:ffff:ffff:ffff" },
    };
    for ( const auto& [ input, expected ] : cases ) {
       EXPECT_EQ( expected, text( Ip6Addr::parse( input ) ) ) << input;
