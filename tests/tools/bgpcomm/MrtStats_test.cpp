@@ -71,19 +71,13 @@ TEST( MrtStats, FiguresComeFromTheTablesListsAndValues ) {
    EXPECT_EQ( s.topCommunities( 5 ),
               ( std::vector<std::pair<U32, U64>>{ { 0xfde80064, 3 }, { 0xffffff01, 2 } } ) );
 
+   // What only these figures show in print (the sample's lines: MrtCommand_test).
    std::string printed = printedBy( [ & ]( OutputBuffer& out ) { s.print( out ); } );
-   EXPECT_NE( printed.find( "routes: 5\n" ), std::string::npos ) << printed;
    EXPECT_NE( printed.find( "communities: routes 3, values 6, distinct values 2, distinct lists 2, "
                             "interning ratio 1.50, attribute octets 24, interned bytes " ),
               std::string::npos )
          << printed;
    EXPECT_NE( printed.find( "interning ratio: 1.33 (attributes per distinct list, all kinds)\n" ),
-              std::string::npos )
-         << printed;
-   EXPECT_NE( printed.find( "route targets seen: 2 extended, 0 IPv6-address-specific\n" ),
-              std::string::npos );
-   EXPECT_NE( printed.find( "most common communities:\n   65000:100  3 routes\n"
-                            "   no-export  2 routes\n" ),
               std::string::npos )
          << printed;
 }
