@@ -7,16 +7,6 @@
 
 namespace Routing::Bgp {
 
-namespace {
-
-template<class Key, class SubRule>
-void enterSubRule( const Key& key, const Kel::Ptr<const SubRule>& rule ) {
-   KEL_ASSERT_MSG( rule != nullptr, "rule != __null" );
-   key.rule()->subTypeRuleIs( rule );
-}
-
-} // namespace
-
 void BgpParseExtCommPluginBaseSm::addExtendedCommunityTypeSubRule(
       const BgpParseExtendedCommunityRuleKey& key,
       const Kel::Ptr<const BgpParseExtendedCommunityTypeRuleBase>& rule ) const {
@@ -24,82 +14,19 @@ void BgpParseExtCommPluginBaseSm::addExtendedCommunityTypeSubRule(
    key.rule()->typeRuleIs( rule );
 }
 
-void BgpParseExtCommPluginBaseSm::addExtCommSubTypeTransTwoOctetAsSubRule(
-      const BgpParseExtCommSubTypeTransTwoOctetAsRuleKey& key,
-      const Kel::Ptr<const BgpParseExtComSubTypeTransTwoOctetAsRuleBase>& rule ) const {
-   enterSubRule( key, rule );
+template<class Traits>
+void BgpParseExtCommPluginBaseSm::addSubRule(
+      const BgpParseExtCommRuleKey<BgpParseExtCommTypeRule<Traits>>& key,
+      const Kel::Ptr<const typename Traits::SubRuleBase>& rule ) const {
+   KEL_ASSERT_MSG( rule != nullptr, "rule != __null" );
+   key.rule()->subTypeRuleIs( rule );
 }
 
-void BgpParseExtCommPluginBaseSm::addExtCommSubTypeTransIpv4AddressSubRule(
-      const BgpParseExtCommSubTypeTransIpv4AddressRuleKey& key,
-      const Kel::Ptr<const BgpParseExtComSubTypeTransIpv4AddressRuleBase>& rule ) const {
-   enterSubRule( key, rule );
-}
-
-void BgpParseExtCommPluginBaseSm::addExtCommSubTypeTransFourOctetAsSubRule(
-      const BgpParseExtCommSubTypeTransFourOctetAsRuleKey& key,
-      const Kel::Ptr<const BgpParseExtComSubTypeTransFourOctetAsRuleBase>& rule ) const {
-   enterSubRule( key, rule );
-}
-
-void BgpParseExtCommPluginBaseSm::addExtCommSubTypeTransOpaqueSubRule(
-      const BgpParseExtCommSubTypeTransOpaqueRuleKey& key,
-      const Kel::Ptr<const BgpParseExtComSubTypeTransOpaqueRuleBase>& rule ) const {
-   enterSubRule( key, rule );
-}
-
-void BgpParseExtCommPluginBaseSm::addExtCommSubTypeTransGenericSubRule(
-      const BgpParseExtCommSubTypeTransGenericRuleKey& key,
-      const Kel::Ptr<const BgpParseExtComSubTypeTransGenericRuleBase>& rule ) const {
-   enterSubRule( key, rule );
-}
-
-void BgpParseExtCommPluginBaseSm::addExtCommSubTypeTransGenericPart2SubRule(
-      const BgpParseExtCommSubTypeTransGenericPart2RuleKey& key,
-      const Kel::Ptr<const BgpParseExtComSubTypeTransGenericPart2RuleBase>& rule ) const {
-   enterSubRule( key, rule );
-}
-
-void BgpParseExtCommPluginBaseSm::addExtCommSubTypeTransGenericPart3SubRule(
-      const BgpParseExtCommSubTypeTransGenericPart3RuleKey& key,
-      const Kel::Ptr<const BgpParseExtComSubTypeTransGenericPart3RuleBase>& rule ) const {
-   enterSubRule( key, rule );
-}
-
-void BgpParseExtCommPluginBaseSm::addExtCommSubTypeNonTransTwoOctetAsSubRule(
-      const BgpParseExtCommSubTypeNonTransTwoOctetAsRuleKey& key,
-      const Kel::Ptr<const BgpParseExtComSubTypeNonTransTwoOctetAsRuleBase>& rule ) const {
-   enterSubRule( key, rule );
-}
-
-void BgpParseExtCommPluginBaseSm::addExtCommSubTypeNonTransIpv4AddressSubRule(
-      const BgpParseExtCommSubTypeNonTransIpv4AddressRuleKey& key,
-      const Kel::Ptr<const BgpParseExtComSubTypeNonTransIpv4AddressRuleBase>& rule ) const {
-   enterSubRule( key, rule );
-}
-
-void BgpParseExtCommPluginBaseSm::addExtCommSubTypeNonTransFourOctetAsSubRule(
-      const BgpParseExtCommSubTypeNonTransFourOctetAsRuleKey& key,
-      const Kel::Ptr<const BgpParseExtComSubTypeNonTransFourOctetAsRuleBase>& rule ) const {
-   enterSubRule( key, rule );
-}
-
-void BgpParseExtCommPluginBaseSm::addExtCommSubTypeNonTransOpaqueSubRule(
-      const BgpParseExtCommSubTypeNonTransOpaqueRuleKey& key,
-      const Kel::Ptr<const BgpParseExtComSubTypeNonTransOpaqueRuleBase>& rule ) const {
-   enterSubRule( key, rule );
-}
-
-void BgpParseExtCommPluginBaseSm::addExtCommIp6SubTypeTransSubRule(
-      const BgpParseExtCommIp6SubTypeTransRuleKey& key,
-      const Kel::Ptr<const BgpParseExtCommIp6SubTypeTransRuleBase>& rule ) const {
-   enterSubRule( key, rule );
-}
-
-void BgpParseExtCommPluginBaseSm::addExtCommIp6SubTypeNonTransSubRule(
-      const BgpParseExtCommIp6SubTypeNonTransRuleKey& key,
-      const Kel::Ptr<const BgpParseExtCommIp6SubTypeNonTransRuleBase>& rule ) const {
-   enterSubRule( key, rule );
-}
+#define OVBGP_PARSE_ADD( Kind, ... )                                                            \
+   template void BgpParseExtCommPluginBaseSm::addSubRule<BgpParseExtComm##Kind##Traits>(        \
+         const BgpParseExtCommRuleKey<BgpParseExtCommTypeRule<BgpParseExtComm##Kind##Traits>>&, \
+         const Kel::Ptr<const BgpParseExtComm##Kind##Traits::SubRuleBase>& ) const;
+OVBGP_PARSE_EXT_COMM_TYPE_RULES( OVBGP_PARSE_ADD )
+#undef OVBGP_PARSE_ADD
 
 } // namespace Routing::Bgp

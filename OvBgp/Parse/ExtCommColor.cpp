@@ -35,34 +35,4 @@ ExtCommColor::Ptr extCommColorFactory( const ExtCommContent& content ) {
    return ExtCommColor::ExtCommColorIs( content );
 }
 
-Kel::Ptr<const ExtComm> BgpParseExtComSubTypeTransOpaqueColorRule::inhale(
-      const ExtCommContent& content ) const {
-   return extCommColorFactory( content );
-}
-
-BgpParseExtCommColorSm::BgpParseExtCommColorSm(
-      const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections )
-      : BgpParseExtCommPluginBaseSm( ruleCollections ) {
-   handleStartup();
-}
-
-BgpParseExtCommColorSm::Ptr BgpParseExtCommColorSm::BgpParseExtCommColorSmIs(
-      const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections ) {
-   return Kel::makeActivePtr<BgpParseExtCommColorSm>( ruleCollections );
-}
-
-void BgpParseExtCommColorSm::instantiateExtCommSubTypeTransOpaqueSubRule(
-      const BgpParseExtCommSubTypeTransOpaqueRuleKey& key,
-      const BgpParseExtCommControl& control ) const {
-   traceInstantiate( "instantiateExtCommSubTypeTransOpaqueSubRule", "BgpParseExtCommColorSm" );
-   addExtCommSubTypeTransOpaqueSubRule(
-         key, bgpParseExtCommRuleFactory<BgpParseExtComSubTypeTransOpaqueColorRule>(
-                    control, extCommPktSubtypeTransOpaqueColorExtendedCommunity ) );
-}
-
-BgpParseExtCommColorSm::Ptr bgpParseExtCommColorSmFactory(
-      const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections ) {
-   return BgpParseExtCommColorSm::BgpParseExtCommColorSmIs( ruleCollections );
-}
-
 } // namespace Routing::Bgp

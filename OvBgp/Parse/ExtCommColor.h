@@ -40,39 +40,14 @@ ExtCommColor::Ptr extCommColorFactory( const ExtCommContent& content );
 
 // BgpParseExtComSubTypeTransOpaqueColorRule(): type 0x03
 // subtype 0x0B; builds a color community.
-class BgpParseExtComSubTypeTransOpaqueColorRule final
-      : public BgpParseExtComSubTypeTransOpaqueRuleBase {
- public:
-   using Ptr = Kel::Ptr<BgpParseExtComSubTypeTransOpaqueColorRule>;
-   using PtrConst = Kel::Ptr<const BgpParseExtComSubTypeTransOpaqueColorRule>;
-
-   explicit BgpParseExtComSubTypeTransOpaqueColorRule(
-         const BgpParseExtCommControl& control,
-         Subtype subType = extCommPktSubtypeTransOpaqueColorExtendedCommunity ) noexcept
-         : BgpParseExtComSubTypeTransOpaqueRuleBase( control, subType ) {}
-   Kel::Ptr<const ExtComm> inhale( const ExtCommContent& content ) const override;
-};
+OVBGP_PARSE_SUB_RULE( BgpParseExtComSubTypeTransOpaqueColorRule,
+                      BgpParseExtComSubTypeTransOpaqueRuleBase,
+                      extCommPktSubtypeTransOpaqueColorExtendedCommunity,
+                      extCommColorFactory( content ) )
 
 // BgpParseExtCommColorSm(): the plug-in that gives the transitive opaque type
-// rule its color sub-rule.
-class BgpParseExtCommColorSm final : public BgpParseExtCommPluginBaseSm {
- public:
-   using Ptr = Kel::Ptr<BgpParseExtCommColorSm>;
-   using PtrConst = Kel::Ptr<const BgpParseExtCommColorSm>;
-
-   // Construction offers the plug-in every type rule already registered.
-   explicit BgpParseExtCommColorSm(
-         const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections );
-   static Ptr BgpParseExtCommColorSmIs(
-         const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections );
-
-   void instantiateExtCommSubTypeTransOpaqueSubRule(
-         const BgpParseExtCommSubTypeTransOpaqueRuleKey& key,
-         const BgpParseExtCommControl& control ) const override;
-};
-
-// bgpParseExtCommColorSmFactory(): a new plug-in, notification on.
-BgpParseExtCommColorSm::Ptr bgpParseExtCommColorSmFactory(
-      const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections );
+// rule its color sub-rule. bgpParseExtCommColorSmFactory(): a new one, notification on.
+OVBGP_PARSE_PLUGIN( BgpParseExtCommColorSm, bgpParseExtCommColorSmFactory,
+                    BgpParseExtComSubTypeTransOpaqueColorRule )
 
 } // namespace Routing::Bgp

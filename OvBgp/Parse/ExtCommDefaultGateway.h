@@ -35,39 +35,14 @@ ExtCommDefaultGateway::Ptr extCommDefaultGatewayFactory( const ExtCommContent& c
 
 // BgpParseExtComSubTypeTransOpaqueDefaultGatewayRule(): type 0x03
 // subtype 0x0D; builds a default gateway community.
-class BgpParseExtComSubTypeTransOpaqueDefaultGatewayRule final
-      : public BgpParseExtComSubTypeTransOpaqueRuleBase {
- public:
-   using Ptr = Kel::Ptr<BgpParseExtComSubTypeTransOpaqueDefaultGatewayRule>;
-   using PtrConst = Kel::Ptr<const BgpParseExtComSubTypeTransOpaqueDefaultGatewayRule>;
-
-   explicit BgpParseExtComSubTypeTransOpaqueDefaultGatewayRule(
-         const BgpParseExtCommControl& control,
-         Subtype subType = extCommPktSubtypeTransOpaqueDefaultGateway ) noexcept
-         : BgpParseExtComSubTypeTransOpaqueRuleBase( control, subType ) {}
-   Kel::Ptr<const ExtComm> inhale( const ExtCommContent& content ) const override;
-};
+OVBGP_PARSE_SUB_RULE( BgpParseExtComSubTypeTransOpaqueDefaultGatewayRule,
+                      BgpParseExtComSubTypeTransOpaqueRuleBase,
+                      extCommPktSubtypeTransOpaqueDefaultGateway,
+                      extCommDefaultGatewayFactory( content ) )
 
 // BgpParseExtCommDefaultGatewaySm(): the plug-in that gives the transitive
-// opaque type rule its default gateway sub-rule.
-class BgpParseExtCommDefaultGatewaySm final : public BgpParseExtCommPluginBaseSm {
- public:
-   using Ptr = Kel::Ptr<BgpParseExtCommDefaultGatewaySm>;
-   using PtrConst = Kel::Ptr<const BgpParseExtCommDefaultGatewaySm>;
-
-   // Construction offers the plug-in every type rule already registered.
-   explicit BgpParseExtCommDefaultGatewaySm(
-         const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections );
-   static Ptr BgpParseExtCommDefaultGatewaySmIs(
-         const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections );
-
-   void instantiateExtCommSubTypeTransOpaqueSubRule(
-         const BgpParseExtCommSubTypeTransOpaqueRuleKey& key,
-         const BgpParseExtCommControl& control ) const override;
-};
-
-// bgpParseExtCommDefaultGatewaySmFactory(): a new plug-in, notification on.
-BgpParseExtCommDefaultGatewaySm::Ptr bgpParseExtCommDefaultGatewaySmFactory(
-      const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections );
+// opaque type rule its default gateway sub-rule. bgpParseExtCommDefaultGatewaySmFactory(): a new one, notification on.
+OVBGP_PARSE_PLUGIN( BgpParseExtCommDefaultGatewaySm, bgpParseExtCommDefaultGatewaySmFactory,
+                    BgpParseExtComSubTypeTransOpaqueDefaultGatewayRule )
 
 } // namespace Routing::Bgp

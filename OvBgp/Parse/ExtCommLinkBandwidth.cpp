@@ -63,36 +63,4 @@ ExtCommLinkBandwidth::Ptr extCommLinkBandwidthFactory( const ExtCommContent& con
    return ExtCommLinkBandwidth::ExtCommLinkBandwidthIs( content );
 }
 
-Kel::Ptr<const ExtComm> BgpParseExtComSubTypeNonTransTwoOctetAsLinkBandwidthRule::inhale(
-      const ExtCommContent& content ) const {
-   return extCommLinkBandwidthFactory( content );
-}
-
-BgpParseExtCommLinkBandwidthSm::BgpParseExtCommLinkBandwidthSm(
-      const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections )
-      : BgpParseExtCommPluginBaseSm( ruleCollections ) {
-   handleStartup();
-}
-
-BgpParseExtCommLinkBandwidthSm::Ptr
-BgpParseExtCommLinkBandwidthSm::BgpParseExtCommLinkBandwidthSmIs(
-      const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections ) {
-   return Kel::makeActivePtr<BgpParseExtCommLinkBandwidthSm>( ruleCollections );
-}
-
-void BgpParseExtCommLinkBandwidthSm::instantiateExtCommSubTypeNonTransTwoOctetAsSubRule(
-      const BgpParseExtCommSubTypeNonTransTwoOctetAsRuleKey& key,
-      const BgpParseExtCommControl& control ) const {
-   traceInstantiate( "instantiateExtCommSubTypeNonTransTwoOctetAsSubRule",
-                     "BgpParseExtCommLinkBandwidthSm" );
-   addExtCommSubTypeNonTransTwoOctetAsSubRule(
-         key, bgpParseExtCommRuleFactory<BgpParseExtComSubTypeNonTransTwoOctetAsLinkBandwidthRule>(
-                    control, extCommPktSubtypeNonTransTwoOctetAsLinkBandwidth ) );
-}
-
-BgpParseExtCommLinkBandwidthSm::Ptr bgpParseExtCommLinkBandwidthSmFactory(
-      const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections ) {
-   return BgpParseExtCommLinkBandwidthSm::BgpParseExtCommLinkBandwidthSmIs( ruleCollections );
-}
-
 } // namespace Routing::Bgp

@@ -60,39 +60,14 @@ ExtCommLinkBandwidth::Ptr extCommLinkBandwidthFactory( const ExtCommContent& con
 
 // BgpParseExtComSubTypeNonTransTwoOctetAsLinkBandwidthRule(): type 0x40
 // subtype 0x04; builds a link-bandwidth community.
-class BgpParseExtComSubTypeNonTransTwoOctetAsLinkBandwidthRule final
-      : public BgpParseExtComSubTypeNonTransTwoOctetAsRuleBase {
- public:
-   using Ptr = Kel::Ptr<BgpParseExtComSubTypeNonTransTwoOctetAsLinkBandwidthRule>;
-   using PtrConst = Kel::Ptr<const BgpParseExtComSubTypeNonTransTwoOctetAsLinkBandwidthRule>;
-
-   explicit BgpParseExtComSubTypeNonTransTwoOctetAsLinkBandwidthRule(
-         const BgpParseExtCommControl& control,
-         Subtype subType = extCommPktSubtypeNonTransTwoOctetAsLinkBandwidth ) noexcept
-         : BgpParseExtComSubTypeNonTransTwoOctetAsRuleBase( control, subType ) {}
-   Kel::Ptr<const ExtComm> inhale( const ExtCommContent& content ) const override;
-};
+OVBGP_PARSE_SUB_RULE( BgpParseExtComSubTypeNonTransTwoOctetAsLinkBandwidthRule,
+                      BgpParseExtComSubTypeNonTransTwoOctetAsRuleBase,
+                      extCommPktSubtypeNonTransTwoOctetAsLinkBandwidth,
+                      extCommLinkBandwidthFactory( content ) )
 
 // BgpParseExtCommLinkBandwidthSm(): the plug-in that gives the non-transitive
-// 2-octet AS type rule its link-bandwidth sub-rule.
-class BgpParseExtCommLinkBandwidthSm final : public BgpParseExtCommPluginBaseSm {
- public:
-   using Ptr = Kel::Ptr<BgpParseExtCommLinkBandwidthSm>;
-   using PtrConst = Kel::Ptr<const BgpParseExtCommLinkBandwidthSm>;
-
-   // Construction offers the plug-in every type rule already registered.
-   explicit BgpParseExtCommLinkBandwidthSm(
-         const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections );
-   static Ptr BgpParseExtCommLinkBandwidthSmIs(
-         const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections );
-
-   void instantiateExtCommSubTypeNonTransTwoOctetAsSubRule(
-         const BgpParseExtCommSubTypeNonTransTwoOctetAsRuleKey& key,
-         const BgpParseExtCommControl& control ) const override;
-};
-
-// bgpParseExtCommLinkBandwidthSmFactory(): a new plug-in, notification on.
-BgpParseExtCommLinkBandwidthSm::Ptr bgpParseExtCommLinkBandwidthSmFactory(
-      const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections );
+// 2-octet AS type rule its link-bandwidth sub-rule. bgpParseExtCommLinkBandwidthSmFactory(): a new one, notification on.
+OVBGP_PARSE_PLUGIN( BgpParseExtCommLinkBandwidthSm, bgpParseExtCommLinkBandwidthSmFactory,
+                    BgpParseExtComSubTypeNonTransTwoOctetAsLinkBandwidthRule )
 
 } // namespace Routing::Bgp

@@ -62,38 +62,4 @@ ExtCommOriginValidationState::Ptr extCommOriginValidationStateFactory(
    return ExtCommOriginValidationState::ExtCommOriginValidationStateIs( content );
 }
 
-Kel::Ptr<const ExtComm> BgpParseExtComSubTypeNonTransOpaqueOriginValidationStateRule::inhale(
-      const ExtCommContent& content ) const {
-   return extCommOriginValidationStateFactory( content );
-}
-
-BgpParseExtCommOriginValidationStateSm::BgpParseExtCommOriginValidationStateSm(
-      const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections )
-      : BgpParseExtCommPluginBaseSm( ruleCollections ) {
-   handleStartup();
-}
-
-BgpParseExtCommOriginValidationStateSm::Ptr
-BgpParseExtCommOriginValidationStateSm::BgpParseExtCommOriginValidationStateSmIs(
-      const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections ) {
-   return Kel::makeActivePtr<BgpParseExtCommOriginValidationStateSm>( ruleCollections );
-}
-
-void BgpParseExtCommOriginValidationStateSm::instantiateExtCommSubTypeNonTransOpaqueSubRule(
-      const BgpParseExtCommSubTypeNonTransOpaqueRuleKey& key,
-      const BgpParseExtCommControl& control ) const {
-   traceInstantiate( "instantiateExtCommSubTypeNonTransOpaqueSubRule",
-                     "BgpParseExtCommOriginValidationStateSm" );
-   addExtCommSubTypeNonTransOpaqueSubRule(
-         key,
-         bgpParseExtCommRuleFactory<BgpParseExtComSubTypeNonTransOpaqueOriginValidationStateRule>(
-               control, extCommPktSubtypeNonTransOriginValidationState ) );
-}
-
-BgpParseExtCommOriginValidationStateSm::Ptr bgpParseExtCommOriginValidationStateSmFactory(
-      const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections ) {
-   return BgpParseExtCommOriginValidationStateSm::BgpParseExtCommOriginValidationStateSmIs(
-         ruleCollections );
-}
-
 } // namespace Routing::Bgp

@@ -52,39 +52,15 @@ ExtCommOriginValidationState::Ptr extCommOriginValidationStateFactory(
 
 // BgpParseExtComSubTypeNonTransOpaqueOriginValidationStateRule(): type 0x43
 // subtype 0x00; builds an origin validation state community.
-class BgpParseExtComSubTypeNonTransOpaqueOriginValidationStateRule final
-      : public BgpParseExtComSubTypeNonTransOpaqueRuleBase {
- public:
-   using Ptr = Kel::Ptr<BgpParseExtComSubTypeNonTransOpaqueOriginValidationStateRule>;
-   using PtrConst = Kel::Ptr<const BgpParseExtComSubTypeNonTransOpaqueOriginValidationStateRule>;
-
-   explicit BgpParseExtComSubTypeNonTransOpaqueOriginValidationStateRule(
-         const BgpParseExtCommControl& control,
-         Subtype subType = extCommPktSubtypeNonTransOriginValidationState ) noexcept
-         : BgpParseExtComSubTypeNonTransOpaqueRuleBase( control, subType ) {}
-   Kel::Ptr<const ExtComm> inhale( const ExtCommContent& content ) const override;
-};
+OVBGP_PARSE_SUB_RULE( BgpParseExtComSubTypeNonTransOpaqueOriginValidationStateRule,
+                      BgpParseExtComSubTypeNonTransOpaqueRuleBase,
+                      extCommPktSubtypeNonTransOriginValidationState,
+                      extCommOriginValidationStateFactory( content ) )
 
 // BgpParseExtCommOriginValidationStateSm(): the plug-in that gives the
-// non-transitive opaque type rule its origin validation state sub-rule.
-class BgpParseExtCommOriginValidationStateSm final : public BgpParseExtCommPluginBaseSm {
- public:
-   using Ptr = Kel::Ptr<BgpParseExtCommOriginValidationStateSm>;
-   using PtrConst = Kel::Ptr<const BgpParseExtCommOriginValidationStateSm>;
-
-   // Construction offers the plug-in every type rule already registered.
-   explicit BgpParseExtCommOriginValidationStateSm(
-         const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections );
-   static Ptr BgpParseExtCommOriginValidationStateSmIs(
-         const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections );
-
-   void instantiateExtCommSubTypeNonTransOpaqueSubRule(
-         const BgpParseExtCommSubTypeNonTransOpaqueRuleKey& key,
-         const BgpParseExtCommControl& control ) const override;
-};
-
-// bgpParseExtCommOriginValidationStateSmFactory(): a new plug-in, notification on.
-BgpParseExtCommOriginValidationStateSm::Ptr bgpParseExtCommOriginValidationStateSmFactory(
-      const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections );
+// non-transitive opaque type rule its origin validation state sub-rule. bgpParseExtCommOriginValidationStateSmFactory(): a new one, notification on.
+OVBGP_PARSE_PLUGIN( BgpParseExtCommOriginValidationStateSm,
+                    bgpParseExtCommOriginValidationStateSmFactory,
+                    BgpParseExtComSubTypeNonTransOpaqueOriginValidationStateRule )
 
 } // namespace Routing::Bgp

@@ -10,6 +10,7 @@
 #pragma once
 
 #include <string_view>
+#include <type_traits>
 
 #include "Kel/Ptr.h"
 #include "OvBgp/Parse/ExtCommRules.h"
@@ -41,94 +42,31 @@ class BgpParseExtCommPluginBaseSm : public Kel::PtrInterface {
    // collection, with that rule's key and control; the base versions do
    // nothing. An override creates its sub-rule with (control, subtype) and
    // calls the matching add...SubRule().
-   virtual void instantiateExtendedCommunityTypeSubRule(
-         const BgpParseExtendedCommunityRuleKey& key, const BgpParseExtCommControl& control ) const;
-   virtual void instantiateExtCommSubTypeTransTwoOctetAsSubRule(
-         const BgpParseExtCommSubTypeTransTwoOctetAsRuleKey& key,
-         const BgpParseExtCommControl& control ) const;
-   virtual void instantiateExtCommSubTypeTransIpv4AddressSubRule(
-         const BgpParseExtCommSubTypeTransIpv4AddressRuleKey& key,
-         const BgpParseExtCommControl& control ) const;
-   virtual void instantiateExtCommSubTypeTransFourOctetAsSubRule(
-         const BgpParseExtCommSubTypeTransFourOctetAsRuleKey& key,
-         const BgpParseExtCommControl& control ) const;
-   virtual void instantiateExtCommSubTypeTransOpaqueSubRule(
-         const BgpParseExtCommSubTypeTransOpaqueRuleKey& key,
-         const BgpParseExtCommControl& control ) const;
-   virtual void instantiateExtCommSubTypeTransGenericSubRule(
-         const BgpParseExtCommSubTypeTransGenericRuleKey& key,
-         const BgpParseExtCommControl& control ) const;
-   virtual void instantiateExtCommSubTypeTransGenericPart2SubRule(
-         const BgpParseExtCommSubTypeTransGenericPart2RuleKey& key,
-         const BgpParseExtCommControl& control ) const;
-   virtual void instantiateExtCommSubTypeTransGenericPart3SubRule(
-         const BgpParseExtCommSubTypeTransGenericPart3RuleKey& key,
-         const BgpParseExtCommControl& control ) const;
-   virtual void instantiateExtCommSubTypeNonTransTwoOctetAsSubRule(
-         const BgpParseExtCommSubTypeNonTransTwoOctetAsRuleKey& key,
-         const BgpParseExtCommControl& control ) const;
-   virtual void instantiateExtCommSubTypeNonTransIpv4AddressSubRule(
-         const BgpParseExtCommSubTypeNonTransIpv4AddressRuleKey& key,
-         const BgpParseExtCommControl& control ) const;
-   virtual void instantiateExtCommSubTypeNonTransFourOctetAsSubRule(
-         const BgpParseExtCommSubTypeNonTransFourOctetAsRuleKey& key,
-         const BgpParseExtCommControl& control ) const;
-   virtual void instantiateExtCommSubTypeNonTransOpaqueSubRule(
-         const BgpParseExtCommSubTypeNonTransOpaqueRuleKey& key,
-         const BgpParseExtCommControl& control ) const;
-   virtual void instantiateExtCommIp6SubTypeTransSubRule(
-         const BgpParseExtCommIp6SubTypeTransRuleKey& key,
-         const BgpParseExtCommControl& control ) const;
-   virtual void instantiateExtCommIp6SubTypeNonTransSubRule(
-         const BgpParseExtCommIp6SubTypeNonTransRuleKey& key,
-         const BgpParseExtCommControl& control ) const;
+   virtual void instantiateExtendedCommunityTypeSubRule( const BgpParseExtendedCommunityRuleKey&,
+                                                         const BgpParseExtCommControl& ) const {}
+#define OVBGP_PARSE_INSTANTIATE( Kind, Stem, ... )                                        \
+   virtual void instantiateExtComm##Stem##SubRule( const BgpParseExtComm##Stem##RuleKey&, \
+                                                   const BgpParseExtCommControl& ) const {}
+   OVBGP_PARSE_EXT_COMM_TYPE_RULES( OVBGP_PARSE_INSTANTIATE )
+#undef OVBGP_PARSE_INSTANTIATE
 
    // addExtendedCommunityTypeSubRule(): enters rule with the keyed top-level
    // rule's typeRuleIs(); a null rule is a broken invariant ("__null != rule").
    void addExtendedCommunityTypeSubRule(
          const BgpParseExtendedCommunityRuleKey& key,
          const Kel::Ptr<const BgpParseExtendedCommunityTypeRuleBase>& rule ) const;
-   // add...SubRule(): enters rule with the keyed type rule's subTypeRuleIs();
-   // a null rule is a broken invariant ("rule != __null").
-   void addExtCommSubTypeTransTwoOctetAsSubRule(
-         const BgpParseExtCommSubTypeTransTwoOctetAsRuleKey& key,
-         const Kel::Ptr<const BgpParseExtComSubTypeTransTwoOctetAsRuleBase>& rule ) const;
-   void addExtCommSubTypeTransIpv4AddressSubRule(
-         const BgpParseExtCommSubTypeTransIpv4AddressRuleKey& key,
-         const Kel::Ptr<const BgpParseExtComSubTypeTransIpv4AddressRuleBase>& rule ) const;
-   void addExtCommSubTypeTransFourOctetAsSubRule(
-         const BgpParseExtCommSubTypeTransFourOctetAsRuleKey& key,
-         const Kel::Ptr<const BgpParseExtComSubTypeTransFourOctetAsRuleBase>& rule ) const;
-   void addExtCommSubTypeTransOpaqueSubRule(
-         const BgpParseExtCommSubTypeTransOpaqueRuleKey& key,
-         const Kel::Ptr<const BgpParseExtComSubTypeTransOpaqueRuleBase>& rule ) const;
-   void addExtCommSubTypeTransGenericSubRule(
-         const BgpParseExtCommSubTypeTransGenericRuleKey& key,
-         const Kel::Ptr<const BgpParseExtComSubTypeTransGenericRuleBase>& rule ) const;
-   void addExtCommSubTypeTransGenericPart2SubRule(
-         const BgpParseExtCommSubTypeTransGenericPart2RuleKey& key,
-         const Kel::Ptr<const BgpParseExtComSubTypeTransGenericPart2RuleBase>& rule ) const;
-   void addExtCommSubTypeTransGenericPart3SubRule(
-         const BgpParseExtCommSubTypeTransGenericPart3RuleKey& key,
-         const Kel::Ptr<const BgpParseExtComSubTypeTransGenericPart3RuleBase>& rule ) const;
-   void addExtCommSubTypeNonTransTwoOctetAsSubRule(
-         const BgpParseExtCommSubTypeNonTransTwoOctetAsRuleKey& key,
-         const Kel::Ptr<const BgpParseExtComSubTypeNonTransTwoOctetAsRuleBase>& rule ) const;
-   void addExtCommSubTypeNonTransIpv4AddressSubRule(
-         const BgpParseExtCommSubTypeNonTransIpv4AddressRuleKey& key,
-         const Kel::Ptr<const BgpParseExtComSubTypeNonTransIpv4AddressRuleBase>& rule ) const;
-   void addExtCommSubTypeNonTransFourOctetAsSubRule(
-         const BgpParseExtCommSubTypeNonTransFourOctetAsRuleKey& key,
-         const Kel::Ptr<const BgpParseExtComSubTypeNonTransFourOctetAsRuleBase>& rule ) const;
-   void addExtCommSubTypeNonTransOpaqueSubRule(
-         const BgpParseExtCommSubTypeNonTransOpaqueRuleKey& key,
-         const Kel::Ptr<const BgpParseExtComSubTypeNonTransOpaqueRuleBase>& rule ) const;
-   void addExtCommIp6SubTypeTransSubRule(
-         const BgpParseExtCommIp6SubTypeTransRuleKey& key,
-         const Kel::Ptr<const BgpParseExtCommIp6SubTypeTransRuleBase>& rule ) const;
-   void addExtCommIp6SubTypeNonTransSubRule(
-         const BgpParseExtCommIp6SubTypeNonTransRuleKey& key,
-         const Kel::Ptr<const BgpParseExtCommIp6SubTypeNonTransRuleBase>& rule ) const;
+   // addSubRule() / add...SubRule(): enters rule with the keyed type rule's
+   // subTypeRuleIs(); a null rule is a broken invariant ("rule != __null").
+   template<class Traits>
+   void addSubRule( const BgpParseExtCommRuleKey<BgpParseExtCommTypeRule<Traits>>& key,
+                    const Kel::Ptr<const typename Traits::SubRuleBase>& rule ) const;
+#define OVBGP_PARSE_ADD( Kind, Stem, SubRuleBase, ... )                              \
+   void addExtComm##Stem##SubRule( const BgpParseExtComm##Stem##RuleKey& key,        \
+                                   const Kel::Ptr<const SubRuleBase>& rule ) const { \
+      addSubRule<BgpParseExtComm##Kind##Traits>( key, rule );                        \
+   }
+   OVBGP_PARSE_EXT_COMM_TYPE_RULES( OVBGP_PARSE_ADD )
+#undef OVBGP_PARSE_ADD
 
    // handle...RuleInstance(key): a change of one collection; when the key is
    // entered (an insertion), calls the matching instantiate...SubRule() with
@@ -137,45 +75,11 @@ class BgpParseExtCommPluginBaseSm : public Kel::PtrInterface {
    void handleExtendedCommunityTypeRuleInstance(
          const BgpParseExtendedCommunityRuleKey& key ) const;
    void handleExtendedCommunityTypeRuleInstance() const;
-   void handleExtendedCommSubTypeTransTwoOctetAsRuleInstance(
-         const BgpParseExtCommSubTypeTransTwoOctetAsRuleKey& key ) const;
-   void handleExtendedCommSubTypeTransTwoOctetAsRuleInstance() const;
-   void handleExtendedCommSubTypeTransIpv4AddressRuleInstance(
-         const BgpParseExtCommSubTypeTransIpv4AddressRuleKey& key ) const;
-   void handleExtendedCommSubTypeTransIpv4AddressRuleInstance() const;
-   void handleExtendedCommSubTypeTransFourOctetAsRuleInstance(
-         const BgpParseExtCommSubTypeTransFourOctetAsRuleKey& key ) const;
-   void handleExtendedCommSubTypeTransFourOctetAsRuleInstance() const;
-   void handleExtendedCommSubTypeTransOpaqueRuleInstance(
-         const BgpParseExtCommSubTypeTransOpaqueRuleKey& key ) const;
-   void handleExtendedCommSubTypeTransOpaqueRuleInstance() const;
-   void handleExtendedCommSubTypeTransGenericRuleInstance(
-         const BgpParseExtCommSubTypeTransGenericRuleKey& key ) const;
-   void handleExtendedCommSubTypeTransGenericRuleInstance() const;
-   void handleExtendedCommSubTypeTransGenericPart2RuleInstance(
-         const BgpParseExtCommSubTypeTransGenericPart2RuleKey& key ) const;
-   void handleExtendedCommSubTypeTransGenericPart2RuleInstance() const;
-   void handleExtendedCommSubTypeTransGenericPart3RuleInstance(
-         const BgpParseExtCommSubTypeTransGenericPart3RuleKey& key ) const;
-   void handleExtendedCommSubTypeTransGenericPart3RuleInstance() const;
-   void handleExtendedCommSubTypeNonTransTwoOctetAsRuleInstance(
-         const BgpParseExtCommSubTypeNonTransTwoOctetAsRuleKey& key ) const;
-   void handleExtendedCommSubTypeNonTransTwoOctetAsRuleInstance() const;
-   void handleExtendedCommSubTypeNonTransIpv4AddressRuleInstance(
-         const BgpParseExtCommSubTypeNonTransIpv4AddressRuleKey& key ) const;
-   void handleExtendedCommSubTypeNonTransIpv4AddressRuleInstance() const;
-   void handleExtendedCommSubTypeNonTransFourOctetAsRuleInstance(
-         const BgpParseExtCommSubTypeNonTransFourOctetAsRuleKey& key ) const;
-   void handleExtendedCommSubTypeNonTransFourOctetAsRuleInstance() const;
-   void handleExtendedCommSubTypeNonTransOpaqueRuleInstance(
-         const BgpParseExtCommSubTypeNonTransOpaqueRuleKey& key ) const;
-   void handleExtendedCommSubTypeNonTransOpaqueRuleInstance() const;
-   void handleExtendedCommIp6SubTypeTransRuleInstance(
-         const BgpParseExtCommIp6SubTypeTransRuleKey& key ) const;
-   void handleExtendedCommIp6SubTypeTransRuleInstance() const;
-   void handleExtendedCommIp6SubTypeNonTransRuleInstance(
-         const BgpParseExtCommIp6SubTypeNonTransRuleKey& key ) const;
-   void handleExtendedCommIp6SubTypeNonTransRuleInstance() const;
+#define OVBGP_PARSE_HANDLE( Kind, Stem, ... )                                                      \
+   void handleExtendedComm##Stem##RuleInstance( const BgpParseExtComm##Stem##RuleKey& key ) const; \
+   void handleExtendedComm##Stem##RuleInstance() const;
+   OVBGP_PARSE_EXT_COMM_TYPE_RULES( OVBGP_PARSE_HANDLE )
+#undef OVBGP_PARSE_HANDLE
 
    // handleStartup(): every all-entries handler, top-level first, then the
    // type rules in table order (TransTwoOctetAs ... NonTransOpaque, Ip6Trans,
@@ -197,33 +101,16 @@ class BgpParseExtCommPluginBaseSm : public Kel::PtrInterface {
     public:
       explicit KelRuleCollections( const BgpParseExtCommPluginBaseSm* owner ) : owner_( owner ) {}
       void handleExtendedCommunityTypeRuleInstance(
-            const BgpParseExtendedCommunityRuleKey& key ) override;
-      void handleExtendedCommSubTypeTransTwoOctetAsRuleInstance(
-            const BgpParseExtCommSubTypeTransTwoOctetAsRuleKey& key ) override;
-      void handleExtendedCommSubTypeTransIpv4AddressRuleInstance(
-            const BgpParseExtCommSubTypeTransIpv4AddressRuleKey& key ) override;
-      void handleExtendedCommSubTypeTransFourOctetAsRuleInstance(
-            const BgpParseExtCommSubTypeTransFourOctetAsRuleKey& key ) override;
-      void handleExtendedCommSubTypeTransOpaqueRuleInstance(
-            const BgpParseExtCommSubTypeTransOpaqueRuleKey& key ) override;
-      void handleExtendedCommSubTypeTransGenericRuleInstance(
-            const BgpParseExtCommSubTypeTransGenericRuleKey& key ) override;
-      void handleExtendedCommSubTypeTransGenericPart2RuleInstance(
-            const BgpParseExtCommSubTypeTransGenericPart2RuleKey& key ) override;
-      void handleExtendedCommSubTypeTransGenericPart3RuleInstance(
-            const BgpParseExtCommSubTypeTransGenericPart3RuleKey& key ) override;
-      void handleExtendedCommSubTypeNonTransTwoOctetAsRuleInstance(
-            const BgpParseExtCommSubTypeNonTransTwoOctetAsRuleKey& key ) override;
-      void handleExtendedCommSubTypeNonTransIpv4AddressRuleInstance(
-            const BgpParseExtCommSubTypeNonTransIpv4AddressRuleKey& key ) override;
-      void handleExtendedCommSubTypeNonTransFourOctetAsRuleInstance(
-            const BgpParseExtCommSubTypeNonTransFourOctetAsRuleKey& key ) override;
-      void handleExtendedCommSubTypeNonTransOpaqueRuleInstance(
-            const BgpParseExtCommSubTypeNonTransOpaqueRuleKey& key ) override;
-      void handleExtendedCommIp6SubTypeTransRuleInstance(
-            const BgpParseExtCommIp6SubTypeTransRuleKey& key ) override;
-      void handleExtendedCommIp6SubTypeNonTransRuleInstance(
-            const BgpParseExtCommIp6SubTypeNonTransRuleKey& key ) override;
+            const BgpParseExtendedCommunityRuleKey& key ) override {
+         owner_->handleExtendedCommunityTypeRuleInstance( key );
+      }
+#define OVBGP_PARSE_ROUTE( Kind, Stem, ... )                                                \
+   void handleExtendedComm##Stem##RuleInstance( const BgpParseExtComm##Stem##RuleKey& key ) \
+         override {                                                                         \
+      owner_->handleExtendedComm##Stem##RuleInstance( key );                                \
+   }
+      OVBGP_PARSE_EXT_COMM_TYPE_RULES( OVBGP_PARSE_ROUTE )
+#undef OVBGP_PARSE_ROUTE
 
     private:
       const BgpParseExtCommPluginBaseSm* owner_;
@@ -241,5 +128,74 @@ class BgpParseExtCommPluginBaseSm : public Kel::PtrInterface {
    Kel::Ptr<const BgpParseExtCommRuleCollections> ruleCollections_;
    KelRuleCollections kelRuleCollections_{ this };
 };
+
+// BgpParseExtCommSubRulePluginSm<SubRules...>(): a plug-in that gives every
+// type rule of each SubRule's kind a new SubRule, made with the control and
+// SubRule's own subtype; a plug-in of the library is one of these, named.
+// Construction offers it every type rule already registered.
+template<class... SubRules>
+class BgpParseExtCommSubRulePluginSm : public BgpParseExtCommPluginBaseSm {
+ public:
+   // name: the plug-in's name in the trace lines; it must outlive the plug-in.
+   BgpParseExtCommSubRulePluginSm(
+         const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections,
+         std::string_view name )
+         : BgpParseExtCommPluginBaseSm( ruleCollections ), name_( name ) {
+      handleStartup();
+   }
+
+#define OVBGP_PARSE_OFFER( Kind, Stem, ... )                                          \
+   void instantiateExtComm##Stem##SubRule( const BgpParseExtComm##Stem##RuleKey& key, \
+                                           const BgpParseExtCommControl& control )    \
+         const override {                                                             \
+      ( offer<BgpParseExtComm##Kind##Traits, SubRules>( key, control ), ... );        \
+   }
+   OVBGP_PARSE_EXT_COMM_TYPE_RULES( OVBGP_PARSE_OFFER )
+#undef OVBGP_PARSE_OFFER
+
+ private:
+   template<class Traits, class SubRule>
+   void offer( const BgpParseExtCommRuleKey<BgpParseExtCommTypeRule<Traits>>& key,
+               const BgpParseExtCommControl& control ) const {
+      if constexpr ( std::is_same_v<typename SubRule::Traits, Traits> ) {
+         traceInstantiate( Traits::instantiateName, name_ );
+         addSubRule<Traits>( key, bgpParseExtCommRuleFactory<SubRule>( control ) );
+      }
+   }
+
+   std::string_view name_;
+};
+
+// OVBGP_PARSE_SUB_RULE( Name, Base, subtype, value ): the sub-rule class Name
+// of Base's kind, entered under subtype, whose inhale() returns value (an
+// expression of content).
+#define OVBGP_PARSE_SUB_RULE( Name, Base, subtype, value )                                       \
+   class Name final : public Base {                                                              \
+    public:                                                                                      \
+      using Ptr = Kel::Ptr<Name>;                                                                \
+      using PtrConst = Kel::Ptr<const Name>;                                                     \
+      explicit Name( const BgpParseExtCommControl& control, Subtype subType = subtype ) noexcept \
+            : Base( control, subType ) {}                                                        \
+      Kel::Ptr<const Value> inhale( const Content& content ) const override { return value; }    \
+   };
+
+// OVBGP_PARSE_PLUGIN( Name, factory, SubRules... ): the plug-in class Name
+// serving SubRules, with Name::NameIs(ruleCollections) and the free factory.
+#define OVBGP_PARSE_PLUGIN( Name, factory, ... )                                             \
+   class Name final : public BgpParseExtCommSubRulePluginSm<__VA_ARGS__> {                   \
+    public:                                                                                  \
+      using Ptr = Kel::Ptr<Name>;                                                            \
+      using PtrConst = Kel::Ptr<const Name>;                                                 \
+      explicit Name( const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections ) \
+            : BgpParseExtCommSubRulePluginSm<__VA_ARGS__>( ruleCollections, #Name ) {}       \
+      static Ptr Name##Is(                                                                   \
+            const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections ) {        \
+         return Kel::makeActivePtr<Name>( ruleCollections );                                 \
+      }                                                                                      \
+   };                                                                                        \
+   inline Name::Ptr factory(                                                                 \
+         const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections ) {           \
+      return Name::Name##Is( ruleCollections );                                              \
+   }
 
 } // namespace Routing::Bgp

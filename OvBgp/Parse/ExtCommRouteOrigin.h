@@ -61,75 +61,30 @@ ExtCommRouteOriginIpv4Address::Ptr extCommRouteOriginIpv4AddressFactory(
 
 // BgpParseExtComSubTypeTransTwoOctetAsRouteOriginRule(): type 0x00 subtype
 // 0x03; builds a 2-octet AS route origin.
-class BgpParseExtComSubTypeTransTwoOctetAsRouteOriginRule final
-      : public BgpParseExtComSubTypeTransTwoOctetAsRuleBase {
- public:
-   using Ptr = Kel::Ptr<BgpParseExtComSubTypeTransTwoOctetAsRouteOriginRule>;
-   using PtrConst = Kel::Ptr<const BgpParseExtComSubTypeTransTwoOctetAsRouteOriginRule>;
-
-   explicit BgpParseExtComSubTypeTransTwoOctetAsRouteOriginRule(
-         const BgpParseExtCommControl& control,
-         Subtype subType = extCommPktSubtypeTransTwoOctetAsRouteOrigin ) noexcept
-         : BgpParseExtComSubTypeTransTwoOctetAsRuleBase( control, subType ) {}
-   Kel::Ptr<const ExtComm> inhale( const ExtCommContent& content ) const override;
-};
+OVBGP_PARSE_SUB_RULE( BgpParseExtComSubTypeTransTwoOctetAsRouteOriginRule,
+                      BgpParseExtComSubTypeTransTwoOctetAsRuleBase,
+                      extCommPktSubtypeTransTwoOctetAsRouteOrigin,
+                      extCommRouteOriginAsFactory( content, false ) )
 
 // BgpParseExtComSubTypeTransIpv4AddressRouteOriginRule(): type 0x01
 // subtype 0x03; builds an IPv4-address route origin.
-class BgpParseExtComSubTypeTransIpv4AddressRouteOriginRule final
-      : public BgpParseExtComSubTypeTransIpv4AddressRuleBase {
- public:
-   using Ptr = Kel::Ptr<BgpParseExtComSubTypeTransIpv4AddressRouteOriginRule>;
-   using PtrConst = Kel::Ptr<const BgpParseExtComSubTypeTransIpv4AddressRouteOriginRule>;
-
-   explicit BgpParseExtComSubTypeTransIpv4AddressRouteOriginRule(
-         const BgpParseExtCommControl& control,
-         Subtype subType = extCommPktSubtypeTransIpv4AddressRouteOrigin ) noexcept
-         : BgpParseExtComSubTypeTransIpv4AddressRuleBase( control, subType ) {}
-   Kel::Ptr<const ExtComm> inhale( const ExtCommContent& content ) const override;
-};
+OVBGP_PARSE_SUB_RULE( BgpParseExtComSubTypeTransIpv4AddressRouteOriginRule,
+                      BgpParseExtComSubTypeTransIpv4AddressRuleBase,
+                      extCommPktSubtypeTransIpv4AddressRouteOrigin,
+                      extCommRouteOriginIpv4AddressFactory( content ) )
 
 // BgpParseExtComSubTypeTransFourOctetAsRouteOriginRule(): type 0x02
 // subtype 0x03; builds a 4-octet AS route origin.
-class BgpParseExtComSubTypeTransFourOctetAsRouteOriginRule final
-      : public BgpParseExtComSubTypeTransFourOctetAsRuleBase {
- public:
-   using Ptr = Kel::Ptr<BgpParseExtComSubTypeTransFourOctetAsRouteOriginRule>;
-   using PtrConst = Kel::Ptr<const BgpParseExtComSubTypeTransFourOctetAsRouteOriginRule>;
-
-   explicit BgpParseExtComSubTypeTransFourOctetAsRouteOriginRule(
-         const BgpParseExtCommControl& control,
-         Subtype subType = extCommPktSubtypeTransFourOctetAsRouteOrigin ) noexcept
-         : BgpParseExtComSubTypeTransFourOctetAsRuleBase( control, subType ) {}
-   Kel::Ptr<const ExtComm> inhale( const ExtCommContent& content ) const override;
-};
+OVBGP_PARSE_SUB_RULE( BgpParseExtComSubTypeTransFourOctetAsRouteOriginRule,
+                      BgpParseExtComSubTypeTransFourOctetAsRuleBase,
+                      extCommPktSubtypeTransFourOctetAsRouteOrigin,
+                      extCommRouteOriginAsFactory( content, true ) )
 
 // BgpParseExtCommRouteOriginSm(): the plug-in that gives each of the three
-// transitive AS / IPv4 type rules its route-origin sub-rule.
-class BgpParseExtCommRouteOriginSm final : public BgpParseExtCommPluginBaseSm {
- public:
-   using Ptr = Kel::Ptr<BgpParseExtCommRouteOriginSm>;
-   using PtrConst = Kel::Ptr<const BgpParseExtCommRouteOriginSm>;
-
-   // Construction offers the plug-in every type rule already registered.
-   explicit BgpParseExtCommRouteOriginSm(
-         const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections );
-   static Ptr BgpParseExtCommRouteOriginSmIs(
-         const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections );
-
-   void instantiateExtCommSubTypeTransTwoOctetAsSubRule(
-         const BgpParseExtCommSubTypeTransTwoOctetAsRuleKey& key,
-         const BgpParseExtCommControl& control ) const override;
-   void instantiateExtCommSubTypeTransIpv4AddressSubRule(
-         const BgpParseExtCommSubTypeTransIpv4AddressRuleKey& key,
-         const BgpParseExtCommControl& control ) const override;
-   void instantiateExtCommSubTypeTransFourOctetAsSubRule(
-         const BgpParseExtCommSubTypeTransFourOctetAsRuleKey& key,
-         const BgpParseExtCommControl& control ) const override;
-};
-
-// bgpParseExtCommRouteOriginSmFactory(): a new plug-in, notification on.
-BgpParseExtCommRouteOriginSm::Ptr bgpParseExtCommRouteOriginSmFactory(
-      const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections );
+// transitive AS / IPv4 type rules its route-origin sub-rule. bgpParseExtCommRouteOriginSmFactory(): a new one, notification on.
+OVBGP_PARSE_PLUGIN( BgpParseExtCommRouteOriginSm, bgpParseExtCommRouteOriginSmFactory,
+                    BgpParseExtComSubTypeTransTwoOctetAsRouteOriginRule,
+                    BgpParseExtComSubTypeTransIpv4AddressRouteOriginRule,
+                    BgpParseExtComSubTypeTransFourOctetAsRouteOriginRule )
 
 } // namespace Routing::Bgp

@@ -61,75 +61,30 @@ ExtCommRouteTargetIpv4Address::Ptr extCommRouteTargetIpv4AddressFactory(
 
 // BgpParseExtComSubTypeTransTwoOctetAsRouteTargetRule(): type 0x00 subtype
 // 0x02; builds a 2-octet AS route target.
-class BgpParseExtComSubTypeTransTwoOctetAsRouteTargetRule final
-      : public BgpParseExtComSubTypeTransTwoOctetAsRuleBase {
- public:
-   using Ptr = Kel::Ptr<BgpParseExtComSubTypeTransTwoOctetAsRouteTargetRule>;
-   using PtrConst = Kel::Ptr<const BgpParseExtComSubTypeTransTwoOctetAsRouteTargetRule>;
-
-   explicit BgpParseExtComSubTypeTransTwoOctetAsRouteTargetRule(
-         const BgpParseExtCommControl& control,
-         Subtype subType = extCommPktSubtypeTransTwoOctetAsRouteTarget ) noexcept
-         : BgpParseExtComSubTypeTransTwoOctetAsRuleBase( control, subType ) {}
-   Kel::Ptr<const ExtComm> inhale( const ExtCommContent& content ) const override;
-};
+OVBGP_PARSE_SUB_RULE( BgpParseExtComSubTypeTransTwoOctetAsRouteTargetRule,
+                      BgpParseExtComSubTypeTransTwoOctetAsRuleBase,
+                      extCommPktSubtypeTransTwoOctetAsRouteTarget,
+                      extCommRouteTargetAsFactory( content, false ) )
 
 // BgpParseExtComSubTypeTransIpv4AddressRouteTargetRule(): type 0x01
 // subtype 0x02; builds an IPv4-address route target.
-class BgpParseExtComSubTypeTransIpv4AddressRouteTargetRule final
-      : public BgpParseExtComSubTypeTransIpv4AddressRuleBase {
- public:
-   using Ptr = Kel::Ptr<BgpParseExtComSubTypeTransIpv4AddressRouteTargetRule>;
-   using PtrConst = Kel::Ptr<const BgpParseExtComSubTypeTransIpv4AddressRouteTargetRule>;
-
-   explicit BgpParseExtComSubTypeTransIpv4AddressRouteTargetRule(
-         const BgpParseExtCommControl& control,
-         Subtype subType = extCommPktSubtypeTransIpv4AddressRouteTarget ) noexcept
-         : BgpParseExtComSubTypeTransIpv4AddressRuleBase( control, subType ) {}
-   Kel::Ptr<const ExtComm> inhale( const ExtCommContent& content ) const override;
-};
+OVBGP_PARSE_SUB_RULE( BgpParseExtComSubTypeTransIpv4AddressRouteTargetRule,
+                      BgpParseExtComSubTypeTransIpv4AddressRuleBase,
+                      extCommPktSubtypeTransIpv4AddressRouteTarget,
+                      extCommRouteTargetIpv4AddressFactory( content ) )
 
 // BgpParseExtComSubTypeTransFourOctetAsRouteTargetRule(): type 0x02
 // subtype 0x02; builds a 4-octet AS route target.
-class BgpParseExtComSubTypeTransFourOctetAsRouteTargetRule final
-      : public BgpParseExtComSubTypeTransFourOctetAsRuleBase {
- public:
-   using Ptr = Kel::Ptr<BgpParseExtComSubTypeTransFourOctetAsRouteTargetRule>;
-   using PtrConst = Kel::Ptr<const BgpParseExtComSubTypeTransFourOctetAsRouteTargetRule>;
-
-   explicit BgpParseExtComSubTypeTransFourOctetAsRouteTargetRule(
-         const BgpParseExtCommControl& control,
-         Subtype subType = extCommPktSubtypeTransFourOctetAsRouteTarget ) noexcept
-         : BgpParseExtComSubTypeTransFourOctetAsRuleBase( control, subType ) {}
-   Kel::Ptr<const ExtComm> inhale( const ExtCommContent& content ) const override;
-};
+OVBGP_PARSE_SUB_RULE( BgpParseExtComSubTypeTransFourOctetAsRouteTargetRule,
+                      BgpParseExtComSubTypeTransFourOctetAsRuleBase,
+                      extCommPktSubtypeTransFourOctetAsRouteTarget,
+                      extCommRouteTargetAsFactory( content, true ) )
 
 // BgpParseExtCommRouteTargetSm(): the plug-in that gives each of the three
-// transitive AS / IPv4 type rules its route-target sub-rule.
-class BgpParseExtCommRouteTargetSm final : public BgpParseExtCommPluginBaseSm {
- public:
-   using Ptr = Kel::Ptr<BgpParseExtCommRouteTargetSm>;
-   using PtrConst = Kel::Ptr<const BgpParseExtCommRouteTargetSm>;
-
-   // Construction offers the plug-in every type rule already registered.
-   explicit BgpParseExtCommRouteTargetSm(
-         const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections );
-   static Ptr BgpParseExtCommRouteTargetSmIs(
-         const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections );
-
-   void instantiateExtCommSubTypeTransTwoOctetAsSubRule(
-         const BgpParseExtCommSubTypeTransTwoOctetAsRuleKey& key,
-         const BgpParseExtCommControl& control ) const override;
-   void instantiateExtCommSubTypeTransIpv4AddressSubRule(
-         const BgpParseExtCommSubTypeTransIpv4AddressRuleKey& key,
-         const BgpParseExtCommControl& control ) const override;
-   void instantiateExtCommSubTypeTransFourOctetAsSubRule(
-         const BgpParseExtCommSubTypeTransFourOctetAsRuleKey& key,
-         const BgpParseExtCommControl& control ) const override;
-};
-
-// bgpParseExtCommRouteTargetSmFactory(): a new plug-in, notification on.
-BgpParseExtCommRouteTargetSm::Ptr bgpParseExtCommRouteTargetSmFactory(
-      const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections );
+// transitive AS / IPv4 type rules its route-target sub-rule. bgpParseExtCommRouteTargetSmFactory(): a new one, notification on.
+OVBGP_PARSE_PLUGIN( BgpParseExtCommRouteTargetSm, bgpParseExtCommRouteTargetSmFactory,
+                    BgpParseExtComSubTypeTransTwoOctetAsRouteTargetRule,
+                    BgpParseExtComSubTypeTransIpv4AddressRouteTargetRule,
+                    BgpParseExtComSubTypeTransFourOctetAsRouteTargetRule )
 
 } // namespace Routing::Bgp

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <ostream>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 
 #include "Kel/Exception.h"
@@ -18,101 +19,80 @@ namespace {
 constexpr std::string_view kControlName = "Routing::Bgp::BgpParseExtCommControl";
 constexpr std::string_view kRuleCollections = "ruleCollections";
 
-// throwNullRule(): the error of a null rule handed to a table mutator.
-[[noreturn]] void throwNullRule( const char* operation ) {
-   throw Kel::NullArgumentException( Kel::String( operation ) + ": rule is null" );
+// answer(): what the rule entered under key builds for content, when key is
+// a member of KeyEnum and the rule answers; otherwise null. One level of the
+// dispatch: a bit test, a load and the rule's inhale().
+template<class KeyEnum, class Rule, class Content>
+auto answer( const BgpParseExtCommRuleTable<Rule>& table, U8 key, const Content& content )
+      -> decltype( table.find( key )->inhale( content ) ) {
+   if ( bgpIsValidEnumMember( KeyEnum( key ) ) ) {
+      if ( const Rule* rule = table.find( key ) ) {
+         return rule->inhale( content );
+      }
+   }
+   return nullptr;
 }
 
-template<class Table>
-size_t countEntries( const Table& table ) noexcept {
-   return size_t( std::count_if( table.begin(), table.end(),
+} // namespace
+
+// fallback<Traits>(): the type's value for a content no sub-rule answers,
+// unclassified, the content unchanged.
+template<class Traits>
+Kel::Ptr<const typename Traits::Value> fallback( const typename Traits::Content& c ) {
+   constexpr ExtCommClassification none = extCommClassificationUnSpecified;
+   using enum BgpParseExtCommFallback;
+   if constexpr ( Traits::fallback == asNumber || Traits::fallback == asNumber4 ) {
+      return ExtCommAsNumber::ExtCommAsNumberIs( none, c, Traits::fallback == asNumber4 );
+   } else if constexpr ( Traits::fallback == ipv4Address ) {
+      return ExtCommIpv4Address::ExtCommIpv4AddressIs( none, c );
+   } else if constexpr ( Traits::fallback == subtyped ) {
+      return ExtCommSubtyped::ExtCommSubtypedIs( none, c );
+   } else {
+      return ExtCommIp6Subtyped::ExtCommIp6SubtypedIs( none, c );
+   }
+}
+
+// ---------------------------------------------------------------------------
+// BgpParseExtCommRuleTable<Rule>
+
+template<class Rule>
+size_t BgpParseExtCommRuleTable<Rule>::count() const noexcept {
+   return size_t( std::count_if( entries_.begin(), entries_.end(),
                                  []( const auto& entry ) { return bool( entry ); } ) );
 }
 
-// enter(): the one update rule of every table: a different object under the
-// same key replaces the entry, the same object changes nothing. The previous
-// occupant is released only after the table holds the new one, so its
-// destructor sees a consistent table.
-template<class Table, class Rule>
-void enter( Table& table, unsigned index, const Kel::Ptr<const Rule>& rule,
-            const char* operation ) {
-   if ( index > 0xFF ) {
+template<class Rule>
+void BgpParseExtCommRuleTable<Rule>::is( const Kel::Ptr<const Rule>& rule, unsigned key,
+                                         const char* operation ) {
+   if ( !rule ) {
+      throw Kel::NullArgumentException( Kel::String( operation ) + ": rule is null" );
+   }
+   if ( key > 0xFF ) {
       throw Kel::RangeException( Kel::String( operation ) + ": key is beyond an octet" );
    }
-   if ( table[ index ] == rule ) {
-      return;
-   }
-   Kel::Ptr<const Rule> previous = std::exchange( table[ index ], rule );
-}
-
-template<class Table>
-void release( Table& table, unsigned index ) {
-   if ( index <= 0xFF ) {
-      auto previous = std::move( table[ index ] );
-      table[ index ] = nullptr;
+   if ( entries_[ key ] != rule ) {
+      Kel::Ptr<const Rule> previous = std::exchange( entries_[ key ], rule );
    }
 }
 
-// releaseAll(): empties a table; each rule goes after its entry is cleared.
-template<class Table>
-void releaseAll( Table& table ) {
-   for ( auto& entry : table ) {
+template<class Rule>
+void BgpParseExtCommRuleTable<Rule>::del( unsigned key ) {
+   if ( key <= 0xFF ) {
+      auto previous = std::move( entries_[ key ] );
+      entries_[ key ] = nullptr;
+   }
+}
+
+template<class Rule>
+void BgpParseExtCommRuleTable<Rule>::delAll() {
+   for ( auto& entry : entries_ ) {
       auto previous = std::move( entry );
       entry = nullptr;
    }
 }
 
-} // namespace
-
-// ---------------------------------------------------------------------------
-// Fallbacks: every value with classification unspecified and the content
-// unchanged.
-
-Kel::Ptr<const ExtComm> BgpParseExtCommTransTwoOctetAsTraits::fallback( const ExtCommContent& c ) {
-   return ExtCommAsNumber::ExtCommAsNumberIs( extCommClassificationUnSpecified, c, false );
-}
-Kel::Ptr<const ExtComm> BgpParseExtCommTransIpv4AddressTraits::fallback( const ExtCommContent& c ) {
-   return ExtCommIpv4Address::ExtCommIpv4AddressIs( extCommClassificationUnSpecified, c );
-}
-Kel::Ptr<const ExtComm> BgpParseExtCommTransFourOctetAsTraits::fallback( const ExtCommContent& c ) {
-   return ExtCommAsNumber::ExtCommAsNumberIs( extCommClassificationUnSpecified, c, true );
-}
-Kel::Ptr<const ExtComm> BgpParseExtCommTransOpaqueTraits::fallback( const ExtCommContent& c ) {
-   return ExtCommSubtyped::ExtCommSubtypedIs( extCommClassificationUnSpecified, c );
-}
-Kel::Ptr<const ExtComm> BgpParseExtCommTransGenericTraits::fallback( const ExtCommContent& c ) {
-   return ExtCommSubtyped::ExtCommSubtypedIs( extCommClassificationUnSpecified, c );
-}
-Kel::Ptr<const ExtComm> BgpParseExtCommTransGenericPart2Traits::fallback(
-      const ExtCommContent& c ) {
-   return ExtCommSubtyped::ExtCommSubtypedIs( extCommClassificationUnSpecified, c );
-}
-Kel::Ptr<const ExtComm> BgpParseExtCommTransGenericPart3Traits::fallback(
-      const ExtCommContent& c ) {
-   return ExtCommSubtyped::ExtCommSubtypedIs( extCommClassificationUnSpecified, c );
-}
-Kel::Ptr<const ExtComm> BgpParseExtCommNonTransTwoOctetAsTraits::fallback(
-      const ExtCommContent& c ) {
-   return ExtCommAsNumber::ExtCommAsNumberIs( extCommClassificationUnSpecified, c, false );
-}
-Kel::Ptr<const ExtComm> BgpParseExtCommNonTransIpv4AddressTraits::fallback(
-      const ExtCommContent& c ) {
-   return ExtCommIpv4Address::ExtCommIpv4AddressIs( extCommClassificationUnSpecified, c );
-}
-Kel::Ptr<const ExtComm> BgpParseExtCommNonTransFourOctetAsTraits::fallback(
-      const ExtCommContent& c ) {
-   return ExtCommAsNumber::ExtCommAsNumberIs( extCommClassificationUnSpecified, c, true );
-}
-Kel::Ptr<const ExtComm> BgpParseExtCommNonTransOpaqueTraits::fallback( const ExtCommContent& c ) {
-   return ExtCommSubtyped::ExtCommSubtypedIs( extCommClassificationUnSpecified, c );
-}
-Kel::Ptr<const ExtCommIp6> BgpParseExtCommIp6TransTraits::fallback( const ExtCommIp6Content& c ) {
-   return ExtCommIp6Subtyped::ExtCommIp6SubtypedIs( extCommClassificationUnSpecified, c );
-}
-Kel::Ptr<const ExtCommIp6> BgpParseExtCommIp6NonTransTraits::fallback(
-      const ExtCommIp6Content& c ) {
-   return ExtCommIp6Subtyped::ExtCommIp6SubtypedIs( extCommClassificationUnSpecified, c );
-}
+template class BgpParseExtCommRuleTable<BgpParseExtendedCommunityTypeRuleBase>;
+template class BgpParseExtCommRuleTable<BgpParseExtendedCommunityIp6TypeRuleBase>;
 
 // ---------------------------------------------------------------------------
 // BgpParseExtCommRuleCollections
@@ -124,63 +104,6 @@ BgpParseExtCommRuleCollections::BgpParseExtCommRuleCollectionsIs() {
 
 BgpParseExtCommRuleCollections::Ptr bgpParseExtCommRuleCollectionsFactory() {
    return BgpParseExtCommRuleCollections::BgpParseExtCommRuleCollectionsIs();
-}
-
-void BgpParseExtCommRuleCollections::handle( Notifiee* n,
-                                             const BgpParseExtendedCommunityRuleKey& key ) {
-   n->handleExtendedCommunityTypeRuleInstance( key );
-}
-void BgpParseExtCommRuleCollections::handle(
-      Notifiee* n, const BgpParseExtCommSubTypeTransTwoOctetAsRuleKey& key ) {
-   n->handleExtendedCommSubTypeTransTwoOctetAsRuleInstance( key );
-}
-void BgpParseExtCommRuleCollections::handle(
-      Notifiee* n, const BgpParseExtCommSubTypeTransIpv4AddressRuleKey& key ) {
-   n->handleExtendedCommSubTypeTransIpv4AddressRuleInstance( key );
-}
-void BgpParseExtCommRuleCollections::handle(
-      Notifiee* n, const BgpParseExtCommSubTypeTransFourOctetAsRuleKey& key ) {
-   n->handleExtendedCommSubTypeTransFourOctetAsRuleInstance( key );
-}
-void BgpParseExtCommRuleCollections::handle( Notifiee* n,
-                                             const BgpParseExtCommSubTypeTransOpaqueRuleKey& key ) {
-   n->handleExtendedCommSubTypeTransOpaqueRuleInstance( key );
-}
-void BgpParseExtCommRuleCollections::handle(
-      Notifiee* n, const BgpParseExtCommSubTypeTransGenericRuleKey& key ) {
-   n->handleExtendedCommSubTypeTransGenericRuleInstance( key );
-}
-void BgpParseExtCommRuleCollections::handle(
-      Notifiee* n, const BgpParseExtCommSubTypeTransGenericPart2RuleKey& key ) {
-   n->handleExtendedCommSubTypeTransGenericPart2RuleInstance( key );
-}
-void BgpParseExtCommRuleCollections::handle(
-      Notifiee* n, const BgpParseExtCommSubTypeTransGenericPart3RuleKey& key ) {
-   n->handleExtendedCommSubTypeTransGenericPart3RuleInstance( key );
-}
-void BgpParseExtCommRuleCollections::handle(
-      Notifiee* n, const BgpParseExtCommSubTypeNonTransTwoOctetAsRuleKey& key ) {
-   n->handleExtendedCommSubTypeNonTransTwoOctetAsRuleInstance( key );
-}
-void BgpParseExtCommRuleCollections::handle(
-      Notifiee* n, const BgpParseExtCommSubTypeNonTransIpv4AddressRuleKey& key ) {
-   n->handleExtendedCommSubTypeNonTransIpv4AddressRuleInstance( key );
-}
-void BgpParseExtCommRuleCollections::handle(
-      Notifiee* n, const BgpParseExtCommSubTypeNonTransFourOctetAsRuleKey& key ) {
-   n->handleExtendedCommSubTypeNonTransFourOctetAsRuleInstance( key );
-}
-void BgpParseExtCommRuleCollections::handle(
-      Notifiee* n, const BgpParseExtCommSubTypeNonTransOpaqueRuleKey& key ) {
-   n->handleExtendedCommSubTypeNonTransOpaqueRuleInstance( key );
-}
-void BgpParseExtCommRuleCollections::handle( Notifiee* n,
-                                             const BgpParseExtCommIp6SubTypeTransRuleKey& key ) {
-   n->handleExtendedCommIp6SubTypeTransRuleInstance( key );
-}
-void BgpParseExtCommRuleCollections::handle( Notifiee* n,
-                                             const BgpParseExtCommIp6SubTypeNonTransRuleKey& key ) {
-   n->handleExtendedCommIp6SubTypeNonTransRuleInstance( key );
 }
 
 // ---------------------------------------------------------------------------
@@ -240,39 +163,10 @@ BgpParseExtCommTypeRule<Traits>::~BgpParseExtCommTypeRule() {
 template<class Traits>
 Kel::Ptr<const typename Traits::Value> BgpParseExtCommTypeRule<Traits>::inhale(
       const Content& content ) const {
-   const U8 subType = Traits::subtypeOctet( content );
-   if ( bgpIsValidEnumMember( Subtype( subType ) ) ) {
-      if ( const SubRuleBase* subRule = subTypeRule_[ subType ].ptr() ) {
-         if ( Kel::Ptr<const Value> value = subRule->inhale( content ) ) {
-            return value;
-         }
-      }
+   if ( auto value = answer<Subtype>( subTypeRule_, Traits::subtypeOctet( content ), content ) ) {
+      return value;
    }
-   return Traits::fallback( content );
-}
-
-template<class Traits>
-size_t BgpParseExtCommTypeRule<Traits>::subTypeRuleCount() const noexcept {
-   return countEntries( subTypeRule_ );
-}
-
-template<class Traits>
-void BgpParseExtCommTypeRule<Traits>::subTypeRuleIs(
-      const Kel::Ptr<const SubRuleBase>& subRule ) const {
-   if ( !subRule ) {
-      throwNullRule( "BgpParseExtCommTypeRule::subTypeRuleIs" );
-   }
-   enter( subTypeRule_, subRule->subType(), subRule, "BgpParseExtCommTypeRule::subTypeRuleIs" );
-}
-
-template<class Traits>
-void BgpParseExtCommTypeRule<Traits>::subTypeRuleDel( Subtype subType ) const {
-   release( subTypeRule_, subType );
-}
-
-template<class Traits>
-void BgpParseExtCommTypeRule<Traits>::subTypeRuleDelAll() const {
-   releaseAll( subTypeRule_ );
+   return fallback<Traits>( content );
 }
 
 template<class Traits>
@@ -291,22 +185,29 @@ void BgpParseExtCommTypeRule<Traits>::handleDel() const {
    }
 }
 
-template class BgpParseExtCommTypeRule<BgpParseExtCommTransTwoOctetAsTraits>;
-template class BgpParseExtCommTypeRule<BgpParseExtCommTransIpv4AddressTraits>;
-template class BgpParseExtCommTypeRule<BgpParseExtCommTransFourOctetAsTraits>;
-template class BgpParseExtCommTypeRule<BgpParseExtCommTransOpaqueTraits>;
-template class BgpParseExtCommTypeRule<BgpParseExtCommTransGenericTraits>;
-template class BgpParseExtCommTypeRule<BgpParseExtCommTransGenericPart2Traits>;
-template class BgpParseExtCommTypeRule<BgpParseExtCommTransGenericPart3Traits>;
-template class BgpParseExtCommTypeRule<BgpParseExtCommNonTransTwoOctetAsTraits>;
-template class BgpParseExtCommTypeRule<BgpParseExtCommNonTransIpv4AddressTraits>;
-template class BgpParseExtCommTypeRule<BgpParseExtCommNonTransFourOctetAsTraits>;
-template class BgpParseExtCommTypeRule<BgpParseExtCommNonTransOpaqueTraits>;
-template class BgpParseExtCommTypeRule<BgpParseExtCommIp6TransTraits>;
-template class BgpParseExtCommTypeRule<BgpParseExtCommIp6NonTransTraits>;
+#define OVBGP_PARSE_INSTANTIATE( Kind, ... )                                            \
+   template class BgpParseExtCommRuleTable<BgpParseExtComm##Kind##Traits::SubRuleBase>; \
+   template class BgpParseExtCommTypeRule<BgpParseExtComm##Kind##Traits>;
+OVBGP_PARSE_EXT_COMM_TYPE_RULES( OVBGP_PARSE_INSTANTIATE )
+#undef OVBGP_PARSE_INSTANTIATE
 
 // ---------------------------------------------------------------------------
 // BgpParseExtendedCommunityRule
+
+namespace {
+
+// createTypeRule<Rule>(): a new Rule, entered into the table of its width.
+template<class Rule>
+void createTypeRule( const BgpParseExtendedCommunityRule& top, const BgpParseExtCommControl& c ) {
+   auto rule = bgpParseExtCommRuleFactory<Rule>( c );
+   if constexpr ( std::is_same_v<typename Rule::Value, ExtCommIp6> ) {
+      top.ip6TypeRuleIs( rule );
+   } else {
+      top.typeRuleIs( rule );
+   }
+}
+
+} // namespace
 
 BgpParseExtendedCommunityRule::BgpParseExtendedCommunityRule(
       const BgpParseExtCommControl& control )
@@ -324,19 +225,10 @@ BgpParseExtendedCommunityRule::~BgpParseExtendedCommunityRule() {
 
 void BgpParseExtendedCommunityRule::handleInitialized() {
    const BgpParseExtCommControl& c = control();
-   typeRuleIs( bgpParseExtCommRuleFactory<BgpParseExtCommTransTwoOctetAsRule>( c ) );
-   typeRuleIs( bgpParseExtCommRuleFactory<BgpParseExtCommTransIpv4AddressRule>( c ) );
-   typeRuleIs( bgpParseExtCommRuleFactory<BgpParseExtCommTransFourOctetAsRule>( c ) );
-   typeRuleIs( bgpParseExtCommRuleFactory<BgpParseExtCommTransOpaqueRule>( c ) );
-   typeRuleIs( bgpParseExtCommRuleFactory<BgpParseExtCommTransGenericRule>( c ) );
-   typeRuleIs( bgpParseExtCommRuleFactory<BgpParseExtCommTransGenericPart2Rule>( c ) );
-   typeRuleIs( bgpParseExtCommRuleFactory<BgpParseExtCommTransGenericPart3Rule>( c ) );
-   typeRuleIs( bgpParseExtCommRuleFactory<BgpParseExtCommNonTransTwoOctetAsRule>( c ) );
-   typeRuleIs( bgpParseExtCommRuleFactory<BgpParseExtCommNonTransIpv4AddressRule>( c ) );
-   typeRuleIs( bgpParseExtCommRuleFactory<BgpParseExtCommNonTransFourOctetAsRule>( c ) );
-   typeRuleIs( bgpParseExtCommRuleFactory<BgpParseExtCommNonTransOpaqueRule>( c ) );
-   ip6TypeRuleIs( bgpParseExtCommRuleFactory<BgpParseExtCommIp6TransRule>( c ) );
-   ip6TypeRuleIs( bgpParseExtCommRuleFactory<BgpParseExtCommIp6NonTransRule>( c ) );
+   // Every type rule of the table, in its order, each into the table of its width.
+#define OVBGP_PARSE_CREATE( Kind, ... ) createTypeRule<BgpParseExtComm##Kind##Rule>( *this, c );
+   OVBGP_PARSE_EXT_COMM_TYPE_RULES( OVBGP_PARSE_CREATE )
+#undef OVBGP_PARSE_CREATE
    // Last, so that a plug-in hearing of the top-level rule finds every type
    // rule in place. If an observer throws, the entry must not outlive us.
    if ( const auto& collections = c.ruleCollections() ) {
@@ -351,26 +243,16 @@ void BgpParseExtendedCommunityRule::handleInitialized() {
 
 Kel::Ptr<const ExtComm> BgpParseExtendedCommunityRule::parseExtendedCommunity(
       const ExtCommContent& content ) const {
-   const U8 type = content.typeOctet();
-   if ( bgpIsValidEnumMember( BgpExtCommPktType( type ) ) ) {
-      if ( const BgpParseExtendedCommunityTypeRuleBase* rule = typeRule_[ type ].ptr() ) {
-         if ( Kel::Ptr<const ExtComm> value = rule->inhale( content ) ) {
-            return value;
-         }
-      }
+   if ( auto value = answer<BgpExtCommPktType>( typeRule_, content.typeOctet(), content ) ) {
+      return value;
    }
    return extCommFactory( extCommClassificationUnSpecified, content );
 }
 
 Kel::Ptr<const ExtCommIp6> BgpParseExtendedCommunityRule::parseExtendedCommunityIp6(
       const ExtCommIp6Content& content ) const {
-   const U8 type = content.typeOctet;
-   if ( bgpIsValidEnumMember( BgpExtCommIp6PktType( type ) ) ) {
-      if ( const BgpParseExtendedCommunityIp6TypeRuleBase* rule = ip6TypeRule_[ type ].ptr() ) {
-         if ( Kel::Ptr<const ExtCommIp6> value = rule->inhale( content ) ) {
-            return value;
-         }
-      }
+   if ( auto value = answer<BgpExtCommIp6PktType>( ip6TypeRule_, content.typeOctet, content ) ) {
+      return value;
    }
    return extCommIp6Factory( extCommClassificationUnSpecified, content );
 }
@@ -381,42 +263,6 @@ Kel::String BgpParseExtendedCommunityRule::showString( U64 content, bool formatA
    return parseExtendedCommunity( ExtCommContent( content ) )
          ->toStrepForUI( formatAsDot, ucmpLinkbwWeighted, formatJson );
 }
-
-size_t BgpParseExtendedCommunityRule::typeRuleCount() const noexcept {
-   return countEntries( typeRule_ );
-}
-
-void BgpParseExtendedCommunityRule::typeRuleIs(
-      const Kel::Ptr<const BgpParseExtendedCommunityTypeRuleBase>& rule ) const {
-   if ( !rule ) {
-      throwNullRule( "BgpParseExtendedCommunityRule::typeRuleIs" );
-   }
-   enter( typeRule_, rule->type(), rule, "BgpParseExtendedCommunityRule::typeRuleIs" );
-}
-
-void BgpParseExtendedCommunityRule::typeRuleDel( BgpExtCommPktType type ) const {
-   release( typeRule_, type );
-}
-
-void BgpParseExtendedCommunityRule::typeRuleDelAll() const { releaseAll( typeRule_ ); }
-
-size_t BgpParseExtendedCommunityRule::ip6TypeRuleCount() const noexcept {
-   return countEntries( ip6TypeRule_ );
-}
-
-void BgpParseExtendedCommunityRule::ip6TypeRuleIs(
-      const Kel::Ptr<const BgpParseExtendedCommunityIp6TypeRuleBase>& rule ) const {
-   if ( !rule ) {
-      throwNullRule( "BgpParseExtendedCommunityRule::ip6TypeRuleIs" );
-   }
-   enter( ip6TypeRule_, rule->type(), rule, "BgpParseExtendedCommunityRule::ip6TypeRuleIs" );
-}
-
-void BgpParseExtendedCommunityRule::ip6TypeRuleDel( BgpExtCommIp6PktType type ) const {
-   release( ip6TypeRule_, type );
-}
-
-void BgpParseExtendedCommunityRule::ip6TypeRuleDelAll() const { releaseAll( ip6TypeRule_ ); }
 
 BgpParseExtendedCommunityRule::Ptr bgpParseExtendedCommunityRuleFactory(
       const BgpParseExtCommControl& control ) {

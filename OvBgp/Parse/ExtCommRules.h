@@ -20,6 +20,7 @@
 #include <cstddef>
 #include <functional>
 #include <iosfwd>
+#include <string_view>
 #include <tuple>
 #include <unordered_map>
 #include <vector>
@@ -41,158 +42,116 @@ class BgpParseExtendedCommunityIp6TypeRuleBase;
 template<class Traits>
 class BgpParseExtCommTypeRule;
 
+// ---------------------------------------------------------------------------
+// The table of type rules: one row per type rule, in the order in which the
+// top-level rule creates them and a plug-in's start-up pass offers them.
+// Everything named per kind below is generated from it, so a new type rule is
+// one row.
+//
+//   X( Kind, Stem, SubRuleBase, Width, type, Subtype, fallback, entered )
+//
+// Kind names the type rule BgpParseExtComm<Kind>Rule and its traits; Stem
+// names its key BgpParseExtComm<Stem>RuleKey, its collection
+// extendedComm<Stem>RuleInstance with the handler handleExtendedComm<Stem>...,
+// and the plug-in's instantiateExtComm<Stem>SubRule / addExtComm<Stem>SubRule.
+// SubRuleBase is the base plug-ins derive their sub-rules from; Width is
+// EightOctet or Ip6; fallback is what an unanswered content becomes (always
+// unclassified); entered is false for the one rule kept out of its collection
+// on purpose (IPv6 non-transitive: no plug-in is offered it, so every 0x40
+// content takes the fallback; its subtype enum has no member anyway).
+#define OVBGP_PARSE_EXT_COMM_TYPE_RULES( X )                                                       \
+   X( TransTwoOctetAs, SubTypeTransTwoOctetAs, BgpParseExtComSubTypeTransTwoOctetAsRuleBase,       \
+      EightOctet, extCommPktTypeTransTwoOctetAs, BgpExtCommPktSubtypeTransTwoOctetAs, asNumber,    \
+      true )                                                                                       \
+   X( TransIpv4Address, SubTypeTransIpv4Address, BgpParseExtComSubTypeTransIpv4AddressRuleBase,    \
+      EightOctet, extCommPktTypeTransIpv4Address, BgpExtCommPktSubtypeTransIpv4Address,            \
+      ipv4Address, true )                                                                          \
+   X( TransFourOctetAs, SubTypeTransFourOctetAs, BgpParseExtComSubTypeTransFourOctetAsRuleBase,    \
+      EightOctet, extCommPktTypeTransFourOctetAs, BgpExtCommPktSubtypeTransFourOctetAs, asNumber4, \
+      true )                                                                                       \
+   X( TransOpaque, SubTypeTransOpaque, BgpParseExtComSubTypeTransOpaqueRuleBase, EightOctet,       \
+      extCommPktTypeTransOpaque, BgpExtCommPktSubtypeTransOpaque, subtyped, true )                 \
+   X( TransGeneric, SubTypeTransGeneric, BgpParseExtComSubTypeTransGenericRuleBase, EightOctet,    \
+      extCommPktTypeTransGeneric, BgpExtCommPktSubtypeTransGeneric, subtyped, true )               \
+   X( TransGenericPart2, SubTypeTransGenericPart2, BgpParseExtComSubTypeTransGenericPart2RuleBase, \
+      EightOctet, extCommPktTypeTransGenericPart2, BgpExtCommPktSubtypeTransGenericPart2,          \
+      subtyped, true )                                                                             \
+   X( TransGenericPart3, SubTypeTransGenericPart3, BgpParseExtComSubTypeTransGenericPart3RuleBase, \
+      EightOctet, extCommPktTypeTransGenericPart3, BgpExtCommPktSubtypeTransGenericPart3,          \
+      subtyped, true )                                                                             \
+   X( NonTransTwoOctetAs, SubTypeNonTransTwoOctetAs,                                               \
+      BgpParseExtComSubTypeNonTransTwoOctetAsRuleBase, EightOctet,                                 \
+      extCommPktTypeNonTransTwoOctetAs, BgpExtCommPktSubtypeNonTransTwoOctetAs, asNumber, true )   \
+   X( NonTransIpv4Address, SubTypeNonTransIpv4Address,                                             \
+      BgpParseExtComSubTypeNonTransIpv4AddressRuleBase, EightOctet,                                \
+      extCommPktTypeNonTransIpv4Address, BgpExtCommPktSubtypeNonTransIpv4Address, ipv4Address,     \
+      true )                                                                                       \
+   X( NonTransFourOctetAs, SubTypeNonTransFourOctetAs,                                             \
+      BgpParseExtComSubTypeNonTransFourOctetAsRuleBase, EightOctet,                                \
+      extCommPktTypeNonTransFourOctetAs, BgpExtCommPktSubtypeNonTransFourOctetAs, asNumber4,       \
+      true )                                                                                       \
+   X( NonTransOpaque, SubTypeNonTransOpaque, BgpParseExtComSubTypeNonTransOpaqueRuleBase,          \
+      EightOctet, extCommPktTypeNonTransOpaque, BgpExtCommPktSubtypeNonTransOpaque, subtyped,      \
+      true )                                                                                       \
+   X( Ip6Trans, Ip6SubTypeTrans, BgpParseExtCommIp6SubTypeTransRuleBase, Ip6,                      \
+      extCommIp6PktTypeTransIpv6Address, BgpExtCommIp6PktSubtypeTransIpv6Address, ip6Subtyped,     \
+      true )                                                                                       \
+   X( Ip6NonTrans, Ip6SubTypeNonTrans, BgpParseExtCommIp6SubTypeNonTransRuleBase, Ip6,             \
+      extCommIp6PktTypeNonTransIpv6Address, BgpExtCommIp6PktSubtypeNonTransIpv6Address,            \
+      ip6Subtyped, false )
+
 // The sub-rule bases, one per type rule; plug-ins derive their sub-rules
 // from these.
-class BgpParseExtComSubTypeTransTwoOctetAsRuleBase;
-class BgpParseExtComSubTypeTransIpv4AddressRuleBase;
-class BgpParseExtComSubTypeTransFourOctetAsRuleBase;
-class BgpParseExtComSubTypeTransOpaqueRuleBase;
-class BgpParseExtComSubTypeTransGenericRuleBase;
-class BgpParseExtComSubTypeTransGenericPart2RuleBase;
-class BgpParseExtComSubTypeTransGenericPart3RuleBase;
-class BgpParseExtComSubTypeNonTransTwoOctetAsRuleBase;
-class BgpParseExtComSubTypeNonTransIpv4AddressRuleBase;
-class BgpParseExtComSubTypeNonTransFourOctetAsRuleBase;
-class BgpParseExtComSubTypeNonTransOpaqueRuleBase;
-class BgpParseExtCommIp6SubTypeTransRuleBase;
-class BgpParseExtCommIp6SubTypeNonTransRuleBase;
+#define OVBGP_PARSE_DECLARE( Kind, Stem, SubRuleBase, ... ) class SubRuleBase;
+OVBGP_PARSE_EXT_COMM_TYPE_RULES( OVBGP_PARSE_DECLARE )
+#undef OVBGP_PARSE_DECLARE
 
 // ---------------------------------------------------------------------------
 // Traits: what the shared type-rule and sub-rule templates need to know of
-// each of the thirteen type rules. fallback() builds the value for a content
-// that no sub-rule answers, always with classification unspecified.
+// each type rule.
+
+// BgpParseExtCommFallback: the value built for a content that no sub-rule
+// answers: an ExtCommAsNumber (2- or 4-octet), an ExtCommIpv4Address, an
+// ExtCommSubtyped or an ExtCommIp6Subtyped.
+enum class BgpParseExtCommFallback { asNumber, asNumber4, ipv4Address, subtyped, ip6Subtyped };
+
+// BgpParseExtCommWidthTraits<...>: what the kinds of one width share.
+template<class TypeEnumT, class TypeRuleBaseT, class ValueT, class ContentT>
+struct BgpParseExtCommWidthTraits {
+   using TypeEnum = TypeEnumT;
+   using TypeRuleBase = TypeRuleBaseT;
+   using Value = ValueT;
+   using Content = ContentT;
+};
 
 // BgpParseExtCommEightOctetTraits: common part of the eleven 8-octet kinds.
-struct BgpParseExtCommEightOctetTraits {
-   using TypeEnum = BgpExtCommPktType;
-   using TypeRuleBase = BgpParseExtendedCommunityTypeRuleBase;
-   using Value = ExtComm;
-   using Content = ExtCommContent;
-   // enteredInCollection: whether the type rule registers itself.
-   static constexpr bool enteredInCollection = true;
-   static constexpr U8 subtypeOctet( const Content& content ) noexcept {
-      return content.subtypeOctet();
-   }
+struct BgpParseExtCommEightOctetTraits
+      : BgpParseExtCommWidthTraits<BgpExtCommPktType, BgpParseExtendedCommunityTypeRuleBase,
+                                   ExtComm, ExtCommContent> {
+   static constexpr U8 subtypeOctet( const Content& c ) noexcept { return c.subtypeOctet(); }
 };
 
 // BgpParseExtCommIp6Traits: common part of the two 20-octet kinds.
-struct BgpParseExtCommIp6Traits {
-   using TypeEnum = BgpExtCommIp6PktType;
-   using TypeRuleBase = BgpParseExtendedCommunityIp6TypeRuleBase;
-   using Value = ExtCommIp6;
-   using Content = ExtCommIp6Content;
-   static constexpr bool enteredInCollection = true;
-   static constexpr U8 subtypeOctet( const Content& content ) noexcept {
-      return content.subtypeOctet;
-   }
+struct BgpParseExtCommIp6Traits
+      : BgpParseExtCommWidthTraits<BgpExtCommIp6PktType, BgpParseExtendedCommunityIp6TypeRuleBase,
+                                   ExtCommIp6, ExtCommIp6Content> {
+   static constexpr U8 subtypeOctet( const Content& c ) noexcept { return c.subtypeOctet; }
 };
 
-// BgpParseExtCommTransTwoOctetAsTraits: type 0x00; ExtCommAsNumber, 2-octet.
-struct BgpParseExtCommTransTwoOctetAsTraits : BgpParseExtCommEightOctetTraits {
-   using Subtype = BgpExtCommPktSubtypeTransTwoOctetAs;
-   using SubRuleBase = BgpParseExtComSubTypeTransTwoOctetAsRuleBase;
-   static constexpr BgpExtCommPktType type = extCommPktTypeTransTwoOctetAs;
-   static Kel::Ptr<const ExtComm> fallback( const ExtCommContent& content );
-};
-
-// BgpParseExtCommTransIpv4AddressTraits: type 0x01; ExtCommIpv4Address.
-struct BgpParseExtCommTransIpv4AddressTraits : BgpParseExtCommEightOctetTraits {
-   using Subtype = BgpExtCommPktSubtypeTransIpv4Address;
-   using SubRuleBase = BgpParseExtComSubTypeTransIpv4AddressRuleBase;
-   static constexpr BgpExtCommPktType type = extCommPktTypeTransIpv4Address;
-   static Kel::Ptr<const ExtComm> fallback( const ExtCommContent& content );
-};
-
-// BgpParseExtCommTransFourOctetAsTraits: type 0x02; ExtCommAsNumber, 4-octet.
-struct BgpParseExtCommTransFourOctetAsTraits : BgpParseExtCommEightOctetTraits {
-   using Subtype = BgpExtCommPktSubtypeTransFourOctetAs;
-   using SubRuleBase = BgpParseExtComSubTypeTransFourOctetAsRuleBase;
-   static constexpr BgpExtCommPktType type = extCommPktTypeTransFourOctetAs;
-   static Kel::Ptr<const ExtComm> fallback( const ExtCommContent& content );
-};
-
-// BgpParseExtCommTransOpaqueTraits: type 0x03; ExtCommSubtyped.
-struct BgpParseExtCommTransOpaqueTraits : BgpParseExtCommEightOctetTraits {
-   using Subtype = BgpExtCommPktSubtypeTransOpaque;
-   using SubRuleBase = BgpParseExtComSubTypeTransOpaqueRuleBase;
-   static constexpr BgpExtCommPktType type = extCommPktTypeTransOpaque;
-   static Kel::Ptr<const ExtComm> fallback( const ExtCommContent& content );
-};
-
-// BgpParseExtCommTransGenericTraits: type 0x80; ExtCommSubtyped.
-struct BgpParseExtCommTransGenericTraits : BgpParseExtCommEightOctetTraits {
-   using Subtype = BgpExtCommPktSubtypeTransGeneric;
-   using SubRuleBase = BgpParseExtComSubTypeTransGenericRuleBase;
-   static constexpr BgpExtCommPktType type = extCommPktTypeTransGeneric;
-   static Kel::Ptr<const ExtComm> fallback( const ExtCommContent& content );
-};
-
-// BgpParseExtCommTransGenericPart2Traits: type 0x81; ExtCommSubtyped.
-struct BgpParseExtCommTransGenericPart2Traits : BgpParseExtCommEightOctetTraits {
-   using Subtype = BgpExtCommPktSubtypeTransGenericPart2;
-   using SubRuleBase = BgpParseExtComSubTypeTransGenericPart2RuleBase;
-   static constexpr BgpExtCommPktType type = extCommPktTypeTransGenericPart2;
-   static Kel::Ptr<const ExtComm> fallback( const ExtCommContent& content );
-};
-
-// BgpParseExtCommTransGenericPart3Traits: type 0x82; ExtCommSubtyped.
-struct BgpParseExtCommTransGenericPart3Traits : BgpParseExtCommEightOctetTraits {
-   using Subtype = BgpExtCommPktSubtypeTransGenericPart3;
-   using SubRuleBase = BgpParseExtComSubTypeTransGenericPart3RuleBase;
-   static constexpr BgpExtCommPktType type = extCommPktTypeTransGenericPart3;
-   static Kel::Ptr<const ExtComm> fallback( const ExtCommContent& content );
-};
-
-// BgpParseExtCommNonTransTwoOctetAsTraits: type 0x40; ExtCommAsNumber, 2-octet.
-struct BgpParseExtCommNonTransTwoOctetAsTraits : BgpParseExtCommEightOctetTraits {
-   using Subtype = BgpExtCommPktSubtypeNonTransTwoOctetAs;
-   using SubRuleBase = BgpParseExtComSubTypeNonTransTwoOctetAsRuleBase;
-   static constexpr BgpExtCommPktType type = extCommPktTypeNonTransTwoOctetAs;
-   static Kel::Ptr<const ExtComm> fallback( const ExtCommContent& content );
-};
-
-// BgpParseExtCommNonTransIpv4AddressTraits: type 0x41; ExtCommIpv4Address.
-struct BgpParseExtCommNonTransIpv4AddressTraits : BgpParseExtCommEightOctetTraits {
-   using Subtype = BgpExtCommPktSubtypeNonTransIpv4Address;
-   using SubRuleBase = BgpParseExtComSubTypeNonTransIpv4AddressRuleBase;
-   static constexpr BgpExtCommPktType type = extCommPktTypeNonTransIpv4Address;
-   static Kel::Ptr<const ExtComm> fallback( const ExtCommContent& content );
-};
-
-// BgpParseExtCommNonTransFourOctetAsTraits: type 0x42; ExtCommAsNumber, 4-octet.
-struct BgpParseExtCommNonTransFourOctetAsTraits : BgpParseExtCommEightOctetTraits {
-   using Subtype = BgpExtCommPktSubtypeNonTransFourOctetAs;
-   using SubRuleBase = BgpParseExtComSubTypeNonTransFourOctetAsRuleBase;
-   static constexpr BgpExtCommPktType type = extCommPktTypeNonTransFourOctetAs;
-   static Kel::Ptr<const ExtComm> fallback( const ExtCommContent& content );
-};
-
-// BgpParseExtCommNonTransOpaqueTraits: type 0x43; ExtCommSubtyped.
-struct BgpParseExtCommNonTransOpaqueTraits : BgpParseExtCommEightOctetTraits {
-   using Subtype = BgpExtCommPktSubtypeNonTransOpaque;
-   using SubRuleBase = BgpParseExtComSubTypeNonTransOpaqueRuleBase;
-   static constexpr BgpExtCommPktType type = extCommPktTypeNonTransOpaque;
-   static Kel::Ptr<const ExtComm> fallback( const ExtCommContent& content );
-};
-
-// BgpParseExtCommIp6TransTraits: IPv6 type 0x00; ExtCommIp6Subtyped.
-struct BgpParseExtCommIp6TransTraits : BgpParseExtCommIp6Traits {
-   using Subtype = BgpExtCommIp6PktSubtypeTransIpv6Address;
-   using SubRuleBase = BgpParseExtCommIp6SubTypeTransRuleBase;
-   static constexpr BgpExtCommIp6PktType type = extCommIp6PktTypeTransIpv6Address;
-   static Kel::Ptr<const ExtCommIp6> fallback( const ExtCommIp6Content& content );
-};
-
-// BgpParseExtCommIp6NonTransTraits: IPv6 type 0x40; ExtCommIp6Subtyped. This
-// rule deliberately never enters its collection, so no plug-in is offered it
-// and every 0x40 content takes the fallback (its subtype enum has no member).
-struct BgpParseExtCommIp6NonTransTraits : BgpParseExtCommIp6Traits {
-   using Subtype = BgpExtCommIp6PktSubtypeNonTransIpv6Address;
-   using SubRuleBase = BgpParseExtCommIp6SubTypeNonTransRuleBase;
-   static constexpr BgpExtCommIp6PktType type = extCommIp6PktTypeNonTransIpv6Address;
-   static constexpr bool enteredInCollection = false;
-   static Kel::Ptr<const ExtCommIp6> fallback( const ExtCommIp6Content& content );
-};
+// BgpParseExtComm<Kind>Traits: one row of the table. instantiateName is the
+// plug-in operation's name, for its trace line.
+#define OVBGP_PARSE_TRAITS( Kind, Stem, SubRuleBaseT, Width, typeOctet, SubtypeT, fallbackKind,  \
+                            entered )                                                            \
+   struct BgpParseExtComm##Kind##Traits : BgpParseExtComm##Width##Traits {                       \
+      using Subtype = SubtypeT;                                                                  \
+      using SubRuleBase = SubRuleBaseT;                                                          \
+      static constexpr TypeEnum type = typeOctet;                                                \
+      static constexpr BgpParseExtCommFallback fallback = BgpParseExtCommFallback::fallbackKind; \
+      static constexpr bool enteredInCollection = entered;                                       \
+      static constexpr std::string_view instantiateName = "instantiateExtComm" #Stem "SubRule";  \
+   };
+OVBGP_PARSE_EXT_COMM_TYPE_RULES( OVBGP_PARSE_TRAITS )
+#undef OVBGP_PARSE_TRAITS
 
 // ---------------------------------------------------------------------------
 // Keys
@@ -225,32 +184,11 @@ class BgpParseExtCommRuleKey {
 
 // The fourteen keys: the top-level rule's and one per type rule.
 using BgpParseExtendedCommunityRuleKey = BgpParseExtCommRuleKey<BgpParseExtendedCommunityRule>;
-using BgpParseExtCommSubTypeTransTwoOctetAsRuleKey =
-      BgpParseExtCommRuleKey<BgpParseExtCommTypeRule<BgpParseExtCommTransTwoOctetAsTraits>>;
-using BgpParseExtCommSubTypeTransIpv4AddressRuleKey =
-      BgpParseExtCommRuleKey<BgpParseExtCommTypeRule<BgpParseExtCommTransIpv4AddressTraits>>;
-using BgpParseExtCommSubTypeTransFourOctetAsRuleKey =
-      BgpParseExtCommRuleKey<BgpParseExtCommTypeRule<BgpParseExtCommTransFourOctetAsTraits>>;
-using BgpParseExtCommSubTypeTransOpaqueRuleKey =
-      BgpParseExtCommRuleKey<BgpParseExtCommTypeRule<BgpParseExtCommTransOpaqueTraits>>;
-using BgpParseExtCommSubTypeTransGenericRuleKey =
-      BgpParseExtCommRuleKey<BgpParseExtCommTypeRule<BgpParseExtCommTransGenericTraits>>;
-using BgpParseExtCommSubTypeTransGenericPart2RuleKey =
-      BgpParseExtCommRuleKey<BgpParseExtCommTypeRule<BgpParseExtCommTransGenericPart2Traits>>;
-using BgpParseExtCommSubTypeTransGenericPart3RuleKey =
-      BgpParseExtCommRuleKey<BgpParseExtCommTypeRule<BgpParseExtCommTransGenericPart3Traits>>;
-using BgpParseExtCommSubTypeNonTransTwoOctetAsRuleKey =
-      BgpParseExtCommRuleKey<BgpParseExtCommTypeRule<BgpParseExtCommNonTransTwoOctetAsTraits>>;
-using BgpParseExtCommSubTypeNonTransIpv4AddressRuleKey =
-      BgpParseExtCommRuleKey<BgpParseExtCommTypeRule<BgpParseExtCommNonTransIpv4AddressTraits>>;
-using BgpParseExtCommSubTypeNonTransFourOctetAsRuleKey =
-      BgpParseExtCommRuleKey<BgpParseExtCommTypeRule<BgpParseExtCommNonTransFourOctetAsTraits>>;
-using BgpParseExtCommSubTypeNonTransOpaqueRuleKey =
-      BgpParseExtCommRuleKey<BgpParseExtCommTypeRule<BgpParseExtCommNonTransOpaqueTraits>>;
-using BgpParseExtCommIp6SubTypeTransRuleKey =
-      BgpParseExtCommRuleKey<BgpParseExtCommTypeRule<BgpParseExtCommIp6TransTraits>>;
-using BgpParseExtCommIp6SubTypeNonTransRuleKey =
-      BgpParseExtCommRuleKey<BgpParseExtCommTypeRule<BgpParseExtCommIp6NonTransTraits>>;
+#define OVBGP_PARSE_KEY( Kind, Stem, ... ) \
+   using BgpParseExtComm##Stem##RuleKey =  \
+         BgpParseExtCommRuleKey<BgpParseExtCommTypeRule<BgpParseExtComm##Kind##Traits>>;
+OVBGP_PARSE_EXT_COMM_TYPE_RULES( OVBGP_PARSE_KEY )
+#undef OVBGP_PARSE_KEY
 
 // ---------------------------------------------------------------------------
 // BgpParseExtCommRuleCollections(): the registry of rule instances, fourteen
@@ -273,32 +211,10 @@ class BgpParseExtCommRuleCollections : public Kel::PtrInterface {
       virtual ~Notifiee() = default;
       virtual void handleExtendedCommunityTypeRuleInstance(
             const BgpParseExtendedCommunityRuleKey& ) {}
-      virtual void handleExtendedCommSubTypeTransTwoOctetAsRuleInstance(
-            const BgpParseExtCommSubTypeTransTwoOctetAsRuleKey& ) {}
-      virtual void handleExtendedCommSubTypeTransIpv4AddressRuleInstance(
-            const BgpParseExtCommSubTypeTransIpv4AddressRuleKey& ) {}
-      virtual void handleExtendedCommSubTypeTransFourOctetAsRuleInstance(
-            const BgpParseExtCommSubTypeTransFourOctetAsRuleKey& ) {}
-      virtual void handleExtendedCommSubTypeTransOpaqueRuleInstance(
-            const BgpParseExtCommSubTypeTransOpaqueRuleKey& ) {}
-      virtual void handleExtendedCommSubTypeTransGenericRuleInstance(
-            const BgpParseExtCommSubTypeTransGenericRuleKey& ) {}
-      virtual void handleExtendedCommSubTypeTransGenericPart2RuleInstance(
-            const BgpParseExtCommSubTypeTransGenericPart2RuleKey& ) {}
-      virtual void handleExtendedCommSubTypeTransGenericPart3RuleInstance(
-            const BgpParseExtCommSubTypeTransGenericPart3RuleKey& ) {}
-      virtual void handleExtendedCommSubTypeNonTransTwoOctetAsRuleInstance(
-            const BgpParseExtCommSubTypeNonTransTwoOctetAsRuleKey& ) {}
-      virtual void handleExtendedCommSubTypeNonTransIpv4AddressRuleInstance(
-            const BgpParseExtCommSubTypeNonTransIpv4AddressRuleKey& ) {}
-      virtual void handleExtendedCommSubTypeNonTransFourOctetAsRuleInstance(
-            const BgpParseExtCommSubTypeNonTransFourOctetAsRuleKey& ) {}
-      virtual void handleExtendedCommSubTypeNonTransOpaqueRuleInstance(
-            const BgpParseExtCommSubTypeNonTransOpaqueRuleKey& ) {}
-      virtual void handleExtendedCommIp6SubTypeTransRuleInstance(
-            const BgpParseExtCommIp6SubTypeTransRuleKey& ) {}
-      virtual void handleExtendedCommIp6SubTypeNonTransRuleInstance(
-            const BgpParseExtCommIp6SubTypeNonTransRuleKey& ) {}
+#define OVBGP_PARSE_HANDLER( Kind, Stem, ... ) \
+   virtual void handleExtendedComm##Stem##RuleInstance( const BgpParseExtComm##Stem##RuleKey& ) {}
+      OVBGP_PARSE_EXT_COMM_TYPE_RULES( OVBGP_PARSE_HANDLER )
+#undef OVBGP_PARSE_HANDLER
    };
    using NotifieeList = Kel::NotifieeList<Notifiee>;
 
@@ -350,32 +266,10 @@ class BgpParseExtCommRuleCollections : public Kel::PtrInterface {
 
    OVBGP_PARSE_RULE_COLLECTION( extendedCommunityTypeRuleInstance,
                                 BgpParseExtendedCommunityRuleKey )
-   OVBGP_PARSE_RULE_COLLECTION( extendedCommSubTypeTransTwoOctetAsRuleInstance,
-                                BgpParseExtCommSubTypeTransTwoOctetAsRuleKey )
-   OVBGP_PARSE_RULE_COLLECTION( extendedCommSubTypeTransIpv4AddressRuleInstance,
-                                BgpParseExtCommSubTypeTransIpv4AddressRuleKey )
-   OVBGP_PARSE_RULE_COLLECTION( extendedCommSubTypeTransFourOctetAsRuleInstance,
-                                BgpParseExtCommSubTypeTransFourOctetAsRuleKey )
-   OVBGP_PARSE_RULE_COLLECTION( extendedCommSubTypeTransOpaqueRuleInstance,
-                                BgpParseExtCommSubTypeTransOpaqueRuleKey )
-   OVBGP_PARSE_RULE_COLLECTION( extendedCommSubTypeTransGenericRuleInstance,
-                                BgpParseExtCommSubTypeTransGenericRuleKey )
-   OVBGP_PARSE_RULE_COLLECTION( extendedCommSubTypeTransGenericPart2RuleInstance,
-                                BgpParseExtCommSubTypeTransGenericPart2RuleKey )
-   OVBGP_PARSE_RULE_COLLECTION( extendedCommSubTypeTransGenericPart3RuleInstance,
-                                BgpParseExtCommSubTypeTransGenericPart3RuleKey )
-   OVBGP_PARSE_RULE_COLLECTION( extendedCommSubTypeNonTransTwoOctetAsRuleInstance,
-                                BgpParseExtCommSubTypeNonTransTwoOctetAsRuleKey )
-   OVBGP_PARSE_RULE_COLLECTION( extendedCommSubTypeNonTransIpv4AddressRuleInstance,
-                                BgpParseExtCommSubTypeNonTransIpv4AddressRuleKey )
-   OVBGP_PARSE_RULE_COLLECTION( extendedCommSubTypeNonTransFourOctetAsRuleInstance,
-                                BgpParseExtCommSubTypeNonTransFourOctetAsRuleKey )
-   OVBGP_PARSE_RULE_COLLECTION( extendedCommSubTypeNonTransOpaqueRuleInstance,
-                                BgpParseExtCommSubTypeNonTransOpaqueRuleKey )
-   OVBGP_PARSE_RULE_COLLECTION( extendedCommIp6SubTypeTransRuleInstance,
-                                BgpParseExtCommIp6SubTypeTransRuleKey )
-   OVBGP_PARSE_RULE_COLLECTION( extendedCommIp6SubTypeNonTransRuleInstance,
-                                BgpParseExtCommIp6SubTypeNonTransRuleKey )
+#define OVBGP_PARSE_COLLECTION( Kind, Stem, ... ) \
+   OVBGP_PARSE_RULE_COLLECTION( extendedComm##Stem##RuleInstance, BgpParseExtComm##Stem##RuleKey )
+   OVBGP_PARSE_EXT_COMM_TYPE_RULES( OVBGP_PARSE_COLLECTION )
+#undef OVBGP_PARSE_COLLECTION
 #undef OVBGP_PARSE_RULE_COLLECTION
 
  private:
@@ -390,35 +284,21 @@ class BgpParseExtCommRuleCollections : public Kel::PtrInterface {
    void notify( const Key& key ) const;
 
    // handle(): the one handler of Notifiee that belongs to a key type.
-   static void handle( Notifiee* n, const BgpParseExtendedCommunityRuleKey& key );
-   static void handle( Notifiee* n, const BgpParseExtCommSubTypeTransTwoOctetAsRuleKey& key );
-   static void handle( Notifiee* n, const BgpParseExtCommSubTypeTransIpv4AddressRuleKey& key );
-   static void handle( Notifiee* n, const BgpParseExtCommSubTypeTransFourOctetAsRuleKey& key );
-   static void handle( Notifiee* n, const BgpParseExtCommSubTypeTransOpaqueRuleKey& key );
-   static void handle( Notifiee* n, const BgpParseExtCommSubTypeTransGenericRuleKey& key );
-   static void handle( Notifiee* n, const BgpParseExtCommSubTypeTransGenericPart2RuleKey& key );
-   static void handle( Notifiee* n, const BgpParseExtCommSubTypeTransGenericPart3RuleKey& key );
-   static void handle( Notifiee* n, const BgpParseExtCommSubTypeNonTransTwoOctetAsRuleKey& key );
-   static void handle( Notifiee* n, const BgpParseExtCommSubTypeNonTransIpv4AddressRuleKey& key );
-   static void handle( Notifiee* n, const BgpParseExtCommSubTypeNonTransFourOctetAsRuleKey& key );
-   static void handle( Notifiee* n, const BgpParseExtCommSubTypeNonTransOpaqueRuleKey& key );
-   static void handle( Notifiee* n, const BgpParseExtCommIp6SubTypeTransRuleKey& key );
-   static void handle( Notifiee* n, const BgpParseExtCommIp6SubTypeNonTransRuleKey& key );
+   static void handle( Notifiee* n, const BgpParseExtendedCommunityRuleKey& key ) {
+      n->handleExtendedCommunityTypeRuleInstance( key );
+   }
+#define OVBGP_PARSE_HANDLE( Kind, Stem, ... )                                     \
+   static void handle( Notifiee* n, const BgpParseExtComm##Stem##RuleKey& key ) { \
+      n->handleExtendedComm##Stem##RuleInstance( key );                           \
+   }
+   OVBGP_PARSE_EXT_COMM_TYPE_RULES( OVBGP_PARSE_HANDLE )
+#undef OVBGP_PARSE_HANDLE
 
-   mutable std::tuple<
-         Map<BgpParseExtendedCommunityRuleKey>, Map<BgpParseExtCommSubTypeTransTwoOctetAsRuleKey>,
-         Map<BgpParseExtCommSubTypeTransIpv4AddressRuleKey>,
-         Map<BgpParseExtCommSubTypeTransFourOctetAsRuleKey>,
-         Map<BgpParseExtCommSubTypeTransOpaqueRuleKey>,
-         Map<BgpParseExtCommSubTypeTransGenericRuleKey>,
-         Map<BgpParseExtCommSubTypeTransGenericPart2RuleKey>,
-         Map<BgpParseExtCommSubTypeTransGenericPart3RuleKey>,
-         Map<BgpParseExtCommSubTypeNonTransTwoOctetAsRuleKey>,
-         Map<BgpParseExtCommSubTypeNonTransIpv4AddressRuleKey>,
-         Map<BgpParseExtCommSubTypeNonTransFourOctetAsRuleKey>,
-         Map<BgpParseExtCommSubTypeNonTransOpaqueRuleKey>,
-         Map<BgpParseExtCommIp6SubTypeTransRuleKey>, Map<BgpParseExtCommIp6SubTypeNonTransRuleKey>>
+#define OVBGP_PARSE_MAP( Kind, Stem, ... ) , Map<BgpParseExtComm##Stem##RuleKey>
+   mutable std::tuple<Map<BgpParseExtendedCommunityRuleKey> OVBGP_PARSE_EXT_COMM_TYPE_RULES(
+         OVBGP_PARSE_MAP )>
          instances_;
+#undef OVBGP_PARSE_MAP
    mutable NotifieeList notifiees_;
 };
 
@@ -462,6 +342,41 @@ void sequenceToValue( const char* begin, const char* end, BgpParseExtCommControl
 // ---------------------------------------------------------------------------
 // Rules
 
+// BgpParseExtCommRuleTable<Rule>: the table of one dispatch level, indexed by
+// the key octet, so a lookup is one load. Entering reads the key from the
+// rule; a different object under the same key replaces the entry (the last
+// registration wins), the same object changes nothing; a null rule throws
+// Kel::NullArgumentException, a key beyond an octet Kel::RangeException. A
+// replaced or removed rule is released only after the table no longer holds
+// it, so its destructor sees a consistent table.
+template<class Rule>
+class BgpParseExtCommRuleTable {
+ public:
+   Kel::Ptr<const Rule> at( unsigned key ) const noexcept {
+      return key <= 0xFF ? entries_[ key ] : nullptr;
+   }
+   const Rule* find( U8 key ) const noexcept { return entries_[ key ].ptr(); }
+   size_t count() const noexcept;
+   void is( const Kel::Ptr<const Rule>& rule, unsigned key, const char* operation );
+   void del( unsigned key );
+   void delAll();
+
+ private:
+   std::array<Kel::Ptr<const Rule>, 256> entries_;
+};
+
+// OVBGP_PARSE_RULE_TABLE( name, Rule, Key, keyOf, Owner ): the operations of
+// the table name##_ by name: name(key), name##Count(), name##Is(rule) (the
+// key read with rule->keyOf()), name##Del(key), name##DelAll().
+#define OVBGP_PARSE_RULE_TABLE( name, Rule, Key, keyOf, Owner )                          \
+   Kel::Ptr<const Rule> name( Key key ) const noexcept { return name##_.at( key ); }     \
+   size_t name##Count() const noexcept { return name##_.count(); }                       \
+   void name##Is( const Kel::Ptr<const Rule>& rule ) const {                             \
+      name##_.is( rule, rule ? unsigned( rule->keyOf() ) : 0u, #Owner "::" #name "Is" ); \
+   }                                                                                     \
+   void name##Del( Key key ) const { name##_.del( key ); }                               \
+   void name##DelAll() const { name##_.delAll(); }
+
 // BgpParseExtCommRuleBase(): root of every rule; holds its control. Counted,
 // shared, and immutable once registered (apart from the tables of the type
 // rules, see below).
@@ -488,50 +403,52 @@ Kel::Ptr<Rule> bgpParseExtCommRuleFactory( Args&&... args ) {
    return Kel::makeActivePtr<Rule>( std::forward<Args>( args )... );
 }
 
-// BgpParseExtendedCommunityTypeRuleBase(): base of the 8-octet type rules,
-// keyed by its type octet; inhale() is the second level of the dispatch.
-class BgpParseExtendedCommunityTypeRuleBase : public BgpParseExtCommRuleBase {
+// BgpParseExtCommTypeRuleOf<Width>(): what a type rule of one width is to
+// the top-level rule: keyed by its type octet, inhale() is the second level
+// of the dispatch: the value for a content of this type, or null for "no
+// answer" (the top-level rule then builds a plain value).
+template<class Width>
+class BgpParseExtCommTypeRuleOf : public BgpParseExtCommRuleBase {
  public:
-   using Ptr = Kel::Ptr<BgpParseExtendedCommunityTypeRuleBase>;
-   using PtrConst = Kel::Ptr<const BgpParseExtendedCommunityTypeRuleBase>;
+   using TypeEnum = typename Width::TypeEnum;
 
-   BgpParseExtendedCommunityTypeRuleBase( const BgpParseExtCommControl& control,
-                                          BgpExtCommPktType type ) noexcept
+   BgpParseExtCommTypeRuleOf( const BgpParseExtCommControl& control, TypeEnum type ) noexcept
          : BgpParseExtCommRuleBase( control ), type_( type ) {}
 
-   BgpExtCommPktType type() const noexcept { return type_; }
-   // inhale(): the value for a content of this type; null means "no answer"
-   // and the top-level rule builds a plain ExtComm.
-   virtual Kel::Ptr<const ExtComm> inhale( const ExtCommContent& content ) const = 0;
+   TypeEnum type() const noexcept { return type_; }
+   virtual Kel::Ptr<const typename Width::Value> inhale(
+         const typename Width::Content& content ) const = 0;
 
  private:
-   BgpExtCommPktType type_;
+   TypeEnum type_;
 };
 
-// BgpParseExtendedCommunityIp6TypeRuleBase(): the same for the 20-octet
-// IPv6-address-specific types.
-class BgpParseExtendedCommunityIp6TypeRuleBase : public BgpParseExtCommRuleBase {
- public:
-   using Ptr = Kel::Ptr<BgpParseExtendedCommunityIp6TypeRuleBase>;
-   using PtrConst = Kel::Ptr<const BgpParseExtendedCommunityIp6TypeRuleBase>;
+// OVBGP_PARSE_COUNTED( Name, Base ): a class Name that is Base with its own
+// counted-pointer names.
+#define OVBGP_PARSE_COUNTED( Name, Base )    \
+   class Name : public Base {                \
+      using Inherited = Base;                \
+                                             \
+    public:                                  \
+      using Ptr = Kel::Ptr<Name>;            \
+      using PtrConst = Kel::Ptr<const Name>; \
+      using Inherited::Inherited;            \
+   };
 
-   BgpParseExtendedCommunityIp6TypeRuleBase( const BgpParseExtCommControl& control,
-                                             BgpExtCommIp6PktType type ) noexcept
-         : BgpParseExtCommRuleBase( control ), type_( type ) {}
-
-   BgpExtCommIp6PktType type() const noexcept { return type_; }
-   virtual Kel::Ptr<const ExtCommIp6> inhale( const ExtCommIp6Content& content ) const = 0;
-
- private:
-   BgpExtCommIp6PktType type_;
-};
+// BgpParseExtendedCommunityTypeRuleBase() / ...Ip6TypeRuleBase(): the bases
+// of the 8-octet and of the 20-octet IPv6-address-specific type rules.
+OVBGP_PARSE_COUNTED( BgpParseExtendedCommunityTypeRuleBase,
+                     BgpParseExtCommTypeRuleOf<BgpParseExtCommEightOctetTraits> )
+OVBGP_PARSE_COUNTED( BgpParseExtendedCommunityIp6TypeRuleBase,
+                     BgpParseExtCommTypeRuleOf<BgpParseExtCommIp6Traits> )
 
 // BgpParseExtCommSubTypeRule<Traits>(): what the sub-rule bases share: the
 // subtype they are keyed by and inhale(), which builds the typed value. A
 // null answer counts as no answer: the type rule's fallback is used.
-template<class Traits>
+template<class TraitsT>
 class BgpParseExtCommSubTypeRule : public BgpParseExtCommRuleBase {
  public:
+   using Traits = TraitsT;
    using Subtype = typename Traits::Subtype;
    using Value = typename Traits::Value;
    using Content = typename Traits::Content;
@@ -548,52 +465,9 @@ class BgpParseExtCommSubTypeRule : public BgpParseExtCommRuleBase {
 
 // The thirteen sub-rule bases. Plug-ins derive from these and implement
 // inhale(content).
-#define OVBGP_PARSE_SUB_RULE_BASE( Name, Traits )                           \
-   class Name : public BgpParseExtCommSubTypeRule<Traits> {                 \
-    public:                                                                 \
-      using Ptr = Kel::Ptr<Name>;                                           \
-      using PtrConst = Kel::Ptr<const Name>;                                \
-      using BgpParseExtCommSubTypeRule<Traits>::BgpParseExtCommSubTypeRule; \
-   };
-
-// BgpParseExtComSubTypeTransTwoOctetAsRuleBase(): sub-rules of type 0x00.
-OVBGP_PARSE_SUB_RULE_BASE( BgpParseExtComSubTypeTransTwoOctetAsRuleBase,
-                           BgpParseExtCommTransTwoOctetAsTraits )
-// BgpParseExtComSubTypeTransIpv4AddressRuleBase(): sub-rules of type 0x01.
-OVBGP_PARSE_SUB_RULE_BASE( BgpParseExtComSubTypeTransIpv4AddressRuleBase,
-                           BgpParseExtCommTransIpv4AddressTraits )
-// BgpParseExtComSubTypeTransFourOctetAsRuleBase(): sub-rules of type 0x02.
-OVBGP_PARSE_SUB_RULE_BASE( BgpParseExtComSubTypeTransFourOctetAsRuleBase,
-                           BgpParseExtCommTransFourOctetAsTraits )
-// BgpParseExtComSubTypeTransOpaqueRuleBase(): sub-rules of type 0x03.
-OVBGP_PARSE_SUB_RULE_BASE( BgpParseExtComSubTypeTransOpaqueRuleBase,
-                           BgpParseExtCommTransOpaqueTraits )
-// BgpParseExtComSubTypeTransGenericRuleBase(): sub-rules of type 0x80.
-OVBGP_PARSE_SUB_RULE_BASE( BgpParseExtComSubTypeTransGenericRuleBase,
-                           BgpParseExtCommTransGenericTraits )
-// BgpParseExtComSubTypeTransGenericPart2RuleBase(): sub-rules of type 0x81.
-OVBGP_PARSE_SUB_RULE_BASE( BgpParseExtComSubTypeTransGenericPart2RuleBase,
-                           BgpParseExtCommTransGenericPart2Traits )
-// BgpParseExtComSubTypeTransGenericPart3RuleBase(): sub-rules of type 0x82.
-OVBGP_PARSE_SUB_RULE_BASE( BgpParseExtComSubTypeTransGenericPart3RuleBase,
-                           BgpParseExtCommTransGenericPart3Traits )
-// BgpParseExtComSubTypeNonTransTwoOctetAsRuleBase(): sub-rules of type 0x40.
-OVBGP_PARSE_SUB_RULE_BASE( BgpParseExtComSubTypeNonTransTwoOctetAsRuleBase,
-                           BgpParseExtCommNonTransTwoOctetAsTraits )
-// BgpParseExtComSubTypeNonTransIpv4AddressRuleBase(): sub-rules of type 0x41.
-OVBGP_PARSE_SUB_RULE_BASE( BgpParseExtComSubTypeNonTransIpv4AddressRuleBase,
-                           BgpParseExtCommNonTransIpv4AddressTraits )
-// BgpParseExtComSubTypeNonTransFourOctetAsRuleBase(): sub-rules of type 0x42.
-OVBGP_PARSE_SUB_RULE_BASE( BgpParseExtComSubTypeNonTransFourOctetAsRuleBase,
-                           BgpParseExtCommNonTransFourOctetAsTraits )
-// BgpParseExtComSubTypeNonTransOpaqueRuleBase(): sub-rules of type 0x43.
-OVBGP_PARSE_SUB_RULE_BASE( BgpParseExtComSubTypeNonTransOpaqueRuleBase,
-                           BgpParseExtCommNonTransOpaqueTraits )
-// BgpParseExtCommIp6SubTypeTransRuleBase(): sub-rules of IPv6 type 0x00.
-OVBGP_PARSE_SUB_RULE_BASE( BgpParseExtCommIp6SubTypeTransRuleBase, BgpParseExtCommIp6TransTraits )
-// BgpParseExtCommIp6SubTypeNonTransRuleBase(): sub-rules of IPv6 type 0x40.
-OVBGP_PARSE_SUB_RULE_BASE( BgpParseExtCommIp6SubTypeNonTransRuleBase,
-                           BgpParseExtCommIp6NonTransTraits )
+#define OVBGP_PARSE_SUB_RULE_BASE( Kind, Stem, Name, ... ) \
+   OVBGP_PARSE_COUNTED( Name, BgpParseExtCommSubTypeRule<BgpParseExtComm##Kind##Traits> )
+OVBGP_PARSE_EXT_COMM_TYPE_RULES( OVBGP_PARSE_SUB_RULE_BASE )
 #undef OVBGP_PARSE_SUB_RULE_BASE
 
 // BgpParseExtCommTypeRule<Traits>(): what the thirteen type rules share.
@@ -618,20 +492,10 @@ class BgpParseExtCommTypeRule : public Traits::TypeRuleBase {
    // answers; otherwise the fallback of Traits. Never null.
    Kel::Ptr<const Value> inhale( const Content& content ) const override;
 
-   // subTypeRule(): the sub-rule entered for subType, or null.
-   Kel::Ptr<const SubRuleBase> subTypeRule( Subtype subType ) const noexcept {
-      return subType <= 0xFF ? subTypeRule_[ subType ] : nullptr;
-   }
-   size_t subTypeRuleCount() const noexcept;
-   // subTypeRuleIs(): enter subRule under its own subtype; an entry holding
-   // another object is replaced (the last registration wins). A null rule
-   // throws Kel::NullArgumentException, a subtype beyond an octet
-   // Kel::RangeException. A subtype that is not a member of the enum may be
-   // entered but is never dispatched to.
-   void subTypeRuleIs( const Kel::Ptr<const SubRuleBase>& subRule ) const;
-   // subTypeRuleDel() / subTypeRuleDelAll(): release one / every sub-rule.
-   void subTypeRuleDel( Subtype subType ) const;
-   void subTypeRuleDelAll() const;
+   // subTypeRule...(): the sub-rule table, keyed by subtype (see
+   // BgpParseExtCommRuleTable). A subtype that is not a member of the enum
+   // may be entered but is never dispatched to.
+   OVBGP_PARSE_RULE_TABLE( subTypeRule, SubRuleBase, Subtype, subType, BgpParseExtCommTypeRule )
 
    // key(): the key naming this rule in its collection.
    Key key() const noexcept { return Key( this ); }
@@ -642,50 +506,20 @@ class BgpParseExtCommTypeRule : public Traits::TypeRuleBase {
    void handleDel() const;
 
  private:
-   mutable std::array<Kel::Ptr<const SubRuleBase>, 256> subTypeRule_;
+   mutable BgpParseExtCommRuleTable<SubRuleBase> subTypeRule_;
 };
 
-// The thirteen type rules.
-#define OVBGP_PARSE_TYPE_RULE( Name, Traits )                         \
-   extern template class BgpParseExtCommTypeRule<Traits>;             \
-   class Name final : public BgpParseExtCommTypeRule<Traits> {        \
-    public:                                                           \
-      using Ptr = Kel::Ptr<Name>;                                     \
-      using PtrConst = Kel::Ptr<const Name>;                          \
-      using BgpParseExtCommTypeRule<Traits>::BgpParseExtCommTypeRule; \
+// The thirteen type rules, BgpParseExtComm<Kind>Rule.
+#define OVBGP_PARSE_TYPE_RULE( Kind, ... )                                                   \
+   extern template class BgpParseExtCommTypeRule<BgpParseExtComm##Kind##Traits>;             \
+   class BgpParseExtComm##Kind##Rule final                                                   \
+         : public BgpParseExtCommTypeRule<BgpParseExtComm##Kind##Traits> {                   \
+    public:                                                                                  \
+      using Ptr = Kel::Ptr<BgpParseExtComm##Kind##Rule>;                                     \
+      using PtrConst = Kel::Ptr<const BgpParseExtComm##Kind##Rule>;                          \
+      using BgpParseExtCommTypeRule<BgpParseExtComm##Kind##Traits>::BgpParseExtCommTypeRule; \
    };
-
-// BgpParseExtCommTransTwoOctetAsRule(): type 0x00.
-OVBGP_PARSE_TYPE_RULE( BgpParseExtCommTransTwoOctetAsRule, BgpParseExtCommTransTwoOctetAsTraits )
-// BgpParseExtCommTransIpv4AddressRule(): type 0x01.
-OVBGP_PARSE_TYPE_RULE( BgpParseExtCommTransIpv4AddressRule, BgpParseExtCommTransIpv4AddressTraits )
-// BgpParseExtCommTransFourOctetAsRule(): type 0x02.
-OVBGP_PARSE_TYPE_RULE( BgpParseExtCommTransFourOctetAsRule, BgpParseExtCommTransFourOctetAsTraits )
-// BgpParseExtCommTransOpaqueRule(): type 0x03.
-OVBGP_PARSE_TYPE_RULE( BgpParseExtCommTransOpaqueRule, BgpParseExtCommTransOpaqueTraits )
-// BgpParseExtCommTransGenericRule(): type 0x80.
-OVBGP_PARSE_TYPE_RULE( BgpParseExtCommTransGenericRule, BgpParseExtCommTransGenericTraits )
-// BgpParseExtCommTransGenericPart2Rule(): type 0x81.
-OVBGP_PARSE_TYPE_RULE( BgpParseExtCommTransGenericPart2Rule,
-                       BgpParseExtCommTransGenericPart2Traits )
-// BgpParseExtCommTransGenericPart3Rule(): type 0x82.
-OVBGP_PARSE_TYPE_RULE( BgpParseExtCommTransGenericPart3Rule,
-                       BgpParseExtCommTransGenericPart3Traits )
-// BgpParseExtCommNonTransTwoOctetAsRule(): type 0x40.
-OVBGP_PARSE_TYPE_RULE( BgpParseExtCommNonTransTwoOctetAsRule,
-                       BgpParseExtCommNonTransTwoOctetAsTraits )
-// BgpParseExtCommNonTransIpv4AddressRule(): type 0x41.
-OVBGP_PARSE_TYPE_RULE( BgpParseExtCommNonTransIpv4AddressRule,
-                       BgpParseExtCommNonTransIpv4AddressTraits )
-// BgpParseExtCommNonTransFourOctetAsRule(): type 0x42.
-OVBGP_PARSE_TYPE_RULE( BgpParseExtCommNonTransFourOctetAsRule,
-                       BgpParseExtCommNonTransFourOctetAsTraits )
-// BgpParseExtCommNonTransOpaqueRule(): type 0x43.
-OVBGP_PARSE_TYPE_RULE( BgpParseExtCommNonTransOpaqueRule, BgpParseExtCommNonTransOpaqueTraits )
-// BgpParseExtCommIp6TransRule(): IPv6 type 0x00.
-OVBGP_PARSE_TYPE_RULE( BgpParseExtCommIp6TransRule, BgpParseExtCommIp6TransTraits )
-// BgpParseExtCommIp6NonTransRule(): IPv6 type 0x40; never in its collection.
-OVBGP_PARSE_TYPE_RULE( BgpParseExtCommIp6NonTransRule, BgpParseExtCommIp6NonTransTraits )
+OVBGP_PARSE_EXT_COMM_TYPE_RULES( OVBGP_PARSE_TYPE_RULE )
 #undef OVBGP_PARSE_TYPE_RULE
 
 // BgpParseExtendedCommunityRule(): the top-level rule. Construction builds
@@ -713,27 +547,12 @@ class BgpParseExtendedCommunityRule final : public BgpParseExtCommRuleBase {
    Kel::String showString( U64 content, bool formatAsDot, bool ucmpLinkbwWeighted,
                            bool formatJson ) const;
 
-   // typeRule(): the type rule entered for type, or null.
-   Kel::Ptr<const BgpParseExtendedCommunityTypeRuleBase> typeRule(
-         BgpExtCommPktType type ) const noexcept {
-      return type <= 0xFF ? typeRule_[ type ] : nullptr;
-   }
-   size_t typeRuleCount() const noexcept;
-   // typeRuleIs(): enter rule under its own type; same rules as
-   // subTypeRuleIs() (null throws, last registration wins).
-   void typeRuleIs( const Kel::Ptr<const BgpParseExtendedCommunityTypeRuleBase>& rule ) const;
-   void typeRuleDel( BgpExtCommPktType type ) const;
-   void typeRuleDelAll() const;
-
-   // ip6TypeRule...(): the same for the IPv6 type rules.
-   Kel::Ptr<const BgpParseExtendedCommunityIp6TypeRuleBase> ip6TypeRule(
-         BgpExtCommIp6PktType type ) const noexcept {
-      return type <= 0xFF ? ip6TypeRule_[ type ] : nullptr;
-   }
-   size_t ip6TypeRuleCount() const noexcept;
-   void ip6TypeRuleIs( const Kel::Ptr<const BgpParseExtendedCommunityIp6TypeRuleBase>& rule ) const;
-   void ip6TypeRuleDel( BgpExtCommIp6PktType type ) const;
-   void ip6TypeRuleDelAll() const;
+   // typeRule...() / ip6TypeRule...(): the two type tables, keyed by type
+   // (see BgpParseExtCommRuleTable).
+   OVBGP_PARSE_RULE_TABLE( typeRule, BgpParseExtendedCommunityTypeRuleBase, BgpExtCommPktType, type,
+                           BgpParseExtendedCommunityRule )
+   OVBGP_PARSE_RULE_TABLE( ip6TypeRule, BgpParseExtendedCommunityIp6TypeRuleBase,
+                           BgpExtCommIp6PktType, type, BgpParseExtendedCommunityRule )
 
    // key(): the key naming this rule in the registry.
    Key key() const noexcept { return Key( this ); }
@@ -741,8 +560,8 @@ class BgpParseExtendedCommunityRule final : public BgpParseExtCommRuleBase {
  private:
    void handleInitialized();
 
-   mutable std::array<Kel::Ptr<const BgpParseExtendedCommunityTypeRuleBase>, 256> typeRule_;
-   mutable std::array<Kel::Ptr<const BgpParseExtendedCommunityIp6TypeRuleBase>, 256> ip6TypeRule_;
+   mutable BgpParseExtCommRuleTable<BgpParseExtendedCommunityTypeRuleBase> typeRule_;
+   mutable BgpParseExtCommRuleTable<BgpParseExtendedCommunityIp6TypeRuleBase> ip6TypeRule_;
 };
 
 // bgpParseExtendedCommunityRuleFactory(): a new top-level rule with all its

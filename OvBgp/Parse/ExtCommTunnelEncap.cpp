@@ -47,35 +47,4 @@ ExtCommTunnelEncap::Ptr extCommTunnelEncapFactory( const ExtCommContent& content
    return ExtCommTunnelEncap::ExtCommTunnelEncapIs( content );
 }
 
-Kel::Ptr<const ExtComm> BgpParseExtComSubTypeTransOpaqueTunnelEncapRule::inhale(
-      const ExtCommContent& content ) const {
-   return extCommTunnelEncapFactory( content );
-}
-
-BgpParseExtCommTunnelEncapSm::BgpParseExtCommTunnelEncapSm(
-      const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections )
-      : BgpParseExtCommPluginBaseSm( ruleCollections ) {
-   handleStartup();
-}
-
-BgpParseExtCommTunnelEncapSm::Ptr BgpParseExtCommTunnelEncapSm::BgpParseExtCommTunnelEncapSmIs(
-      const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections ) {
-   return Kel::makeActivePtr<BgpParseExtCommTunnelEncapSm>( ruleCollections );
-}
-
-void BgpParseExtCommTunnelEncapSm::instantiateExtCommSubTypeTransOpaqueSubRule(
-      const BgpParseExtCommSubTypeTransOpaqueRuleKey& key,
-      const BgpParseExtCommControl& control ) const {
-   traceInstantiate( "instantiateExtCommSubTypeTransOpaqueSubRule",
-                     "BgpParseExtCommTunnelEncapSm" );
-   addExtCommSubTypeTransOpaqueSubRule(
-         key, bgpParseExtCommRuleFactory<BgpParseExtComSubTypeTransOpaqueTunnelEncapRule>(
-                    control, extCommPktSubtypeTransOpaqueEncapsulationExtendedCommunity ) );
-}
-
-BgpParseExtCommTunnelEncapSm::Ptr bgpParseExtCommTunnelEncapSmFactory(
-      const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections ) {
-   return BgpParseExtCommTunnelEncapSm::BgpParseExtCommTunnelEncapSmIs( ruleCollections );
-}
-
 } // namespace Routing::Bgp

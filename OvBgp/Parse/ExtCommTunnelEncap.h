@@ -77,39 +77,14 @@ ExtCommTunnelEncap::Ptr extCommTunnelEncapFactory( const ExtCommContent& content
 
 // BgpParseExtComSubTypeTransOpaqueTunnelEncapRule(): type 0x03
 // subtype 0x0C; builds an encapsulation community.
-class BgpParseExtComSubTypeTransOpaqueTunnelEncapRule final
-      : public BgpParseExtComSubTypeTransOpaqueRuleBase {
- public:
-   using Ptr = Kel::Ptr<BgpParseExtComSubTypeTransOpaqueTunnelEncapRule>;
-   using PtrConst = Kel::Ptr<const BgpParseExtComSubTypeTransOpaqueTunnelEncapRule>;
-
-   explicit BgpParseExtComSubTypeTransOpaqueTunnelEncapRule(
-         const BgpParseExtCommControl& control,
-         Subtype subType = extCommPktSubtypeTransOpaqueEncapsulationExtendedCommunity ) noexcept
-         : BgpParseExtComSubTypeTransOpaqueRuleBase( control, subType ) {}
-   Kel::Ptr<const ExtComm> inhale( const ExtCommContent& content ) const override;
-};
+OVBGP_PARSE_SUB_RULE( BgpParseExtComSubTypeTransOpaqueTunnelEncapRule,
+                      BgpParseExtComSubTypeTransOpaqueRuleBase,
+                      extCommPktSubtypeTransOpaqueEncapsulationExtendedCommunity,
+                      extCommTunnelEncapFactory( content ) )
 
 // BgpParseExtCommTunnelEncapSm(): the plug-in that gives the transitive opaque
-// type rule its encapsulation sub-rule.
-class BgpParseExtCommTunnelEncapSm final : public BgpParseExtCommPluginBaseSm {
- public:
-   using Ptr = Kel::Ptr<BgpParseExtCommTunnelEncapSm>;
-   using PtrConst = Kel::Ptr<const BgpParseExtCommTunnelEncapSm>;
-
-   // Construction offers the plug-in every type rule already registered.
-   explicit BgpParseExtCommTunnelEncapSm(
-         const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections );
-   static Ptr BgpParseExtCommTunnelEncapSmIs(
-         const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections );
-
-   void instantiateExtCommSubTypeTransOpaqueSubRule(
-         const BgpParseExtCommSubTypeTransOpaqueRuleKey& key,
-         const BgpParseExtCommControl& control ) const override;
-};
-
-// bgpParseExtCommTunnelEncapSmFactory(): a new plug-in, notification on.
-BgpParseExtCommTunnelEncapSm::Ptr bgpParseExtCommTunnelEncapSmFactory(
-      const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections );
+// type rule its encapsulation sub-rule. bgpParseExtCommTunnelEncapSmFactory(): a new one, notification on.
+OVBGP_PARSE_PLUGIN( BgpParseExtCommTunnelEncapSm, bgpParseExtCommTunnelEncapSmFactory,
+                    BgpParseExtComSubTypeTransOpaqueTunnelEncapRule )
 
 } // namespace Routing::Bgp

@@ -24,36 +24,4 @@ ExtCommVrfRouteImportIpv4Address::Ptr extCommVrfRouteImportIpv4AddressFactory(
    return ExtCommVrfRouteImportIpv4Address::ExtCommVrfRouteImportIpv4AddressIs( content );
 }
 
-Kel::Ptr<const ExtComm> BgpParseExtComSubTypeTransIpv4AddressVrfRouteImportRule::inhale(
-      const ExtCommContent& content ) const {
-   return extCommVrfRouteImportIpv4AddressFactory( content );
-}
-
-BgpParseExtCommVrfRouteImportSm::BgpParseExtCommVrfRouteImportSm(
-      const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections )
-      : BgpParseExtCommPluginBaseSm( ruleCollections ) {
-   handleStartup();
-}
-
-BgpParseExtCommVrfRouteImportSm::Ptr
-BgpParseExtCommVrfRouteImportSm::BgpParseExtCommVrfRouteImportSmIs(
-      const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections ) {
-   return Kel::makeActivePtr<BgpParseExtCommVrfRouteImportSm>( ruleCollections );
-}
-
-void BgpParseExtCommVrfRouteImportSm::instantiateExtCommSubTypeTransIpv4AddressSubRule(
-      const BgpParseExtCommSubTypeTransIpv4AddressRuleKey& key,
-      const BgpParseExtCommControl& control ) const {
-   traceInstantiate( "instantiateExtCommSubTypeTransIpv4AddressSubRule",
-                     "BgpParseExtCommVrfRouteImportSm" );
-   addExtCommSubTypeTransIpv4AddressSubRule(
-         key, bgpParseExtCommRuleFactory<BgpParseExtComSubTypeTransIpv4AddressVrfRouteImportRule>(
-                    control, extCommPktSubtypeTransIpv4AddressVrfRouteImport ) );
-}
-
-BgpParseExtCommVrfRouteImportSm::Ptr bgpParseExtCommVrfRouteImportSmFactory(
-      const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections ) {
-   return BgpParseExtCommVrfRouteImportSm::BgpParseExtCommVrfRouteImportSmIs( ruleCollections );
-}
-
 } // namespace Routing::Bgp

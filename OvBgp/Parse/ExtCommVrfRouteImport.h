@@ -39,39 +39,14 @@ ExtCommVrfRouteImportIpv4Address::Ptr extCommVrfRouteImportIpv4AddressFactory(
 
 // BgpParseExtComSubTypeTransIpv4AddressVrfRouteImportRule(): type 0x01
 // subtype 0x0B; builds a VRF route import community.
-class BgpParseExtComSubTypeTransIpv4AddressVrfRouteImportRule final
-      : public BgpParseExtComSubTypeTransIpv4AddressRuleBase {
- public:
-   using Ptr = Kel::Ptr<BgpParseExtComSubTypeTransIpv4AddressVrfRouteImportRule>;
-   using PtrConst = Kel::Ptr<const BgpParseExtComSubTypeTransIpv4AddressVrfRouteImportRule>;
-
-   explicit BgpParseExtComSubTypeTransIpv4AddressVrfRouteImportRule(
-         const BgpParseExtCommControl& control,
-         Subtype subType = extCommPktSubtypeTransIpv4AddressVrfRouteImport ) noexcept
-         : BgpParseExtComSubTypeTransIpv4AddressRuleBase( control, subType ) {}
-   Kel::Ptr<const ExtComm> inhale( const ExtCommContent& content ) const override;
-};
+OVBGP_PARSE_SUB_RULE( BgpParseExtComSubTypeTransIpv4AddressVrfRouteImportRule,
+                      BgpParseExtComSubTypeTransIpv4AddressRuleBase,
+                      extCommPktSubtypeTransIpv4AddressVrfRouteImport,
+                      extCommVrfRouteImportIpv4AddressFactory( content ) )
 
 // BgpParseExtCommVrfRouteImportSm(): the plug-in that gives the transitive
-// IPv4-address type rule its VRF route import sub-rule.
-class BgpParseExtCommVrfRouteImportSm final : public BgpParseExtCommPluginBaseSm {
- public:
-   using Ptr = Kel::Ptr<BgpParseExtCommVrfRouteImportSm>;
-   using PtrConst = Kel::Ptr<const BgpParseExtCommVrfRouteImportSm>;
-
-   // Construction offers the plug-in every type rule already registered.
-   explicit BgpParseExtCommVrfRouteImportSm(
-         const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections );
-   static Ptr BgpParseExtCommVrfRouteImportSmIs(
-         const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections );
-
-   void instantiateExtCommSubTypeTransIpv4AddressSubRule(
-         const BgpParseExtCommSubTypeTransIpv4AddressRuleKey& key,
-         const BgpParseExtCommControl& control ) const override;
-};
-
-// bgpParseExtCommVrfRouteImportSmFactory(): a new plug-in, notification on.
-BgpParseExtCommVrfRouteImportSm::Ptr bgpParseExtCommVrfRouteImportSmFactory(
-      const Kel::Ptr<const BgpParseExtCommRuleCollections>& ruleCollections );
+// IPv4-address type rule its VRF route import sub-rule. bgpParseExtCommVrfRouteImportSmFactory(): a new one, notification on.
+OVBGP_PARSE_PLUGIN( BgpParseExtCommVrfRouteImportSm, bgpParseExtCommVrfRouteImportSmFactory,
+                    BgpParseExtComSubTypeTransIpv4AddressVrfRouteImportRule )
 
 } // namespace Routing::Bgp
