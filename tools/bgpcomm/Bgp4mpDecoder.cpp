@@ -3,6 +3,8 @@
 #include "tools/bgpcomm/NlriText.h"
 #include "tools/bgpcomm/WireRead.h"
 
+#include <algorithm>
+
 namespace Bgpcomm {
 
 namespace {
@@ -111,8 +113,11 @@ std::string Bgp4mpDecoder::decode( const MrtRecord& record ) {
    if ( !c.bytes( afi == afiIpv4 ? 4 : 16, &peerAddress ) || !c.skip( peerAddress.size() ) ) {
       return "BGP4MP header cut short";
    }
-   peer_.clear();
-   appendAddress( peer_, peerAddress );
+   if ( !std::ranges::equal( peerAddress, peerOctets_ ) ) {
+      peerOctets_.assign( peerAddress.begin(), peerAddress.end() );
+      peer_.clear();
+      appendAddress( peer_, peerAddress );
+   }
 
    if ( state ) {
       MrtStateChange change;

@@ -10,6 +10,7 @@
 #include "tools/bgpcomm/MrtRecordReader.h"
 
 #include <string>
+#include <vector>
 
 namespace Bgpcomm {
 
@@ -26,7 +27,8 @@ class Bgp4mpDecoder {
  private:
    MrtDecodeContext& ctx_;
    PathAttributeScan scan_;
-   std::string peer_;
+   std::string peer_; // text of peerOctets_: records of one peer come in runs
+   std::vector<U8> peerOctets_;
    std::string prefix_;
 };
 

@@ -12,6 +12,9 @@
 #include "OvBgp/LargeCommList.h"
 #include "tools/bgpcomm/MrtRouteSink.h"
 
+#include <array>
+#include <string>
+
 namespace Bgpcomm {
 
 // InternedRoute
@@ -20,6 +23,11 @@ struct InternedRoute {
    Routing::Bgp::ExtCommList::PtrConst extCommunities;
    Routing::Bgp::LargeCommList::PtrConst largeCommunities;
    Routing::Bgp::ExtCommIp6List::PtrConst ipv6ExtCommunities;
+   // texts: per kind (communityKindIndex()), where the sink may keep the
+   // list's text for the next route with the same list: empty until it does,
+   // the same string for the same list while it stays there, null when the
+   // list is absent or nothing keeps texts. One sink, one format.
+   std::array<std::string*, communityKindCount> texts{};
 
    // present(): whether the route carries the kind.
    bool present( CommunityKind kind ) const {

@@ -6,21 +6,46 @@ using namespace Routing::Bgp;
 
 namespace {
 
-// internKept(): the list intern() gives, kept when its table gained a
-// member in the call (the list was built). With other threads interning
-// into the same tables the size can mislead: a list is then kept twice, or
-// not kept and built again once its routes are gone; never a wrong list.
+// internKept(): the list for octets: from recent when they were seen lately,
+// else the one intern() gives, kept when its table gained a member in the
+// call (the list was built). With other threads interning into the same
+// tables the size can mislead: a list is then kept twice, or not kept and
+// built again once its routes are gone; never a wrong list.
 template<class List, class Intern>
-typename List::PtrConst internKept( const Bex::DedupHashTable& table,
-                                    std::vector<typename List::PtrConst>& kept, U64& built,
-                                    Intern&& intern ) {
+RecentList<List>* internKept( std::span<const U8> octets, RecentLists<List>& recent,
+                              const Bex::DedupHashTable& table,
+                              std::vector<typename List::PtrConst>& kept, U64& built,
+                              Intern&& intern ) {
+   if ( octets.empty() )
+      return nullptr;
+   if ( RecentList<List>* hit = recent.find( octets ) )
+      return hit;
    const size_t before = table.size();
    typename List::PtrConst list = intern();
    if ( table.size() != before ) {
       kept.push_back( list );
       ++built;
    }
-   return list;
+   return &recent.put( octets, std::move( list ) );
+}
+
+// listOf(): what the public calls give.
+template<class List>
+typename List::PtrConst listOf( const RecentList<List>* recent ) {
+   return recent ? recent->list : nullptr;
+}
+
+// fill(): one kind of lists from recent.
+template<class List>
+void fill( RecentList<List>* recent, typename List::PtrConst& list, std::string*& text ) {
+   if ( !recent ) {
+      list = nullptr;
+      text = nullptr;
+      return;
+   }
+   if ( list.ptr() != recent->list.ptr() ) // saves two atomic counts on a repeat
+      list = recent->list;
+   text = &recent->text;
 }
 
 } // namespace
@@ -28,46 +53,63 @@ typename List::PtrConst internKept( const Bex::DedupHashTable& table,
 RouteInterner::RouteInterner( const CommunityTables& tables ) : tables_( tables ) {}
 
 void RouteInterner::intern( const MrtRoute& route, InternedRoute* lists ) {
-   lists->communities = communities( route.community( CommunityKind::standard ) );
-   lists->extCommunities = extCommunities( route.community( CommunityKind::extended ) );
-   lists->largeCommunities = largeCommunities( route.community( CommunityKind::large ) );
-   lists->ipv6ExtCommunities = ipv6ExtCommunities( route.community( CommunityKind::ip6Extended ) );
+   auto& texts = lists->texts;
+   fill( standard( route.community( CommunityKind::standard ) ), lists->communities,
+         texts[ communityKindIndex( CommunityKind::standard ) ] );
+   fill( extended( route.community( CommunityKind::extended ) ), lists->extCommunities,
+         texts[ communityKindIndex( CommunityKind::extended ) ] );
+   fill( large( route.community( CommunityKind::large ) ), lists->largeCommunities,
+         texts[ communityKindIndex( CommunityKind::large ) ] );
+   fill( ip6Extended( route.community( CommunityKind::ip6Extended ) ), lists->ipv6ExtCommunities,
+         texts[ communityKindIndex( CommunityKind::ip6Extended ) ] );
 }
 
 CommList::PtrConst RouteInterner::communities( std::span<const U8> octets ) {
-   if ( octets.empty() )
-      return nullptr;
-   return internKept<CommList>(
-         *tables_.commList()->dedupTable(), keptStandard_, listsBuilt_, [ & ] {
-            return CommList::dedupOctets( tables_.commList(), octets.data(), octets.size() );
-         } );
+   return listOf( standard( octets ) );
 }
 
 LargeCommList::PtrConst RouteInterner::largeCommunities( std::span<const U8> octets ) {
-   if ( octets.empty() )
-      return nullptr;
-   return internKept<LargeCommList>(
-         *tables_.largeCommList()->dedupTable(), keptLarge_, listsBuilt_, [ & ] {
-            return LargeCommList::dedupOctets( tables_.largeCommList(), octets.data(),
-                                               octets.size() );
-         } );
+   return listOf( large( octets ) );
 }
 
 ExtCommList::PtrConst RouteInterner::extCommunities( std::span<const U8> octets ) {
-   if ( octets.empty() )
-      return nullptr;
-   return internKept<ExtCommList>(
-         *tables_.extCommList()->dedupTable(), keptExtended_, listsBuilt_, [ & ] {
-            return ExtCommList::dedupOctets( tables_.extCommList(), tables_.extComm(),
-                                             octets.data(), octets.size() );
-         } );
+   return listOf( extended( octets ) );
 }
 
 ExtCommIp6List::PtrConst RouteInterner::ipv6ExtCommunities( std::span<const U8> octets ) {
-   if ( octets.empty() )
-      return nullptr;
+   return listOf( ip6Extended( octets ) );
+}
+
+RecentList<CommList>* RouteInterner::standard( std::span<const U8> octets ) {
+   return internKept<CommList>( octets, recentStandard_, *tables_.commList()->dedupTable(),
+                                keptStandard_, listsBuilt_, [ & ] {
+                                   return CommList::dedupOctets( tables_.commList(), octets.data(),
+                                                                 octets.size() );
+                                } );
+}
+
+RecentList<LargeCommList>* RouteInterner::large( std::span<const U8> octets ) {
+   return internKept<LargeCommList>( octets, recentLarge_, *tables_.largeCommList()->dedupTable(),
+                                     keptLarge_, listsBuilt_, [ & ] {
+                                        return LargeCommList::dedupOctets( tables_.largeCommList(),
+                                                                           octets.data(),
+                                                                           octets.size() );
+                                     } );
+}
+
+RecentList<ExtCommList>* RouteInterner::extended( std::span<const U8> octets ) {
+   return internKept<ExtCommList>( octets, recentExtended_, *tables_.extCommList()->dedupTable(),
+                                   keptExtended_, listsBuilt_, [ & ] {
+                                      return ExtCommList::dedupOctets(
+                                            tables_.extCommList(), tables_.extComm(), octets.data(),
+                                            octets.size() );
+                                   } );
+}
+
+RecentList<ExtCommIp6List>* RouteInterner::ip6Extended( std::span<const U8> octets ) {
    return internKept<ExtCommIp6List>(
-         *tables_.extCommIp6List()->dedupTable(), keptIp6Extended_, listsBuilt_, [ & ] {
+         octets, recentIp6Extended_, *tables_.extCommIp6List()->dedupTable(), keptIp6Extended_,
+         listsBuilt_, [ & ] {
             return ExtCommIp6List::dedupOctets( tables_.extCommIp6List(), tables_.extCommIp6(),
                                                 octets.data(), octets.size() );
          } );

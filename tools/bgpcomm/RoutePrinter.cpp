@@ -34,6 +34,61 @@ void RoutePrinter::print( const MrtRoute& route, const InternedRoute& lists ) {
    out_.flushIfFull();
 }
 
+namespace {
+
+// openJson(): the start of a list's member, up to its values.
+void openJson( std::string& out, CommunityKind kind ) {
+   out += ", \"";
+   out += communityKindInfo( kind ).jsonKey;
+   out += "\": {\"values\": ";
+}
+
+// kept(): appends the text write( std::string& ) makes of a list, made once
+// and kept where the interner says, or made anew when nothing keeps it.
+template<class Write>
+void kept( std::string& out, const InternedRoute& lists, CommunityKind kind, Write&& write ) {
+   std::string* text = lists.texts[ communityKindIndex( kind ) ];
+   if ( !text ) {
+      write( out );
+      return;
+   }
+   if ( text->empty() )
+      write( *text );
+   out += *text;
+}
+
+} // namespace
+
+// The list texts are plain: names, digits, colons, dots and dashes; the
+// escaping is there for whatever a future form brings.
+template<class List>
+void RoutePrinter::appendJson( std::string& out, CommunityKind kind, const List& list ) {
+   openJson( out, kind );
+   appendJsonValues( out, list );
+   out += ", \"text\": ";
+   scratch_.clear();
+   text_.append( scratch_, list );
+   appendJsonString( out, scratch_ );
+   out += '}';
+}
+
+// Extended communities show one UI form per value.
+void RoutePrinter::appendJson( std::string& out, CommunityKind kind, const ExtCommList& list ) {
+   openJson( out, kind );
+   appendJsonValues( out, list );
+   out += ", \"text\": [";
+   bool first = true;
+   for ( const ExtComm::PtrConst& c : list.commVector() ) {
+      if ( !first )
+         out += ", ";
+      first = false;
+      scratch_.clear();
+      text_.appendUi( scratch_, *c );
+      appendJsonString( out, scratch_ );
+   }
+   out += "]}";
+}
+
 void RoutePrinter::printLine( const MrtRoute& route, const InternedRoute& lists ) {
    std::string& out = out_.text();
    out += route.prefix;
@@ -43,18 +98,18 @@ void RoutePrinter::printLine( const MrtRoute& route, const InternedRoute& lists 
    }
    out += '\t';
    out += route.peer;
-   auto column = [ & ]( const auto& list ) {
+   auto column = [ & ]( CommunityKind kind, const auto& list ) {
       out += '\t';
       if ( list ) {
-         text_.append( out, *list );
+         kept( out, lists, kind, [ & ]( std::string& text ) { text_.append( text, *list ); } );
       } else {
          out += '-';
       }
    };
-   column( lists.communities );
-   column( lists.extCommunities );
-   column( lists.largeCommunities );
-   column( lists.ipv6ExtCommunities );
+   column( CommunityKind::standard, lists.communities );
+   column( CommunityKind::extended, lists.extCommunities );
+   column( CommunityKind::large, lists.largeCommunities );
+   column( CommunityKind::ip6Extended, lists.ipv6ExtCommunities );
    out += '\n';
 }
 
@@ -70,55 +125,15 @@ void RoutePrinter::printJson( const MrtRoute& route, const InternedRoute& lists 
    appendJsonString( out, route.peer );
    out += ", \"peerAs\": ";
    appendDecimal( out, route.peerAs );
-   // The list texts are plain: names, digits, colons, dots and dashes; the
-   // escaping is there for whatever a future form brings.
-   std::string& scratch = scratch_;
-   auto listText = [ & ]( const auto& list ) {
-      scratch.clear();
-      text_.append( scratch, list );
-      appendJsonString( out, scratch );
-   };
-   auto open = [ & ]( CommunityKind kind ) {
-      out += ", \"";
-      out += communityKindInfo( kind ).jsonKey;
-      out += "\": {\"values\": ";
-   };
-   if ( lists.communities ) {
-      open( CommunityKind::standard );
-      appendJsonValues( out, *lists.communities );
-      out += ", \"text\": ";
-      listText( *lists.communities );
-      out += '}';
-   }
-   if ( lists.extCommunities ) {
-      open( CommunityKind::extended );
-      appendJsonValues( out, *lists.extCommunities );
-      out += ", \"text\": [";
-      bool first = true;
-      for ( const ExtComm::PtrConst& c : lists.extCommunities->commVector() ) {
-         if ( !first )
-            out += ", ";
-         first = false;
-         scratch.clear();
-         text_.appendUi( scratch, *c );
-         appendJsonString( out, scratch );
+   auto member = [ & ]( CommunityKind kind, const auto& list ) {
+      if ( list ) {
+         kept( out, lists, kind, [ & ]( std::string& text ) { appendJson( text, kind, *list ); } );
       }
-      out += "]}";
-   }
-   if ( lists.largeCommunities ) {
-      open( CommunityKind::large );
-      appendJsonValues( out, *lists.largeCommunities );
-      out += ", \"text\": ";
-      listText( *lists.largeCommunities );
-      out += '}';
-   }
-   if ( lists.ipv6ExtCommunities ) {
-      open( CommunityKind::ip6Extended );
-      appendJsonValues( out, *lists.ipv6ExtCommunities );
-      out += ", \"text\": ";
-      listText( *lists.ipv6ExtCommunities );
-      out += '}';
-   }
+   };
+   member( CommunityKind::standard, lists.communities );
+   member( CommunityKind::extended, lists.extCommunities );
+   member( CommunityKind::large, lists.largeCommunities );
+   member( CommunityKind::ip6Extended, lists.ipv6ExtCommunities );
    out += "}\n";
 }
 

@@ -30,6 +30,11 @@ class RoutePrinter {
    void printLine( const MrtRoute& route, const InternedRoute& lists );
    void printJson( const MrtRoute& route, const InternedRoute& lists );
 
+   // appendJson(): a list's member of the route's object.
+   template<class List>
+   void appendJson( std::string& out, CommunityKind kind, const List& list );
+   void appendJson( std::string& out, CommunityKind kind, const Routing::Bgp::ExtCommList& list );
+
    OutputBuffer& out_;
    Format format_;
    ListText text_;
