@@ -17,17 +17,22 @@
 
 namespace Bgpcomm {
 
+// KeptText: a list's text in one form (a sink's own number, 0 for none yet).
+struct KeptText {
+   U8 form = 0;
+   std::string text;
+};
+
 // InternedRoute
 struct InternedRoute {
    Routing::Bgp::CommList::PtrConst communities;
    Routing::Bgp::ExtCommList::PtrConst extCommunities;
    Routing::Bgp::LargeCommList::PtrConst largeCommunities;
    Routing::Bgp::ExtCommIp6List::PtrConst ipv6ExtCommunities;
-   // texts: per kind (communityKindIndex()), where the sink may keep the
-   // list's text for the next route with the same list: empty until it does,
-   // the same string for the same list while it stays there, null when the
-   // list is absent or nothing keeps texts. One sink, one format.
-   std::array<std::string*, communityKindCount> texts{};
+   // texts: per kind (communityKindIndex()), where a sink may keep the
+   // list's text for the next route with the same list; null when the list
+   // is absent or nothing keeps texts.
+   std::array<KeptText*, communityKindCount> texts{};
 
    // present(): whether the route carries the kind.
    bool present( CommunityKind kind ) const {

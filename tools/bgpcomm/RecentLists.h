@@ -13,6 +13,7 @@
 #pragma once
 
 #include "Kel/Types.h"
+#include "tools/bgpcomm/InternedRoute.h"
 
 #include <cstring>
 #include <span>
@@ -21,12 +22,11 @@
 
 namespace Bgpcomm {
 
-// RecentList: a list and the text its route's printer keeps of it (in the one
-// format that printer writes; empty until it does).
+// RecentList: a list and the text a printer keeps of it.
 template<class List>
 struct RecentList {
    typename List::PtrConst list;
-   std::string text;
+   KeptText kept;
 };
 
 // RecentLists
@@ -60,7 +60,7 @@ class RecentLists {
       s.hash = hash_;
       s.octets.assign( reinterpret_cast<const char*>( octets.data() ), octets.size() );
       s.recent.list = std::move( list );
-      s.recent.text.clear();
+      s.recent.kept.form = 0;
       return s.recent;
    }
 

@@ -37,7 +37,7 @@ typename List::PtrConst listOf( const RecentList<List>* recent ) {
 
 // fill(): one kind of lists from recent.
 template<class List>
-void fill( RecentList<List>* recent, typename List::PtrConst& list, std::string*& text ) {
+void fill( RecentList<List>* recent, typename List::PtrConst& list, KeptText*& text ) {
    if ( !recent ) {
       list = nullptr;
       text = nullptr;
@@ -45,7 +45,7 @@ void fill( RecentList<List>* recent, typename List::PtrConst& list, std::string*
    }
    if ( list.ptr() != recent->list.ptr() ) // saves two atomic counts on a repeat
       list = recent->list;
-   text = &recent->text;
+   text = &recent->kept;
 }
 
 } // namespace

@@ -36,6 +36,10 @@ void RoutePrinter::print( const MrtRoute& route, const InternedRoute& lists ) {
 
 namespace {
 
+// The forms a list's text is kept in.
+constexpr U8 formLines = 1;
+constexpr U8 formJson = 2;
+
 // openJson(): the start of a list's member, up to its values.
 void openJson( std::string& out, CommunityKind kind ) {
    out += ", \"";
@@ -43,18 +47,23 @@ void openJson( std::string& out, CommunityKind kind ) {
    out += "\": {\"values\": ";
 }
 
-// kept(): appends the text write( std::string& ) makes of a list, made once
-// and kept where the interner says, or made anew when nothing keeps it.
+// appendKept(): appends the text write( std::string& ) makes of a list in form,
+// made once and kept where the interner says, or made anew when nothing
+// keeps it.
 template<class Write>
-void kept( std::string& out, const InternedRoute& lists, CommunityKind kind, Write&& write ) {
-   std::string* text = lists.texts[ communityKindIndex( kind ) ];
-   if ( !text ) {
+void appendKept( std::string& out, const InternedRoute& lists, CommunityKind kind, U8 form,
+                 Write&& write ) {
+   KeptText* k = lists.texts[ communityKindIndex( kind ) ];
+   if ( !k ) {
       write( out );
       return;
    }
-   if ( text->empty() )
-      write( *text );
-   out += *text;
+   if ( k->form != form ) {
+      k->text.clear();
+      write( k->text );
+      k->form = form;
+   }
+   out += k->text;
 }
 
 } // namespace
@@ -101,7 +110,8 @@ void RoutePrinter::printLine( const MrtRoute& route, const InternedRoute& lists 
    auto column = [ & ]( CommunityKind kind, const auto& list ) {
       out += '\t';
       if ( list ) {
-         kept( out, lists, kind, [ & ]( std::string& text ) { text_.append( text, *list ); } );
+         appendKept( out, lists, kind, formLines,
+                     [ & ]( std::string& text ) { text_.append( text, *list ); } );
       } else {
          out += '-';
       }
@@ -127,7 +137,8 @@ void RoutePrinter::printJson( const MrtRoute& route, const InternedRoute& lists 
    appendDecimal( out, route.peerAs );
    auto member = [ & ]( CommunityKind kind, const auto& list ) {
       if ( list ) {
-         kept( out, lists, kind, [ & ]( std::string& text ) { appendJson( text, kind, *list ); } );
+         appendKept( out, lists, kind, formJson,
+                     [ & ]( std::string& text ) { appendJson( text, kind, *list ); } );
       }
    };
    member( CommunityKind::standard, lists.communities );

@@ -2,6 +2,8 @@
 
 #include "tools/bgpcomm/NlriText.h"
 
+#include <algorithm>
+
 namespace Bgpcomm {
 
 namespace {
@@ -76,7 +78,10 @@ std::string TableDumpV2Decoder::decodePeerIndexTable( const MrtRecord& record ) 
    if ( !c.skip( 4 ) || !c.u16( &nameLength ) || !c.skip( nameLength ) || !c.u16( &count ) ) {
       return "PEER_INDEX_TABLE header cut short";
    }
-   std::vector<Peer> peers( count );
+   // The count is the file's word: room grows with the peers actually read.
+   constexpr size_t leastPeerOctets = 11;
+   std::vector<Peer> peers;
+   peers.reserve( std::min<size_t>( count, c.left() / leastPeerOctets ) );
    for ( U16 i = 0; i < count; ++i ) {
       U8 type;
       std::span<const U8> address;
@@ -90,8 +95,9 @@ std::string TableDumpV2Decoder::decodePeerIndexTable( const MrtRecord& record ) 
       }
       if ( !( type & peerTypeAs4 ) )
          as = as2;
-      appendAddress( peers[ i ].address, address );
-      peers[ i ].as = as;
+      Peer& peer = peers.emplace_back();
+      appendAddress( peer.address, address );
+      peer.as = as;
    }
    if ( !c.atEnd() ) {
       return "PEER_INDEX_TABLE has " + std::to_string( c.left() ) + " octets after its last peer";
@@ -107,10 +113,11 @@ std::string TableDumpV2Decoder::readEntries( WireCursor& c, bool addPath ) {
    U16 count;
    if ( !c.u16( &count ) )
       return "RIB record ends before its entry count";
-   if ( entries_.size() < count )
-      entries_.resize( count );
-   entryCount_ = count;
+   entryCount_ = 0;
    for ( U16 i = 0; i < count; ++i ) {
+      // Grown entry by entry, not to the count a record claims.
+      if ( i == entries_.size() )
+         entries_.emplace_back();
       Entry& e = entries_[ i ];
       U16 attrLength;
       std::span<const U8> attrs;
@@ -129,6 +136,7 @@ std::string TableDumpV2Decoder::readEntries( WireCursor& c, bool addPath ) {
       return std::to_string( c.left() ) + " octets after the last of " + std::to_string( count ) +
              " RIB entries";
    }
+   entryCount_ = count;
    return std::string();
 }
 
