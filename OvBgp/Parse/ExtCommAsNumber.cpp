@@ -7,6 +7,23 @@
 
 namespace Routing::Bgp {
 
+namespace {
+
+// formatOpened(): the debugging form of a named kind: opening, what fill
+// writes, a space, the raw value and ">".
+template<class Fill>
+void formatOpened( const ExtComm& value, std::ostream& os, const char* opening, Fill fill ) {
+   OvFmt::DynamicBuffer<64> buf;
+   buf.append( opening );
+   fill( buf );
+   buf.append( ' ' );
+   os.write( buf.data(), std::streamsize( buf.size() ) );
+   value.formatCommunityValue( os );
+   os << '>';
+}
+
+} // namespace
+
 ExtCommAsNumber::Ptr ExtCommAsNumber::ExtCommAsNumberIs( ExtCommClassification classification,
                                                          const ExtCommContent& content,
                                                          bool fourByteAs ) {
@@ -48,15 +65,11 @@ void ExtCommAsNumber::appendLabelled( StrepFormat format, OvFmt::DynamicBufferIn
 }
 
 void ExtCommAsNumber::formatLabelled( std::ostream& os, const char* opening ) const {
-   OvFmt::DynamicBuffer<64> buf;
-   buf.append( opening );
-   formatAsNumberToBuffer( &buf, false );
-   buf.append( ':' );
-   buf.appendDecimal( localAdmin() );
-   buf.append( ' ' );
-   os.write( buf.data(), std::streamsize( buf.size() ) );
-   formatCommunityValue( os );
-   os << '>';
+   formatOpened( *this, os, opening, [ this ]( OvFmt::DynamicBufferInterface& buf ) {
+      formatAsNumberToBuffer( &buf, false );
+      buf.append( ':' );
+      buf.appendDecimal( localAdmin() );
+   } );
 }
 
 void ExtCommAsNumber::appendStrepForPolicy( StrepFormat format,
@@ -108,13 +121,8 @@ void ExtCommIpv4Address::appendLabelled( StrepFormat format, OvFmt::DynamicBuffe
 }
 
 void ExtCommIpv4Address::formatLabelled( std::ostream& os, const char* opening ) const {
-   OvFmt::DynamicBuffer<64> buf;
-   buf.append( opening );
-   appendAddressAndLocal( buf );
-   buf.append( ' ' );
-   os.write( buf.data(), std::streamsize( buf.size() ) );
-   formatCommunityValue( os );
-   os << '>';
+   formatOpened( *this, os, opening,
+                 [ this ]( OvFmt::DynamicBufferInterface& buf ) { appendAddressAndLocal( buf ); } );
 }
 
 void ExtCommIpv4Address::appendStrepForPolicy( StrepFormat format,

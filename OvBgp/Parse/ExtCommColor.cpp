@@ -6,10 +6,6 @@
 
 namespace Routing::Bgp {
 
-ExtCommColor::Ptr ExtCommColor::ExtCommColorIs( const ExtCommContent& content ) {
-   return Kel::makeActivePtr<ExtCommColor>( content );
-}
-
 void ExtCommColor::appendStrepForPolicy( StrepFormat, OvFmt::DynamicBufferInterface& out ) const {
    out.append( "Color:CO(" );
    out.append( cBit() ? '1' : '0' );
@@ -29,10 +25,6 @@ void ExtCommColor::formatDerivedType( std::ostream& os ) const {
    os.write( buf.data(), std::streamsize( buf.size() ) );
    formatCommunityValue( os );
    os << '>';
-}
-
-ExtCommColor::Ptr extCommColorFactory( const ExtCommContent& content ) {
-   return ExtCommColor::ExtCommColorIs( content );
 }
 
 } // namespace Routing::Bgp

@@ -17,37 +17,24 @@ namespace Routing::Bgp {
 // octet), the color bits 31..0; the other flag bits are not interpreted.
 class ExtCommColor : public ExtCommSubtyped {
  public:
-   using Ptr = Kel::Ptr<ExtCommColor>;
-   using PtrConst = Kel::Ptr<const ExtCommColor>;
-
-   explicit ExtCommColor( const ExtCommContent& content ) noexcept
-         : ExtCommSubtyped( extCommClassificationColor, content ) {}
-   static Ptr ExtCommColorIs( const ExtCommContent& content );
+   // formatDerivedType(): <Color: 100(01) 0x...>.
+   // appendStrepForPolicy(): "Color:CO(" C O "):" color, under every format.
+   OVBGP_PARSE_VALUE_BASICS( ExtCommColor, ExtCommSubtyped, extCommClassificationColor, content )
 
    bool cBit() const noexcept { return community() & ( U64( 1 ) << 47 ); }
    bool oBit() const noexcept { return community() & ( U64( 1 ) << 46 ); }
    U32 color() const noexcept { return getContent().localAdmin4Octets(); }
-
-   // formatDerivedType(): <Color: 100(01) 0x...>.
-   void formatDerivedType( std::ostream& os ) const override;
-   // appendStrepForPolicy(): "Color:CO(" C O "):" color, under every format.
-   void appendStrepForPolicy( StrepFormat format,
-                              OvFmt::DynamicBufferInterface& out ) const override;
 };
 
 // extCommColorFactory(): a new value, notification on, not interned.
-ExtCommColor::Ptr extCommColorFactory( const ExtCommContent& content );
-
 // BgpParseExtComSubTypeTransOpaqueColorRule(): type 0x03
 // subtype 0x0B; builds a color community.
-OVBGP_PARSE_SUB_RULE( BgpParseExtComSubTypeTransOpaqueColorRule,
-                      BgpParseExtComSubTypeTransOpaqueRuleBase,
-                      extCommPktSubtypeTransOpaqueColorExtendedCommunity,
-                      extCommColorFactory( content ) )
-
 // BgpParseExtCommColorSm(): the plug-in that gives the transitive opaque type
-// rule its color sub-rule. bgpParseExtCommColorSmFactory(): a new one, notification on.
-OVBGP_PARSE_PLUGIN( BgpParseExtCommColorSm, bgpParseExtCommColorSmFactory,
-                    BgpParseExtComSubTypeTransOpaqueColorRule )
+// rule its color sub-rule.
+OVBGP_PARSE_ONE_RULE_PLUGIN( ExtCommColor, extCommColorFactory,
+                             BgpParseExtComSubTypeTransOpaqueColorRule,
+                             BgpParseExtComSubTypeTransOpaqueRuleBase,
+                             extCommPktSubtypeTransOpaqueColorExtendedCommunity,
+                             BgpParseExtCommColorSm, bgpParseExtCommColorSmFactory )
 
 } // namespace Routing::Bgp

@@ -8,11 +8,6 @@
 
 namespace Routing::Bgp {
 
-ExtCommLinkBandwidth::Ptr ExtCommLinkBandwidth::ExtCommLinkBandwidthIs(
-      const ExtCommContent& content ) {
-   return Kel::makeActivePtr<ExtCommLinkBandwidth>( content );
-}
-
 bool ExtCommLinkBandwidth::isBetterThan( const ExtComm::PtrConst& other ) const {
    // Every community has the 32 bits; a NaN compares false either way.
    const float theirs = std::bit_cast<float>( U32( other->community() ) );
@@ -57,10 +52,6 @@ void ExtCommLinkBandwidth::formatDerivedType( std::ostream& os ) const {
    os.write( buf.data(), std::streamsize( buf.size() ) );
    formatCommunityValue( os );
    os << '>';
-}
-
-ExtCommLinkBandwidth::Ptr extCommLinkBandwidthFactory( const ExtCommContent& content ) {
-   return ExtCommLinkBandwidth::ExtCommLinkBandwidthIs( content );
 }
 
 } // namespace Routing::Bgp

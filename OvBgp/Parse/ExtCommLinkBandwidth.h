@@ -19,12 +19,13 @@ namespace Routing::Bgp {
 // pattern in bits 31..0, most significant octet first as on the wire).
 class ExtCommLinkBandwidth : public ExtCommAsNumber {
  public:
-   using Ptr = Kel::Ptr<ExtCommLinkBandwidth>;
-   using PtrConst = Kel::Ptr<const ExtCommLinkBandwidth>;
-
-   explicit ExtCommLinkBandwidth( const ExtCommContent& content ) noexcept
-         : ExtCommAsNumber( extCommClassificationLinkBandwidth, content, false ) {}
-   static Ptr ExtCommLinkBandwidthIs( const ExtCommContent& content );
+   // formatDerivedType(): <LinkBandwidth 65000:1.25e+08 0x...>.
+   // appendStrepForPolicy(): "AS:bandwidth" with the bandwidth as a default
+   // output stream writes a float, prefixed "lbw " with classification; with
+   // classification and UI "Link-Bandwidth-AS:AS:" and the platform's rate
+   // (or weight, with strepFormatLinkBwWeighted).
+   OVBGP_PARSE_VALUE_BASICS( ExtCommLinkBandwidth, ExtCommAsNumber,
+                             extCommClassificationLinkBandwidth, content, false )
 
    // bandwidth(): the platform's value of the float pattern.
    Routing::Rib::LinkBandwidth bandwidth() const noexcept {
@@ -42,32 +43,20 @@ class ExtCommLinkBandwidth : public ExtCommAsNumber {
    // not checked; its low 32 bits are read as a float whatever it is.
    bool isBetterThan( const ExtComm::PtrConst& other ) const override;
 
-   // formatDerivedType(): <LinkBandwidth 65000:1.25e+08 0x...>.
-   void formatDerivedType( std::ostream& os ) const override;
-   // appendStrepForPolicy(): "AS:bandwidth" with the bandwidth as a default
-   // output stream writes a float, prefixed "lbw " with classification; with
-   // classification and UI "Link-Bandwidth-AS:AS:" and the platform's rate
-   // (or weight, with strepFormatLinkBwWeighted).
-   void appendStrepForPolicy( StrepFormat format,
-                              OvFmt::DynamicBufferInterface& out ) const override;
    // appendStreamFloat(): value as a default std::ostream writes a float
    // (six significant digits, "%g" style), without a stream.
    static void appendStreamFloat( OvFmt::DynamicBufferInterface& out, float value );
 };
 
 // extCommLinkBandwidthFactory(): a new value, notification on, not interned.
-ExtCommLinkBandwidth::Ptr extCommLinkBandwidthFactory( const ExtCommContent& content );
-
 // BgpParseExtComSubTypeNonTransTwoOctetAsLinkBandwidthRule(): type 0x40
 // subtype 0x04; builds a link-bandwidth community.
-OVBGP_PARSE_SUB_RULE( BgpParseExtComSubTypeNonTransTwoOctetAsLinkBandwidthRule,
-                      BgpParseExtComSubTypeNonTransTwoOctetAsRuleBase,
-                      extCommPktSubtypeNonTransTwoOctetAsLinkBandwidth,
-                      extCommLinkBandwidthFactory( content ) )
-
 // BgpParseExtCommLinkBandwidthSm(): the plug-in that gives the non-transitive
-// 2-octet AS type rule its link-bandwidth sub-rule. bgpParseExtCommLinkBandwidthSmFactory(): a new one, notification on.
-OVBGP_PARSE_PLUGIN( BgpParseExtCommLinkBandwidthSm, bgpParseExtCommLinkBandwidthSmFactory,
-                    BgpParseExtComSubTypeNonTransTwoOctetAsLinkBandwidthRule )
+// 2-octet AS type rule its link-bandwidth sub-rule.
+OVBGP_PARSE_ONE_RULE_PLUGIN( ExtCommLinkBandwidth, extCommLinkBandwidthFactory,
+                             BgpParseExtComSubTypeNonTransTwoOctetAsLinkBandwidthRule,
+                             BgpParseExtComSubTypeNonTransTwoOctetAsRuleBase,
+                             extCommPktSubtypeNonTransTwoOctetAsLinkBandwidth,
+                             BgpParseExtCommLinkBandwidthSm, bgpParseExtCommLinkBandwidthSmFactory )
 
 } // namespace Routing::Bgp

@@ -25,11 +25,6 @@ std::string_view stateName( U8 octet ) noexcept {
 
 } // namespace
 
-ExtCommOriginValidationState::Ptr ExtCommOriginValidationState::ExtCommOriginValidationStateIs(
-      const ExtCommContent& content ) {
-   return Kel::makeActivePtr<ExtCommOriginValidationState>( content );
-}
-
 void ExtCommOriginValidationState::appendStrepForPolicy(
       StrepFormat format, OvFmt::DynamicBufferInterface& out ) const {
    if ( !format.classificationAndUI() ) {
@@ -55,11 +50,6 @@ void ExtCommOriginValidationState::formatDerivedType( std::ostream& os ) const {
    os.write( buf.data(), std::streamsize( buf.size() ) );
    formatCommunityValue( os );
    os << '>';
-}
-
-ExtCommOriginValidationState::Ptr extCommOriginValidationStateFactory(
-      const ExtCommContent& content ) {
-   return ExtCommOriginValidationState::ExtCommOriginValidationStateIs( content );
 }
 
 } // namespace Routing::Bgp

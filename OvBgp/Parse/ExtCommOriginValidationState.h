@@ -20,12 +20,13 @@ namespace Routing::Bgp {
 // the three states reads "unknown".
 class ExtCommOriginValidationState : public ExtCommSubtyped {
  public:
-   using Ptr = Kel::Ptr<ExtCommOriginValidationState>;
-   using PtrConst = Kel::Ptr<const ExtCommOriginValidationState>;
-
-   explicit ExtCommOriginValidationState( const ExtCommContent& content ) noexcept
-         : ExtCommSubtyped( extCommClassificationOriginValidationState, content ) {}
-   static Ptr ExtCommOriginValidationStateIs( const ExtCommContent& content );
+   // formatDerivedType(): <OriginValidationState valid 0x...>, or
+   // "unknown(N) " for an octet without a state.
+   // appendStrepForPolicy(): "Origin-Validation-State:" and valid,
+   // not-found, invalid or unknown with classification and UI; nothing
+   // under any other format.
+   OVBGP_PARSE_VALUE_BASICS( ExtCommOriginValidationState, ExtCommSubtyped,
+                             extCommClassificationOriginValidationState, content )
 
    // buildExtCommContent(): type 0x43, subtype 0x00, state in the low bits.
    static ExtCommContent buildExtCommContent( Rpki::OriginValidationState state ) noexcept {
@@ -34,33 +35,18 @@ class ExtCommOriginValidationState : public ExtCommSubtyped {
 
    // stateOctet(): the last octet, a state or not.
    U8 stateOctet() const noexcept { return U8( community() ); }
-
-   // formatDerivedType(): <OriginValidationState valid 0x...>, or
-   // "unknown(N) " for an octet without a state.
-   void formatDerivedType( std::ostream& os ) const override;
-   // appendStrepForPolicy(): "Origin-Validation-State:" and valid,
-   // not-found, invalid or unknown with classification and UI; nothing
-   // under any other format.
-   void appendStrepForPolicy( StrepFormat format,
-                              OvFmt::DynamicBufferInterface& out ) const override;
 };
 
-// extCommOriginValidationStateFactory(): a new value, notification on, not
-// interned.
-ExtCommOriginValidationState::Ptr extCommOriginValidationStateFactory(
-      const ExtCommContent& content );
-
+// extCommOriginValidationStateFactory(): a new value, notification on, not interned.
 // BgpParseExtComSubTypeNonTransOpaqueOriginValidationStateRule(): type 0x43
 // subtype 0x00; builds an origin validation state community.
-OVBGP_PARSE_SUB_RULE( BgpParseExtComSubTypeNonTransOpaqueOriginValidationStateRule,
-                      BgpParseExtComSubTypeNonTransOpaqueRuleBase,
-                      extCommPktSubtypeNonTransOriginValidationState,
-                      extCommOriginValidationStateFactory( content ) )
-
 // BgpParseExtCommOriginValidationStateSm(): the plug-in that gives the
-// non-transitive opaque type rule its origin validation state sub-rule. bgpParseExtCommOriginValidationStateSmFactory(): a new one, notification on.
-OVBGP_PARSE_PLUGIN( BgpParseExtCommOriginValidationStateSm,
-                    bgpParseExtCommOriginValidationStateSmFactory,
-                    BgpParseExtComSubTypeNonTransOpaqueOriginValidationStateRule )
+// non-transitive opaque type rule its origin validation state sub-rule.
+OVBGP_PARSE_ONE_RULE_PLUGIN( ExtCommOriginValidationState, extCommOriginValidationStateFactory,
+                             BgpParseExtComSubTypeNonTransOpaqueOriginValidationStateRule,
+                             BgpParseExtComSubTypeNonTransOpaqueRuleBase,
+                             extCommPktSubtypeNonTransOriginValidationState,
+                             BgpParseExtCommOriginValidationStateSm,
+                             bgpParseExtCommOriginValidationStateSmFactory )
 
 } // namespace Routing::Bgp

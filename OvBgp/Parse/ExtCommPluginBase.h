@@ -198,4 +198,33 @@ class BgpParseExtCommSubRulePluginSm : public BgpParseExtCommPluginBaseSm {
       return Name::Name##Is( ruleCollections );                                              \
    }
 
+// OVBGP_PARSE_VALUE_BASICS( Name, Base, baseArgs... ): in the public part of
+// a typed value class Name built from its content alone (Base( baseArgs ),
+// which name content): its counted-pointer names, its constructor,
+// NameIs(content) and the declarations of its two text forms,
+// formatDerivedType() and appendStrepForPolicy().
+#define OVBGP_PARSE_VALUE_BASICS( Name, Base, ... )                                    \
+   using Ptr = Kel::Ptr<Name>;                                                         \
+   using PtrConst = Kel::Ptr<const Name>;                                              \
+   explicit Name( const ExtCommContent& content ) noexcept : Base( __VA_ARGS__ ) {}    \
+   static Ptr Name##Is( const ExtCommContent& content ) {                              \
+      return Kel::makeActivePtr<Name>( content );                                      \
+   }                                                                                   \
+   void formatDerivedType( std::ostream& os ) const override;                          \
+   void appendStrepForPolicy( StrepFormat format, OvFmt::DynamicBufferInterface& out ) \
+         const override;
+
+// OVBGP_PARSE_ONE_RULE_PLUGIN( Value, valueFactory, SubRule, SubRuleBase,
+// subtype, Plugin, pluginFactory ): for a value class with
+// OVBGP_PARSE_VALUE_BASICS, its free factory (a new value, notification on,
+// not interned), the sub-rule that builds it under subtype and the plug-in
+// that registers that sub-rule.
+#define OVBGP_PARSE_ONE_RULE_PLUGIN( Value, valueFactory, SubRule, SubRuleBase, subtype, Plugin, \
+                                     pluginFactory )                                             \
+   inline Value::Ptr valueFactory( const ExtCommContent& content ) {                             \
+      return Value::Value##Is( content );                                                        \
+   }                                                                                             \
+   OVBGP_PARSE_SUB_RULE( SubRule, SubRuleBase, subtype, valueFactory( content ) )                \
+   OVBGP_PARSE_PLUGIN( Plugin, pluginFactory, SubRule )
+
 } // namespace Routing::Bgp

@@ -12,10 +12,6 @@ KEL_ENUM_DEFINE( TunnelType, "Routing::Bgp::TunnelType", KEL_ENUM_MEMBER( tunnel
                  KEL_ENUM_MEMBER( tunnelTypeMpls ), KEL_ENUM_MEMBER( tunnelTypeMplsInGre ),
                  KEL_ENUM_MEMBER( tunnelTypeVxlanGpe ), KEL_ENUM_MEMBER( tunnelTypeUnknown ) )
 
-ExtCommTunnelEncap::Ptr ExtCommTunnelEncap::ExtCommTunnelEncapIs( const ExtCommContent& content ) {
-   return Kel::makeActivePtr<ExtCommTunnelEncap>( content );
-}
-
 void ExtCommTunnelEncap::appendStrepForPolicy( StrepFormat format,
                                                OvFmt::DynamicBufferInterface& out ) const {
    if ( format.has( strepFormatClassification ) ) {
@@ -41,10 +37,6 @@ void ExtCommTunnelEncap::formatDerivedType( std::ostream& os ) const {
    os.write( buf.data(), std::streamsize( buf.size() ) );
    formatCommunityValue( os );
    os << '>';
-}
-
-ExtCommTunnelEncap::Ptr extCommTunnelEncapFactory( const ExtCommContent& content ) {
-   return ExtCommTunnelEncap::ExtCommTunnelEncapIs( content );
 }
 
 } // namespace Routing::Bgp

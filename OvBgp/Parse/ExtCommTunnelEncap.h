@@ -53,38 +53,26 @@ constexpr bool bgpIsValidEnumMember( TunnelType v ) noexcept {
 // before it are carried, not interpreted.
 class ExtCommTunnelEncap : public ExtCommSubtyped {
  public:
-   using Ptr = Kel::Ptr<ExtCommTunnelEncap>;
-   using PtrConst = Kel::Ptr<const ExtCommTunnelEncap>;
-
-   explicit ExtCommTunnelEncap( const ExtCommContent& content ) noexcept
-         : ExtCommSubtyped( extCommClassificationTunnelEncap, content ) {}
-   static Ptr ExtCommTunnelEncapIs( const ExtCommContent& content );
+   // formatDerivedType(): <TunnelEncap 8:tunnelTypeVxlan 0x...>, with
+   // tunnelTypeUnknown (no number) for a value without a name.
+   // appendStrepForPolicy(): the member name or "tunnelTypeUnknown-N",
+   // prefixed "TunnelEncap:" with classification; no other flag counts.
+   OVBGP_PARSE_VALUE_BASICS( ExtCommTunnelEncap, ExtCommSubtyped, extCommClassificationTunnelEncap,
+                             content )
 
    // tunnelType(): the 16-bit value, a member or not.
    TunnelType tunnelType() const noexcept { return TunnelType( getContent().localAdmin2Octets() ); }
-
-   // formatDerivedType(): <TunnelEncap 8:tunnelTypeVxlan 0x...>, with
-   // tunnelTypeUnknown (no number) for a value without a name.
-   void formatDerivedType( std::ostream& os ) const override;
-   // appendStrepForPolicy(): the member name or "tunnelTypeUnknown-N",
-   // prefixed "TunnelEncap:" with classification; no other flag counts.
-   void appendStrepForPolicy( StrepFormat format,
-                              OvFmt::DynamicBufferInterface& out ) const override;
 };
 
 // extCommTunnelEncapFactory(): a new value, notification on, not interned.
-ExtCommTunnelEncap::Ptr extCommTunnelEncapFactory( const ExtCommContent& content );
-
 // BgpParseExtComSubTypeTransOpaqueTunnelEncapRule(): type 0x03
 // subtype 0x0C; builds an encapsulation community.
-OVBGP_PARSE_SUB_RULE( BgpParseExtComSubTypeTransOpaqueTunnelEncapRule,
-                      BgpParseExtComSubTypeTransOpaqueRuleBase,
-                      extCommPktSubtypeTransOpaqueEncapsulationExtendedCommunity,
-                      extCommTunnelEncapFactory( content ) )
-
 // BgpParseExtCommTunnelEncapSm(): the plug-in that gives the transitive opaque
-// type rule its encapsulation sub-rule. bgpParseExtCommTunnelEncapSmFactory(): a new one, notification on.
-OVBGP_PARSE_PLUGIN( BgpParseExtCommTunnelEncapSm, bgpParseExtCommTunnelEncapSmFactory,
-                    BgpParseExtComSubTypeTransOpaqueTunnelEncapRule )
+// type rule its encapsulation sub-rule.
+OVBGP_PARSE_ONE_RULE_PLUGIN( ExtCommTunnelEncap, extCommTunnelEncapFactory,
+                             BgpParseExtComSubTypeTransOpaqueTunnelEncapRule,
+                             BgpParseExtComSubTypeTransOpaqueRuleBase,
+                             extCommPktSubtypeTransOpaqueEncapsulationExtendedCommunity,
+                             BgpParseExtCommTunnelEncapSm, bgpParseExtCommTunnelEncapSmFactory )
 
 } // namespace Routing::Bgp

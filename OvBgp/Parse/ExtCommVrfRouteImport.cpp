@@ -4,12 +4,6 @@
 
 namespace Routing::Bgp {
 
-ExtCommVrfRouteImportIpv4Address::Ptr
-ExtCommVrfRouteImportIpv4Address::ExtCommVrfRouteImportIpv4AddressIs(
-      const ExtCommContent& content ) {
-   return Kel::makeActivePtr<ExtCommVrfRouteImportIpv4Address>( content );
-}
-
 void ExtCommVrfRouteImportIpv4Address::appendStrepForPolicy(
       StrepFormat format, OvFmt::DynamicBufferInterface& out ) const {
    appendLabelled( format, out, "VRI:", "VRF-Route-Import:" );
@@ -17,11 +11,6 @@ void ExtCommVrfRouteImportIpv4Address::appendStrepForPolicy(
 
 void ExtCommVrfRouteImportIpv4Address::formatDerivedType( std::ostream& os ) const {
    formatLabelled( os, "<VrfRouteImport " );
-}
-
-ExtCommVrfRouteImportIpv4Address::Ptr extCommVrfRouteImportIpv4AddressFactory(
-      const ExtCommContent& content ) {
-   return ExtCommVrfRouteImportIpv4Address::ExtCommVrfRouteImportIpv4AddressIs( content );
 }
 
 } // namespace Routing::Bgp

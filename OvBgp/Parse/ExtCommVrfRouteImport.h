@@ -17,36 +17,24 @@ namespace Routing::Bgp {
 // ExtCommVrfRouteImportIpv4Address(): address bits 47..16, local 15..0.
 class ExtCommVrfRouteImportIpv4Address : public ExtCommIpv4Address {
  public:
-   using Ptr = Kel::Ptr<ExtCommVrfRouteImportIpv4Address>;
-   using PtrConst = Kel::Ptr<const ExtCommVrfRouteImportIpv4Address>;
-
-   explicit ExtCommVrfRouteImportIpv4Address( const ExtCommContent& content ) noexcept
-         : ExtCommIpv4Address( extCommClassificationVrfRouteImport, content ) {}
-   static Ptr ExtCommVrfRouteImportIpv4AddressIs( const ExtCommContent& content );
-
    // formatDerivedType(): <VrfRouteImport 10.1.1.1:3 0x...>.
-   void formatDerivedType( std::ostream& os ) const override;
    // appendStrepForPolicy(): "a.b.c.d:local", prefixed "VRI:" with
    // classification, "VRF-Route-Import:" with classification and UI.
-   void appendStrepForPolicy( StrepFormat format,
-                              OvFmt::DynamicBufferInterface& out ) const override;
+   OVBGP_PARSE_VALUE_BASICS( ExtCommVrfRouteImportIpv4Address, ExtCommIpv4Address,
+                             extCommClassificationVrfRouteImport, content )
 };
 
-// extCommVrfRouteImportIpv4AddressFactory(): a new value, notification on,
-// not interned.
-ExtCommVrfRouteImportIpv4Address::Ptr extCommVrfRouteImportIpv4AddressFactory(
-      const ExtCommContent& content );
-
+// extCommVrfRouteImportIpv4AddressFactory(): a new value, notification on, not interned.
 // BgpParseExtComSubTypeTransIpv4AddressVrfRouteImportRule(): type 0x01
 // subtype 0x0B; builds a VRF route import community.
-OVBGP_PARSE_SUB_RULE( BgpParseExtComSubTypeTransIpv4AddressVrfRouteImportRule,
-                      BgpParseExtComSubTypeTransIpv4AddressRuleBase,
-                      extCommPktSubtypeTransIpv4AddressVrfRouteImport,
-                      extCommVrfRouteImportIpv4AddressFactory( content ) )
-
 // BgpParseExtCommVrfRouteImportSm(): the plug-in that gives the transitive
-// IPv4-address type rule its VRF route import sub-rule. bgpParseExtCommVrfRouteImportSmFactory(): a new one, notification on.
-OVBGP_PARSE_PLUGIN( BgpParseExtCommVrfRouteImportSm, bgpParseExtCommVrfRouteImportSmFactory,
-                    BgpParseExtComSubTypeTransIpv4AddressVrfRouteImportRule )
+// IPv4-address type rule its VRF route import sub-rule.
+OVBGP_PARSE_ONE_RULE_PLUGIN( ExtCommVrfRouteImportIpv4Address,
+                             extCommVrfRouteImportIpv4AddressFactory,
+                             BgpParseExtComSubTypeTransIpv4AddressVrfRouteImportRule,
+                             BgpParseExtComSubTypeTransIpv4AddressRuleBase,
+                             extCommPktSubtypeTransIpv4AddressVrfRouteImport,
+                             BgpParseExtCommVrfRouteImportSm,
+                             bgpParseExtCommVrfRouteImportSmFactory )
 
 } // namespace Routing::Bgp

@@ -8,6 +8,7 @@
 
 #include "Kel/Exception.h"
 #include "Kel/Trace.h"
+#include "OvBgp/Parse/ExtCommColor.h"
 #include "tests/OvBgp/Parse/ExtCommTestRules.h"
 
 namespace Routing::Bgp {
@@ -169,13 +170,13 @@ TEST( BgpParseExtCommPluginBase, InstantiationIsTracedAtLevelEight ) {
    {
       auto collections = bgpParseExtCommRuleCollectionsFactory();
       auto rule = bgpParseExtendedCommunityRuleFactory( BgpParseExtCommControl( collections ) );
-      auto plugin = Kel::makePtr<TestPlugin>( collections, extCommClassificationColor );
+      auto plugin = bgpParseExtCommColorSmFactory( collections );
    }
    const std::string err = testing::internal::GetCapturedStderr();
    previous ? setenv( "OVTRACE", saved.c_str(), 1 ) : unsetenv( "OVTRACE" );
    Kel::TraceCategory::reloadForTesting();
-   EXPECT_NE( err.find( "BgpCommunityList/8 instantiateExtCommSubTypeTransTwoOctetAsSubRule "
-                        "TestPlugin\n" ),
+   EXPECT_NE( err.find( "BgpCommunityList/8 instantiateExtCommSubTypeTransOpaqueSubRule "
+                        "BgpParseExtCommColorSm\n" ),
               std::string::npos )
          << err;
 }

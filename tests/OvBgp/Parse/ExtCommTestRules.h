@@ -90,7 +90,6 @@ class TestPlugin : public BgpParseExtCommPluginBaseSm {
    void instantiateExtCommSubTypeTransTwoOctetAsSubRule(
          const BgpParseExtCommSubTypeTransTwoOctetAsRuleKey& key,
          const BgpParseExtCommControl& control ) const override {
-      traceInstantiate( "instantiateExtCommSubTypeTransTwoOctetAsSubRule", "TestPlugin" );
       ++twoOctetAsOffers;
       addExtCommSubTypeTransTwoOctetAsSubRule(
             key, testSubRule<BgpParseExtComSubTypeTransTwoOctetAsRuleBase>(
