@@ -20,7 +20,6 @@ class CommunityText : public ::testing::Test {
    ExtCommIp6DedupTable::Ptr ip6Values_ =
          extCommIp6DedupTableFactory( container_->extCommParser() );
    ExtCommListDedupTable::Ptr extLists_ = extCommListDedupTableFactory();
-   ExtCommIp6ListDedupTable::Ptr ip6Lists_ = extCommIp6ListDedupTableFactory();
    CommListDedupTable::Ptr lists_ = commListDedupTableFactory();
    LargeCommListDedupTable::Ptr largeLists_ = largeCommListDedupTableFactory();
 };
@@ -125,20 +124,10 @@ TEST_F( CommunityText, StandardAndLargeValuesReadInEveryFormTheyPrint ) {
    }
 }
 
+// Any list's text reads back to the same interned list (the fuzz target
+// checks that over arbitrary text); here the members' UI forms do too, and
+// empty lists.
 TEST_F( CommunityText, ListsReadBackFromTheirTextToTheSameInternedList ) {
-   CommList::Ptr standard = commListFactory();
-   for ( U32 v : { 0xFFFFFF01u, 0xFDE80064u, 0u, 7u } ) {
-      standard->commIs( v );
-   }
-   const CommList::PtrConst comms = standard->dedup( lists_.ptr() );
-   EXPECT_EQ( commListFromStrep( lists_.ptr(), comms->toStrep() ), comms );
-
-   LargeCommList::Ptr large = largeCommListFactory();
-   large->commIs( Acl::CommunityValue( 4200000000u, 1, 2 ) );
-   large->commIs( Acl::CommunityValue( 65000, 0, 0 ) );
-   const LargeCommList::PtrConst larges = large->dedup( largeLists_.ptr() );
-   EXPECT_EQ( largeCommListFromStrep( largeLists_.ptr(), larges->toStrep() ), larges );
-
    ExtCommList::Ptr ext = extCommListFactory();
    for ( U64 c : { 0x0002fde800000064ull, 0x4004fde84cee6b28ull, 0x4304000000000001ull } ) {
       ext->commIs( ExtComm::dedupContent( values_.ptr(), ExtCommContent( c ) ) );
@@ -151,12 +140,6 @@ TEST_F( CommunityText, ListsReadBackFromTheirTextToTheSameInternedList ) {
       ui += c->toStrepForUI( false, false, false ) + " ";
    }
    EXPECT_EQ( extCommListFromStrep( extLists_.ptr(), values_.ptr(), ui ), exts );
-
-   ExtCommIp6List::Ptr ip6 = extCommIp6ListFactory();
-   ip6->commIs( ExtCommIp6::dedupContent(
-         ip6Values_.ptr(), ExtCommIp6Content( 0, 2, Onet::Ip6Addr::parse( "2001:db8::1" ), 7 ) ) );
-   const ExtCommIp6List::PtrConst ip6s = ip6->dedup( ip6Lists_.ptr() );
-   EXPECT_EQ( extCommIp6ListFromStrep( ip6Lists_.ptr(), ip6Values_.ptr(), ip6s->toStrep() ), ip6s );
 
    // Empty lists print "" or "[  ]" and read back empty.
    EXPECT_TRUE( commListFromStrep( lists_.ptr(), "" )->empty() );
