@@ -159,20 +159,15 @@ TEST( ExtCommIp6Text, ContentParserNamesTheFieldThatFailed ) {
    EXPECT_EQ( target, kRt );
 }
 
-TEST( ExtCommIp6StrepFormat, FiveFlagsInRangeWithReflectiveTextRoundTrip ) {
+TEST( ExtCommIp6StrepFormat, FiveFlagsInRangeEachNamedInItsText ) {
    EXPECT_EQ( Testing::messageOf<Kel::RangeException>( [] { ExtCommIp6::StrepFormat( 32 ); } ),
               "Kel::DenseBoolSet: value 32 > 31 not allowed" );
    EXPECT_EQ( valueToStrep( ExtCommIp6::StrepFormat( 0x08 ) ),
               "Value('Routing::Bgp::ExtCommIp6::StrepFormat', ** {'strepFormatDefault': False, "
               "'strepFormatClassification': False, 'strepFormatUI': False, "
               "'strepFormatAsdot': True, 'strepFormatLinkBwWeighted': False})" );
-   std::ostringstream os;
-   os << ExtCommIp6::StrepFormat( 0x1d );
-   const std::string text = os.str();
-   ExtCommIp6::StrepFormat back;
-   sequenceToValue( text.data(), text.data() + text.size(), &back );
-   EXPECT_EQ( back.value(), 0x1du );
-   // Text with the 8-octet set's JSON flag does not parse.
+   // Text with the 8-octet set's JSON flag does not parse. (The fuzz target
+   // reads every set's text back.)
    const std::string withJson =
          "Value('Routing::Bgp::ExtCommIp6::StrepFormat', ** {'strepFormatDefault': False, "
          "'strepFormatClassification': False, 'strepFormatUI': False, 'strepFormatJson': True, "
