@@ -119,6 +119,17 @@ TEST( MrtReader, UnknownOrMalformedRecordsAreSkippedAndReadingGoesOn ) {
    addRib( b, 2, { 10, 3, 0, 0 }, 24, { { 0, good }, { 1, overrun } } );
    size_t badPrefixAt = b.size();
    addRib( b, 2, { 10, 4, 0, 0, 0 }, 33, { { 0, good } } ); // longer than IPv4
+   // An entry count far beyond the entries there.
+   size_t overcountAt = b.size();
+   b.beginRecord( 1700000000, 13, 2 );
+   b.u32( 0 );
+   b.prefix( std::vector<U8>{ 10, 6, 0, 0 }, 24 );
+   b.u16( 65535 );
+   b.u16( 0 );
+   b.u32( 1600000000 );
+   b.u16( U16( good.size() ) );
+   b.bytes( good );
+   b.endRecord();
    addRib( b, 2, { 10, 5, 0, 0 }, 24, { { 1, good } } );
 
    Read got = read( b.data() );
@@ -132,7 +143,10 @@ TEST( MrtReader, UnknownOrMalformedRecordsAreSkippedAndReadingGoesOn ) {
                       "RIB entry 1: path attribute type 8 at octet 15 has length 40 but only 2 "
                       "octets are left; record skipped" ),
                   at( badPrefixAt,
-                      "RIB record prefix: prefix longer than the address; record skipped" ) } ) );
+                      "RIB record prefix: prefix longer than the address; record skipped" ),
+                  at( overcountAt,
+                      "RIB entry 1 of 65535 runs past the end of the record; "
+                      "record skipped" ) } ) );
 }
 
 TEST( MrtReader, PeerTableProblemsSkipWhatCannotBeAttributed ) {
