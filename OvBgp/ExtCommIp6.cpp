@@ -11,6 +11,7 @@
 #include "KelStow/StoreManager.h"
 #include "OvBgp/OvBgpCommunity.h"
 #include "OvFmt/DynamicBuffer.h"
+#include "Routing/Bgp/NetworkOrder.h"
 
 namespace Routing::Bgp {
 
@@ -131,13 +132,16 @@ U32 ExtCommIp6Content::hash() const noexcept {
    return Kel::oneAtATimeFinal( h );
 }
 
+void ExtCommIp6Content::storeWire( U8* out ) const noexcept {
+   out[ 0 ] = typeOctet;
+   out[ 1 ] = subtypeOctet;
+   std::memcpy( out + 2, addr.data(), 16 );
+   storeU16hton( out + 18, localAdmin );
+}
+
 U32 ExtCommIp6Content::placementHash( const Kel::HashKey& key ) const noexcept {
    U8 octets[ 20 ];
-   octets[ 0 ] = typeOctet;
-   octets[ 1 ] = subtypeOctet;
-   std::memcpy( octets + 2, addr.data(), 16 );
-   octets[ 18 ] = U8( localAdmin >> 8 );
-   octets[ 19 ] = U8( localAdmin );
+   storeWire( octets );
    return U32( Kel::sipHash13( key, octets, sizeof octets ) );
 }
 

@@ -55,6 +55,9 @@ struct ExtCommIp6Content : Bex::DedupContentHandle {
    // hash(): one-at-a-time over the 20 octets: type, subtype, the address in
    // stored order, then localAdmin low octet first.
    U32 hash() const noexcept;
+   // storeWire(): the 20 octets in wire order at out (the local
+   // administrator in network order).
+   void storeWire( U8* out ) const noexcept;
    // placementHash(): SipHash-1-3 of the 20 wire octets under key, where
    // an interning table keyed with key places this content.
    U32 placementHash( const Kel::HashKey& key ) const noexcept;

@@ -23,12 +23,24 @@ U32 writePathAttributeHeader( U8* out, U32 attrType, U8 flags, U32 attrSize ) no
    return 3;
 }
 
+namespace {
+
+// Longer than any header can say: the header's assertion reports it.
+U32 clampedSize( size_t size ) noexcept { return size > 0xFFFFFFFFu ? 0xFFFFFFFFu : U32( size ); }
+
+} // namespace
+
 std::string serializedPathAttribute( U32 attrType, U8 flags, std::string_view value ) {
-   // Longer than any header can say: let the header's assertion report it.
-   U32 size = value.size() > 0xFFFFFFFFu ? 0xFFFFFFFFu : U32( value.size() );
-   return serializedPathAttribute( attrType, flags, size, [ & ]( U8* out ) {
+   return serializedPathAttribute( attrType, flags, clampedSize( value.size() ), [ & ]( U8* out ) {
       std::memcpy( out, value.data(), value.size() );
    } );
+}
+
+void addPathAttribute( Serialize& out, U32 attrType, U8 flags, std::span<const U8> value ) {
+   U8 header[ 4 ];
+   out.addBytes( header,
+                 writePathAttributeHeader( header, attrType, flags, clampedSize( value.size() ) ) );
+   out.addBytes( value.data(), value.size() );
 }
 
 SerializePathAttribute::SerializePathAttribute( U32 attrType, U8 flags, U32 attrSize )
@@ -64,7 +76,7 @@ SerializePathAttributeAutoExtLen::SerializePathAttributeAutoExtLen()
 std::string SerializePathAttributeAutoExtLen::patchHdrAndStringify( U32 attrType, U8 flags ) {
    size_t end = length();
    KEL_ASSERT_MSG( end >= 4, "length() >= 4" );
-   U32 len = end - 4 > 0xFFFFFFFFu ? 0xFFFFFFFFu : U32( end - 4 );
+   U32 len = clampedSize( end - 4 );
    // A three-octet header sits in octets 1-3; a four-octet one (long value,
    // or the caller's extended-length flag) fills octets 0-3.
    size_t start = ( len < 256 && !( flags & extLen ) ) ? 1 : 0;

@@ -4,14 +4,15 @@
 // SerializePathAttribute writes the header first for a value of known
 // length; SerializePathAttributeAutoExtLen leaves room for it and patches it
 // in once the value is written; serializedPathAttribute() builds a whole
-// attribute in one string, the form the community lists use.
+// attribute in one string, the form the community lists use;
+// addPathAttribute() appends one to a buffer of several.
 //
 //   std::string wire = serializedPathAttribute( community, optionalTransitive, 4 * n,
 //                                               [ & ]( U8* out ) { ... write n values ... } );
 #pragma once
 
-#include <bit>
 #include <cstring>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -27,34 +28,13 @@ namespace Routing::Bgp {
 // "attrType <= 0xFF" and "attrSize <= 0xFFFF".
 U32 writePathAttributeHeader( U8* out, U32 attrType, U8 flags, U32 attrSize ) noexcept;
 
-// storeU16hton() .. storeU64hton(): one value at out, network order; for
-// the fill callbacks of serializedPathAttribute().
-inline void storeU16hton( U8* out, U16 v ) noexcept {
-   out[ 0 ] = U8( v >> 8 );
-   out[ 1 ] = U8( v );
-}
-inline void storeU32hton( U8* out, U32 v ) noexcept {
-   storeU16hton( out, U16( v >> 16 ) );
-   storeU16hton( out + 2, U16( v ) );
-}
-inline void storeU64hton( U8* out, U64 v ) noexcept {
-   storeU32hton( out, U32( v >> 32 ) );
-   storeU32hton( out + 4, U32( v ) );
-}
+// The values inside an attribute are written with storeU16hton() ..
+// storeU64hton() and read with loadU16ntoh() .. loadU64ntoh() of
+// Routing/Bgp/NetworkOrder.h, which Serialize.h brings in.
 
-// loadU16ntoh() .. loadU64ntoh(): one network-order value at in, as lists
-// read received attributes.
-inline U16 loadU16ntoh( const U8* in ) noexcept { return U16( in[ 0 ] << 8 | in[ 1 ] ); }
-inline U32 loadU32ntoh( const U8* in ) noexcept {
-   U32 v;
-   std::memcpy( &v, in, 4 );
-   return std::endian::native == std::endian::little ? __builtin_bswap32( v ) : v;
-}
-inline U64 loadU64ntoh( const U8* in ) noexcept {
-   U64 v;
-   std::memcpy( &v, in, 8 );
-   return std::endian::native == std::endian::little ? __builtin_bswap64( v ) : v;
-}
+// addPathAttribute(): appends header and value to out, where attributes
+// follow each other (an UPDATE's or a RIB entry's attribute field).
+void addPathAttribute( Serialize& out, U32 attrType, U8 flags, std::span<const U8> value );
 
 // serializedPathAttribute(): the whole attribute in one string, allocated
 // once: the header, then the value, which fill( U8* out ) writes in place

@@ -91,6 +91,13 @@ TEST( SerializedPathAttribute, WritesHeaderAndFilledValueInOneString ) {
    wire = serializedPathAttribute( largeCommunity, optionalTransitive | extLen, pattern( 12 ) );
    EXPECT_EQ( wire, Testing::octets( "d020000c" ) + pattern( 12 ) );
 
+   // Appended attributes follow each other, each behind its own header.
+   Serialize stream;
+   const U8 value[] = { 0xFF, 0xFF, 0xFF, 0x01 };
+   addPathAttribute( stream, community, optionalTransitive, value );
+   addPathAttribute( stream, largeCommunity, optionalTransitive | extLen, {} );
+   EXPECT_EQ( hex( stream.serializedString() ), "c00804ffffff01d0200000" );
+
    U8 buf[ 8 ];
    storeU64hton( buf, 0x0102030405060708ull );
    EXPECT_EQ( hex( std::string( reinterpret_cast<char*>( buf ), 8 ) ), "0102030405060708" );

@@ -2,6 +2,7 @@
 
 #include "Kel/Exception.h"
 #include "OvBgp/CommunityText.h"
+#include "Routing/Bgp/NetworkOrder.h"
 
 #include <algorithm>
 
@@ -35,10 +36,11 @@ CommunityKind kindOfText( std::string_view text ) {
    return CommunityKind::extended;
 }
 
-void appendU32( std::vector<U8>& out, U32 v ) {
-   for ( int shift = 24; shift >= 0; shift -= 8 ) {
-      out.push_back( U8( v >> shift ) );
-   }
+// append(): v at the end of out in network order.
+template<class T>
+void append( std::vector<U8>& out, T v ) {
+   out.resize( out.size() + sizeof v );
+   storeHton( out.data() + out.size() - sizeof v, v );
 }
 
 } // namespace
@@ -51,7 +53,7 @@ CommunityInput communityInputFromText( const CommunityTables& tables, std::strin
       case CommunityKind::standard: {
          CommList::PtrConst list = commListFromStrep( tables.commList(), text );
          for ( U32 v : *list->commVectorRawPtr() ) {
-            appendU32( in.octets, v );
+            append( in.octets, v );
          }
          count = list->comms();
          break;
@@ -59,9 +61,9 @@ CommunityInput communityInputFromText( const CommunityTables& tables, std::strin
       case CommunityKind::large: {
          LargeCommList::PtrConst list = largeCommListFromStrep( tables.largeCommList(), text );
          for ( const Acl::CommunityValue& v : *list->commVectorRawPtr() ) {
-            appendU32( in.octets, v.globalAdmin() );
-            appendU32( in.octets, v.localData1() );
-            appendU32( in.octets, v.localData2() );
+            append( in.octets, v.globalAdmin() );
+            append( in.octets, v.localData1() );
+            append( in.octets, v.localData2() );
          }
          count = list->comms();
          break;
@@ -70,8 +72,7 @@ CommunityInput communityInputFromText( const CommunityTables& tables, std::strin
          ExtCommList::PtrConst list =
                extCommListFromStrep( tables.extCommList(), tables.extComm(), text );
          for ( const ExtComm::PtrConst& c : list->commVector() ) {
-            appendU32( in.octets, U32( c->community() >> 32 ) );
-            appendU32( in.octets, U32( c->community() ) );
+            append( in.octets, c->community() );
          }
          count = list->comms();
          break;
@@ -80,13 +81,8 @@ CommunityInput communityInputFromText( const CommunityTables& tables, std::strin
          ExtCommIp6List::PtrConst list =
                extCommIp6ListFromStrep( tables.extCommIp6List(), tables.extCommIp6(), text );
          for ( const ExtCommIp6::PtrConst& c : list->commVector() ) {
-            const ExtCommIp6Content content = c->content();
-            in.octets.push_back( content.typeOctet );
-            in.octets.push_back( content.subtypeOctet );
-            in.octets.insert( in.octets.end(), content.addr.octets().begin(),
-                              content.addr.octets().end() );
-            in.octets.push_back( U8( content.localAdmin >> 8 ) );
-            in.octets.push_back( U8( content.localAdmin ) );
+            in.octets.resize( in.octets.size() + 20 );
+            c->content().storeWire( in.octets.data() + in.octets.size() - 20 );
          }
          count = list->comms();
          break;

@@ -1,9 +1,8 @@
 #include "tools/bgpcomm/ListJson.h"
 
+#include "Routing/Bgp/NetworkOrder.h"
 #include "tools/bgpcomm/HexText.h"
 #include "tools/bgpcomm/NlriText.h"
-
-#include <algorithm>
 
 namespace Bgpcomm {
 
@@ -43,21 +42,16 @@ void appendJsonValue( std::string& out, const Acl::CommunityValue& large ) {
 }
 
 void appendJsonValue( std::string& out, const ExtComm& extended ) {
-   U64 c = extended.community();
-   U8 be[ 8 ];
-   for ( int i = 0; i < 8; ++i )
-      be[ i ] = U8( c >> ( 56 - 8 * i ) );
+   U8 wire[ 8 ];
+   storeU64hton( wire, extended.community() );
    out += "\"0x";
-   appendHex( out, be );
+   appendHex( out, wire );
    out += '"';
 }
 
 void appendJsonValue( std::string& out, const ExtCommIp6& ip6Extended ) {
-   ExtCommIp6Content c = ip6Extended.content();
-   U8 wire[ 20 ] = { c.typeOctet, c.subtypeOctet };
-   std::copy( c.addr.octets().begin(), c.addr.octets().end(), wire + 2 );
-   wire[ 18 ] = U8( c.localAdmin >> 8 );
-   wire[ 19 ] = U8( c.localAdmin );
+   U8 wire[ 20 ];
+   ip6Extended.content().storeWire( wire );
    out += '"';
    appendHex( out, wire );
    out += '"';

@@ -67,14 +67,7 @@ class Zipf {
 
 using Octets = std::vector<U8>;
 
-void put16( Octets& o, U32 v ) {
-   o.push_back( U8( v >> 8 ) );
-   o.push_back( U8( v ) );
-}
-void put32( Octets& o, U32 v ) {
-   put16( o, v >> 16 );
-   put16( o, v & 0xffff );
-}
+Octets octetsOf( const MrtRecordBuilder& b ) { return Octets( b.data().begin(), b.data().end() ); }
 
 // Autonomous systems that tag routes: well-known transit numbers, others
 // from the public 2-octet range, private ones, and 4-octet numbers.
@@ -137,30 +130,31 @@ Octets makeStandardSet( Rng& rng, const std::vector<U32>& asPool ) {
       if ( std::find( values.begin(), values.end(), v ) == values.end() )
          values.push_back( v );
    }
-   Octets o;
-   for ( U32 v : values )
-      put32( o, v );
-   return o;
+   MrtRecordBuilder o;
+   for ( U32 v : values ) {
+      o.u32( v );
+   }
+   return octetsOf( o );
 }
 
 Octets makeLargeSet( Rng& rng, const std::vector<U32>& asPool ) {
    size_t count = rng.between( 1, 4 );
    U32 admin = asPool[ rng.below( U32( asPool.size() ) ) ];
-   Octets o;
+   MrtRecordBuilder o;
    for ( size_t i = 0; i < count; ++i ) {
       static constexpr U32 functions[] = { 1, 2, 3, 4, 10, 100, 1000 };
-      put32( o, admin );
-      put32( o, rng.chance( 0.7 ) ? functions[ rng.below( 7 ) ] : rng.below( 100000 ) );
-      put32( o, rng.chance( 0.3 ) ? asPool[ rng.below( U32( asPool.size() ) ) ]
-                                  : rng.between( 0, 999 ) );
+      o.u32( admin );
+      o.u32( rng.chance( 0.7 ) ? functions[ rng.below( 7 ) ] : rng.below( 100000 ) );
+      o.u32( rng.chance( 0.3 ) ? asPool[ rng.below( U32( asPool.size() ) ) ]
+                               : rng.between( 0, 999 ) );
    }
-   return o;
+   return octetsOf( o );
 }
 
 // One extended community of the kinds networks use: route targets of the
 // three administrator forms, route origin, link bandwidth, color,
 // encapsulation, and types nobody has assigned.
-void putExtended( Octets& o, Rng& rng, const std::vector<U32>& asPool ) {
+void putExtended( MrtRecordBuilder& o, Rng& rng, const std::vector<U32>& asPool ) {
    U32 as2 = pickAs2( rng, asPool );
    U32 as4 = asPool[ rng.below( U32( asPool.size() ) ) ];
    U32 ip = 0x0A000000 | rng.below( 1 << 16 );
@@ -168,29 +162,30 @@ void putExtended( Octets& o, Rng& rng, const std::vector<U32>& asPool ) {
       case 0:
       case 1:
       case 2: // route target, 2-octet AS
-         o.insert( o.end(), { 0x00, 0x02 } );
-         put16( o, as2 );
-         put32( o, rng.below( 5000 ) );
+         o.u16( 0x0002 );
+         o.u16( U16( as2 ) );
+         o.u32( rng.below( 5000 ) );
          return;
       case 3: // route target, 4-octet AS
-         o.insert( o.end(), { 0x02, 0x02 } );
-         put32( o, as4 );
-         put16( o, rng.below( 5000 ) );
+         o.u16( 0x0202 );
+         o.u32( as4 );
+         o.u16( U16( rng.below( 5000 ) ) );
          return;
       case 4: // route target, IPv4 address
-         o.insert( o.end(), { 0x01, 0x02 } );
-         put32( o, ip );
-         put16( o, rng.below( 5000 ) );
+         o.u16( 0x0102 );
+         o.u32( ip );
+         o.u16( U16( rng.below( 5000 ) ) );
          return;
       case 5: { // route origin, any of the three forms
          U8 type = U8( rng.below( 3 ) );
-         o.insert( o.end(), { type, 0x03 } );
+         o.u8( type );
+         o.u8( 0x03 );
          if ( type == 0 ) {
-            put16( o, as2 );
-            put32( o, rng.below( 5000 ) );
+            o.u16( U16( as2 ) );
+            o.u32( rng.below( 5000 ) );
          } else {
-            put32( o, type == 1 ? ip : as4 );
-            put16( o, rng.below( 5000 ) );
+            o.u32( type == 1 ? ip : as4 );
+            o.u16( U16( rng.below( 5000 ) ) );
          }
          return;
       }
@@ -199,27 +194,28 @@ void putExtended( Octets& o, Rng& rng, const std::vector<U32>& asPool ) {
          float rate = rates[ rng.below( 4 ) ];
          U32 bits;
          std::memcpy( &bits, &rate, 4 );
-         o.insert( o.end(), { 0x40, 0x04 } );
-         put16( o, as2 );
-         put32( o, bits );
+         o.u16( 0x4004 );
+         o.u16( U16( as2 ) );
+         o.u32( bits );
          return;
       }
       case 7: // color
-         o.insert( o.end(), { 0x03, 0x0b, 0x00, 0x00 } );
-         put32( o, rng.between( 1, 1000 ) );
+         o.u32( 0x030b0000 );
+         o.u32( rng.between( 1, 1000 ) );
          return;
       case 8: { // encapsulation
          static constexpr U32 tunnels[] = { 7, 8, 9, 10, 11, 13 };
-         o.insert( o.end(), { 0x03, 0x0c, 0x00, 0x00, 0x00, 0x00 } );
-         put16( o, tunnels[ rng.below( 6 ) ] );
+         o.u16( 0x030c );
+         o.u32( 0 );
+         o.u16( U16( tunnels[ rng.below( 6 ) ] ) );
          return;
       }
       default: { // unassigned type
          static constexpr U8 types[] = { 0x1d, 0x27, 0x3a, 0x5e, 0x7c };
-         o.push_back( types[ rng.below( 5 ) ] );
-         o.push_back( U8( rng.below( 256 ) ) );
-         put16( o, U32( rng.below( 65536 ) ) );
-         put32( o, U32( rng.next() ) );
+         o.u8( types[ rng.below( 5 ) ] );
+         o.u8( U8( rng.below( 256 ) ) );
+         o.u16( U16( rng.below( 65536 ) ) );
+         o.u32( U32( rng.next() ) );
          return;
       }
    }
@@ -227,23 +223,27 @@ void putExtended( Octets& o, Rng& rng, const std::vector<U32>& asPool ) {
 
 Octets makeExtendedSet( Rng& rng, const std::vector<U32>& asPool ) {
    size_t count = rng.between( 1, 4 );
-   Octets o;
-   for ( size_t i = 0; i < count; ++i )
+   MrtRecordBuilder o;
+   for ( size_t i = 0; i < count; ++i ) {
       putExtended( o, rng, asPool );
-   return o;
+   }
+   return octetsOf( o );
 }
 
 // IPv6-address-specific: route targets and route origins of a few 2001:db8 addresses.
 Octets makeIp6ExtendedSet( Rng& rng ) {
    size_t count = rng.between( 1, 2 );
-   Octets o;
+   MrtRecordBuilder o;
    for ( size_t i = 0; i < count; ++i ) {
-      o.insert( o.end(), { 0x00, U8( rng.chance( 0.8 ) ? 0x02 : 0x03 ), 0x20, 0x01, 0x0d, 0xb8 } );
-      for ( int j = 0; j < 12; ++j )
-         o.push_back( j < 10 ? 0 : U8( rng.below( 256 ) ) );
-      put16( o, rng.below( 1000 ) );
+      o.u8( 0x00 );
+      o.u8( U8( rng.chance( 0.8 ) ? 0x02 : 0x03 ) );
+      o.u32( 0x20010db8 );
+      for ( int j = 0; j < 12; ++j ) {
+         o.u8( j < 10 ? 0 : U8( rng.below( 256 ) ) );
+      }
+      o.u16( U16( rng.below( 1000 ) ) );
    }
-   return o;
+   return octetsOf( o );
 }
 
 struct Peer {
@@ -292,9 +292,8 @@ class PrefixCursor {
       }
       U64 a = next_;
       next_ += size;
-      std::memset( address, 0, 16 );
-      for ( int i = 0; i < 8; ++i )
-         address[ i ] = U8( a >> ( 56 - 8 * i ) );
+      std::memset( address + 8, 0, 8 );
+      Routing::Bgp::storeU64hton( address, a );
       return bits;
    }
 
@@ -408,35 +407,36 @@ class Generator {
    }
 
    void writeAttributes( const Peer& peer, bool ipv6, U32 originAs ) {
-      Octets& v = scratch_;
+      MrtRecordBuilder& v = scratch_;
       v.clear();
-      v.push_back( U8( rng_.below( 3 ) ) );
-      b_.attribute( 0x40, 1, v ); // ORIGIN
+      v.u8( U8( rng_.below( 3 ) ) );
+      b_.attribute( 0x40, 1, v.data() ); // ORIGIN
       v.clear();
       U32 hops = rng_.between( 0, 4 );
-      v.push_back( 2 ); // AS_SEQUENCE
-      v.push_back( U8( hops + 2 ) );
-      put32( v, peer.as );
-      for ( U32 i = 0; i < hops; ++i )
-         put32( v, asPool_[ rng_.below( U32( asPool_.size() ) ) ] );
-      put32( v, originAs );
-      b_.attribute( 0x40, 2, v ); // AS_PATH, 4-octet numbers as table dumps have them
+      v.u8( 2 ); // AS_SEQUENCE
+      v.u8( U8( hops + 2 ) );
+      v.u32( peer.as );
+      for ( U32 i = 0; i < hops; ++i ) {
+         v.u32( asPool_[ rng_.below( U32( asPool_.size() ) ) ] );
+      }
+      v.u32( originAs );
+      b_.attribute( 0x40, 2, v.data() ); // AS_PATH, 4-octet numbers as table dumps have them
       v.clear();
       if ( ipv6 ) {
-         // MP_REACH_NLRI in the short form table dumps use: the next hop only.
-         v.push_back( 16 );
-         v.insert( v.end(), { 0x20, 0x01, 0x0d, 0xb8, 0xff, 0xff } );
-         v.resize( 17, 0 );
-         v[ 16 ] = peer.address[ 15 ];
-         b_.attribute( 0x80, 14, v );
+         // MP_REACH_NLRI in the short form table dumps use: the next hop only,
+         // 2001:db8:ffff::N.
+         v.u8( 16 );
+         v.u64( 0x20010db8ffff0000ull );
+         v.u64( peer.address[ 15 ] );
+         b_.attribute( 0x80, 14, v.data() );
       } else {
-         v.insert( v.end(), { 192, 0, 2, U8( 100 + peer.address[ 15 ] % 100 ) } );
-         b_.attribute( 0x40, 3, v ); // NEXT_HOP
+         v.u32( 0xC0000200 | ( 100 + peer.address[ 15 ] % 100 ) ); // 192.0.2.x
+         b_.attribute( 0x40, 3, v.data() );                        // NEXT_HOP
       }
       if ( rng_.chance( 0.3 ) ) {
          v.clear();
-         put32( v, rng_.below( 1000 ) );
-         b_.attribute( 0x80, 4, v ); // MULTI_EXIT_DISC
+         v.u32( rng_.below( 1000 ) );
+         b_.attribute( 0x80, 4, v.data() ); // MULTI_EXIT_DISC
       }
       if ( rng_.chance( standardShare ) ) {
          b_.attribute( 0xC0, 8, standard_[ standardZipf_.pick( rng_ ) ] );
@@ -460,7 +460,7 @@ class Generator {
    Zipf standardZipf_, largeZipf_, extendedZipf_, ip6ExtendedZipf_;
    std::vector<Octets> standard_, large_, extended_, ip6Extended_;
    MrtRecordBuilder b_;
-   Octets scratch_;
+   MrtRecordBuilder scratch_;
    U64 sequence_ = 0;
    MrtGeneratorSummary summary_;
 };

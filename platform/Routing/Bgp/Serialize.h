@@ -10,8 +10,8 @@
 
 #include "Kel/Types.h"
 #include "Onet/Ip6Addr.h"
+#include "Routing/Bgp/NetworkOrder.h"
 
-#include <bit>
 #include <cstddef>
 #include <cstring>
 #include <memory>
@@ -30,9 +30,9 @@ class Serialize {
 
    // addU8() .. addU64hton(): one value at writePos(), network order.
    void addU8( U8 value ) { put( &value, 1 ); }
-   void addU16hton( U16 value ) { putBigEndian( value ); }
-   void addU32hton( U32 value ) { putBigEndian( value ); }
-   void addU64hton( U64 value ) { putBigEndian( value ); }
+   void addU16hton( U16 value ) { putNetworkOrder( value ); }
+   void addU32hton( U32 value ) { putNetworkOrder( value ); }
+   void addU64hton( U64 value ) { putNetworkOrder( value ); }
    // addIpv6Addr(): the 16 octets as they are (already network order).
    void addIpv6Addr( const Onet::Ip6Addr& addr ) { put( addr.data(), 16 ); }
    // addBytes(): count octets; bytes may be null when count is 0.
@@ -81,17 +81,10 @@ class Serialize {
    }
 
    template<class T>
-   void putBigEndian( T value ) {
-      if constexpr ( std::endian::native == std::endian::little ) {
-         if constexpr ( sizeof( T ) == 2 ) {
-            value = __builtin_bswap16( value );
-         } else if constexpr ( sizeof( T ) == 4 ) {
-            value = __builtin_bswap32( value );
-         } else {
-            value = __builtin_bswap64( value );
-         }
-      }
-      put( &value, sizeof( T ) );
+   void putNetworkOrder( T value ) {
+      U8 octets[ sizeof( T ) ];
+      storeHton( octets, value );
+      put( octets, sizeof octets );
    }
 
    // grow(): at least needed octets, at least double; keeps the contents.

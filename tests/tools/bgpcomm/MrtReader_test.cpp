@@ -175,7 +175,7 @@ TEST( MrtReader, Ipv6AndAddPathRibEntriesReadEveryPath ) {
    MrtRecordBuilder a1, a2;
    a1.attribute( 0x80, 14, hexOctets( "10" + nextHop ) );
    a1.attribute( 0xC0, 8, twoCommunities );
-   a2.attribute( 0x90, 14, hexOctets( "0002 01 10" + nextHop + "00 30 20010db80001" ), true );
+   a2.attribute( 0x90, 14, hexOctets( "0002 01 10" + nextHop + "00 30 20010db80001" ) );
    a2.attribute( 0xC0, 32, oneLarge );
    addRib( b, 4, hexOctets( "20010db80001" ), 48,
            { { 0, octetsOf( a1 ) }, { 1, octetsOf( a2 ) } } );

@@ -57,7 +57,7 @@ TEST( Serialize, GrowsPastTheInlineBufferKeepingContents ) {
    EXPECT_GE( out.capacity(), 12000u );
    for ( U32 i = 0; i < 3000; i += 997 ) {
       const U8* p = out.data() + 4 * i;
-      EXPECT_EQ( i, U32( p[ 0 ] << 24 | p[ 1 ] << 16 | p[ 2 ] << 8 | p[ 3 ] ) );
+      EXPECT_EQ( i, Routing::Bgp::loadU32ntoh( p ) );
    }
    out.growBuffer( 100000 );
    EXPECT_GE( out.capacity(), 100000u );
