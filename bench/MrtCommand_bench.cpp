@@ -6,55 +6,23 @@
 // its own process; the time is the child's elapsed time, and wait4() gives
 // its CPU time and peak resident memory. `bgpcomm mrt --stats` runs too, for
 // its interning ratio and bytes per route. After the table, the ratios of the
-// same run, each program taken at its best (least disturbed) run. This program is bgpcomm itself when its first argument is
-// --as-bgpcomm, so the bench build needs no other binary.
-//
-// OVBGP_BENCH_MRT_ROUTES overrides the route count (a quick look, not a figure).
+// same run, each program taken at its best (least disturbed) run. The frame
+// (the dump, bgpcomm as this program, main) is bench/support/ProgramBench.h.
 
-#include <benchmark/benchmark.h>
-
-#include <fcntl.h>
-#include <sys/resource.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
-#include <map>
 #include <string>
 #include <vector>
 
-#include "bench/support/ChildProcess.h"
-#include "tools/bgpcomm/ByteSink.h"
-#include "tools/bgpcomm/Commands.h"
-#include "tools/bgpcomm/MrtGenerator.h"
+#include "bench/support/ProgramBench.h"
 
 namespace {
 
-using BenchSupport::ChildRun;
-using BenchSupport::onPath;
-using BenchSupport::runChild;
-using BenchSupport::selfPath;
-
-constexpr const char* asBgpcomm = "--as-bgpcomm";
-
-// Best: the least disturbed of a program's runs, and its largest peak memory.
-struct Best {
-   double wallSeconds = 0;
-   double cpuSeconds = 0;
-   long peakKb = 0;
-   void add( const ChildRun& r ) {
-      wallSeconds = wallSeconds == 0 ? r.wallSeconds : std::min( wallSeconds, r.wallSeconds );
-      cpuSeconds = cpuSeconds == 0 ? r.cpuSeconds : std::min( cpuSeconds, r.cpuSeconds );
-      peakKb = std::max( peakKb, r.peakKb );
-   }
-};
-
-std::map<std::string, Best> best;
+using namespace BenchSupport;
 
 // haveBgpdump(): installs Debian's bgpdump when it is missing and we are root.
 bool haveBgpdump() {
@@ -71,34 +39,9 @@ bool haveBgpdump() {
    return onPath( "bgpdump" );
 }
 
-U64 routeCount() {
-   const char* env = std::getenv( "OVBGP_BENCH_MRT_ROUTES" );
-   return env && std::atoll( env ) > 0 ? U64( std::atoll( env ) ) : 1000000;
-}
-
-// dumpFile(): the generated dump beside this program, written on first use.
-const std::string& dumpFile() {
-   static const std::string path = [] {
-      std::string self = selfPath();
-      std::string dir = self.substr( 0, self.rfind( '/' ) + 1 );
-      std::string file = dir + "mrt-" + std::to_string( routeCount() ) + "-seed1.mrt";
-      struct stat st;
-      if ( ::stat( file.c_str(), &st ) != 0 ) {
-         std::fprintf( stderr, "generating %s\n", file.c_str() );
-         std::string partial = file + ".partial";
-         Bgpcomm::ByteSink out( partial );
-         Bgpcomm::generateMrt( { routeCount(), 1 }, out );
-         out.close();
-         std::rename( partial.c_str(), file.c_str() );
-      }
-      return file;
-   }();
-   return path;
-}
-
-std::string scratchOutput() { return dumpFile() + ".out"; }
-std::string bgpdumpOutput() { return dumpFile() + ".bgpdump.out"; }
-std::string bgpcommLinesOutput() { return dumpFile() + ".bgpcomm.out"; }
+std::string scratchOutput() { return generatedDump() + ".out"; }
+std::string bgpdumpOutput() { return generatedDump() + ".bgpdump.out"; }
+std::string bgpcommLinesOutput() { return generatedDump() + ".bgpcomm.out"; }
 
 // sameFiles(): whether two files hold the same octets.
 bool sameFiles( const std::string& a, const std::string& b ) {
@@ -120,28 +63,25 @@ bool sameFiles( const std::string& a, const std::string& b ) {
 
 void runProgram( benchmark::State& state, const char* name, std::vector<std::string> argv,
                  const std::string& outPath ) {
-   for ( auto _ : state ) {
-      ChildRun r = runChild( argv, outPath );
-      if ( !r.ok ) {
-         state.SkipWithError( ( argv[ 0 ] + " failed" ).c_str() );
-         return;
-      }
-      state.SetIterationTime( r.wallSeconds );
-      best[ name ].add( r );
-      state.counters[ "cpu_s" ] = r.cpuSeconds;
-      state.counters[ "peak_MB" ] = double( r.peakKb ) / 1024;
+   if ( timeProgram( state, name, argv, outPath ) ) {
+      state.SetItemsProcessed( int64_t( state.iterations() * routeCount() ) );
    }
-   state.SetItemsProcessed( int64_t( state.iterations() * routeCount() ) );
+}
+
+// bgpcommMrtOn(): `bgpcomm mrt` with options, on the generated dump.
+std::vector<std::string> bgpcommMrtOn( std::vector<std::string> options ) {
+   std::vector<std::string> argv = bgpcommMrt();
+   argv.insert( argv.end(), options.begin(), options.end() );
+   argv.push_back( generatedDump() );
+   return argv;
 }
 
 void BM_BgpcommMrt( benchmark::State& state ) {
-   runProgram( state, "BM_BgpcommMrt",
-               { selfPath(), asBgpcomm, "mrt", "--no-progress", dumpFile() }, "/dev/null" );
+   runProgram( state, "BM_BgpcommMrt", bgpcommMrtOn( {} ), "/dev/null" );
 }
 
 void BM_BgpcommMrtBgpdump( benchmark::State& state ) {
-   runProgram( state, "BM_BgpcommMrtBgpdump",
-               { selfPath(), asBgpcomm, "mrt", "--bgpdump", "--no-progress", dumpFile() },
+   runProgram( state, "BM_BgpcommMrtBgpdump", bgpcommMrtOn( { "--bgpdump" } ),
                bgpcommLinesOutput() );
 }
 
@@ -150,32 +90,18 @@ void BM_BgpdumpMl( benchmark::State& state ) {
       state.SkipWithError( "bgpdump is not installed (apt-get install bgpdump)" );
       return;
    }
-   runProgram( state, "BM_BgpdumpMl", { "bgpdump", "-m", "-l", dumpFile() }, bgpdumpOutput() );
+   runProgram( state, "BM_BgpdumpMl", { "bgpdump", "-m", "-l", generatedDump() }, bgpdumpOutput() );
 }
 
 void BM_BgpcommMrtStats( benchmark::State& state ) {
-   runProgram( state, "BM_BgpcommMrtStats",
-               { selfPath(), asBgpcomm, "mrt", "--stats", "--no-progress", dumpFile() },
-               scratchOutput() );
+   runProgram( state, "BM_BgpcommMrtStats", bgpcommMrtOn( { "--stats" } ), scratchOutput() );
 }
 
 // A run takes seconds: one iteration each, the best of three for the ratio.
-BENCHMARK( BM_BgpcommMrt )
-      ->UseManualTime()
-      ->Unit( benchmark::kMillisecond )
-      ->Iterations( 1 )
-      ->Repetitions( 3 );
-BENCHMARK( BM_BgpcommMrtBgpdump )
-      ->UseManualTime()
-      ->Unit( benchmark::kMillisecond )
-      ->Iterations( 1 )
-      ->Repetitions( 3 );
-BENCHMARK( BM_BgpdumpMl )
-      ->UseManualTime()
-      ->Unit( benchmark::kMillisecond )
-      ->Iterations( 1 )
-      ->Repetitions( 3 );
-BENCHMARK( BM_BgpcommMrtStats )->UseManualTime()->Unit( benchmark::kMillisecond )->Iterations( 1 );
+OVBGP_PROGRAM_BENCH( BM_BgpcommMrt, 3 );
+OVBGP_PROGRAM_BENCH( BM_BgpcommMrtBgpdump, 3 );
+OVBGP_PROGRAM_BENCH( BM_BgpdumpMl, 3 );
+OVBGP_PROGRAM_BENCH( BM_BgpcommMrtStats, 1 );
 
 // statsLine(): the text after "name: " in the --stats output, or "".
 std::string statsLine( const std::string& name ) {
@@ -234,18 +160,12 @@ void printFigures() {
 } // namespace
 
 int main( int argc, char** argv ) {
-   if ( argc > 1 && std::string( argv[ 1 ] ) == asBgpcomm ) {
-      return Bgpcomm::runBgpcomm( argc - 1, argv + 1, stdout, stderr );
-   }
-   benchmark::Initialize( &argc, argv );
-   if ( benchmark::ReportUnrecognizedArguments( argc, argv ) )
-      return 1;
-   benchmark::RunSpecifiedBenchmarks();
-   printFigures();
-   if ( !best.empty() ) {
-      for ( const std::string& f : { scratchOutput(), bgpdumpOutput(), bgpcommLinesOutput() } )
-         std::remove( f.c_str() );
-   }
-   benchmark::Shutdown();
-   return 0;
+   return programBenchMain( argc, argv, [] {
+      printFigures();
+      if ( !best.empty() ) {
+         for ( const std::string& f : { scratchOutput(), bgpdumpOutput(), bgpcommLinesOutput() } ) {
+            std::remove( f.c_str() );
+         }
+      }
+   } );
 }

@@ -5,17 +5,11 @@
 // files written once into this build's bench directory, and on the real gzip
 // dump with the most routes in ../shared/mrt/. Each program runs as its own
 // process; each figure is the best of its runs. After the table: the ratios,
-// and routes and inflated megabytes per second of each program. This program
-// is bgpcomm itself when its first argument is --as-bgpcomm.
-//
-// OVBGP_BENCH_MRT_ROUTES overrides the route count (a quick look, not a figure).
-
-#include <benchmark/benchmark.h>
+// and routes and inflated megabytes per second of each program. The frame
+// (the dump, bgpcomm as this program, main) is bench/support/ProgramBench.h.
 
 #include <sys/stat.h>
-#include <unistd.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <map>
@@ -23,23 +17,11 @@
 #include <thread>
 #include <vector>
 
-#include "bench/support/ChildProcess.h"
-#include "tools/bgpcomm/ByteSink.h"
-#include "tools/bgpcomm/Commands.h"
-#include "tools/bgpcomm/MrtGenerator.h"
+#include "bench/support/ProgramBench.h"
 
 namespace {
 
-using BenchSupport::ChildRun;
-using BenchSupport::runChild;
-using BenchSupport::selfPath;
-
-constexpr const char* asBgpcomm = "--as-bgpcomm";
-
-U64 routeCount() {
-   const char* env = std::getenv( "OVBGP_BENCH_MRT_ROUTES" );
-   return env && std::atoll( env ) > 0 ? U64( std::atoll( env ) ) : 1000000;
-}
+using namespace BenchSupport;
 
 U64 sizeOf( const std::string& path ) {
    struct stat st;
@@ -53,26 +35,13 @@ struct Input {
    U64 inflatedOctets = 0;
 };
 
-std::string benchDir() {
-   std::string self = selfPath();
-   return self.substr( 0, self.rfind( '/' ) + 1 );
-}
-
 // generated(): the dump in form "" (plain), "gz" or "bz2", made on first use.
 const Input& generated( const std::string& form ) {
    static std::map<std::string, Input> inputs;
    auto it = inputs.find( form );
    if ( it != inputs.end() )
       return it->second;
-   std::string plain = benchDir() + "mrt-" + std::to_string( routeCount() ) + "-seed1.mrt";
-   if ( sizeOf( plain ) == 0 ) {
-      std::fprintf( stderr, "generating %s\n", plain.c_str() );
-      std::string partial = plain + ".partial";
-      Bgpcomm::ByteSink out( partial );
-      Bgpcomm::generateMrt( { routeCount(), 1 }, out );
-      out.close();
-      std::rename( partial.c_str(), plain.c_str() );
-   }
+   const std::string& plain = generatedDump();
    Input in{ plain, routeCount(), sizeOf( plain ) };
    if ( !form.empty() ) {
       in.path = plain + "." + form;
@@ -102,9 +71,6 @@ const Input& realDump() {
    return in;
 }
 
-// Best: each benchmark's least disturbed run.
-std::map<std::string, ChildRun> best;
-
 void runProgram( benchmark::State& state, const char* name, const Input& in,
                  std::vector<std::string> argv ) {
    if ( in.path.empty() ) {
@@ -112,41 +78,29 @@ void runProgram( benchmark::State& state, const char* name, const Input& in,
       return;
    }
    argv.push_back( in.path );
-   for ( auto _ : state ) {
-      ChildRun r = runChild( argv, "/dev/null" );
-      if ( !r.ok ) {
-         state.SkipWithError( ( argv[ 0 ] + " failed" ).c_str() );
-         return;
-      }
-      state.SetIterationTime( r.wallSeconds );
-      ChildRun& b = best[ name ];
-      if ( b.wallSeconds == 0 || r.wallSeconds < b.wallSeconds )
-         b = r;
-      state.counters[ "cpu_s" ] = r.cpuSeconds;
+   if ( timeProgram( state, name, argv, "/dev/null" ) ) {
+      state.SetItemsProcessed( int64_t( state.iterations() * in.routes ) );
+      state.SetBytesProcessed( int64_t( state.iterations() * in.inflatedOctets ) );
    }
-   state.SetItemsProcessed( int64_t( state.iterations() * in.routes ) );
-   state.SetBytesProcessed( int64_t( state.iterations() * in.inflatedOctets ) );
 }
-
-std::vector<std::string> bgpcomm() { return { selfPath(), asBgpcomm, "mrt", "--no-progress" }; }
 
 void BM_Bgpcomm_Plain( benchmark::State& s ) {
-   runProgram( s, __func__, generated( "" ), bgpcomm() );
+   runProgram( s, __func__, generated( "" ), bgpcommMrt() );
 }
 void BM_Bgpcomm_Gzip( benchmark::State& s ) {
-   runProgram( s, __func__, generated( "gz" ), bgpcomm() );
+   runProgram( s, __func__, generated( "gz" ), bgpcommMrt() );
 }
 void BM_Zcat_Gzip( benchmark::State& s ) {
    runProgram( s, __func__, generated( "gz" ), { "zcat" } );
 }
 void BM_Bgpcomm_Bzip2( benchmark::State& s ) {
-   runProgram( s, __func__, generated( "bz2" ), bgpcomm() );
+   runProgram( s, __func__, generated( "bz2" ), bgpcommMrt() );
 }
 void BM_Bzcat_Bzip2( benchmark::State& s ) {
    runProgram( s, __func__, generated( "bz2" ), { "bzcat" } );
 }
 void BM_Bgpcomm_RealGzip( benchmark::State& s ) {
-   runProgram( s, __func__, realDump(), bgpcomm() );
+   runProgram( s, __func__, realDump(), bgpcommMrt() );
 }
 void BM_Zcat_RealGzip( benchmark::State& s ) { runProgram( s, __func__, realDump(), { "zcat" } ); }
 
@@ -162,22 +116,16 @@ void BM_Bgpdump_Gzip( benchmark::State& s ) { bgpdumpOn( s, __func__, generated(
 void BM_Bgpdump_Bzip2( benchmark::State& s ) { bgpdumpOn( s, __func__, generated( "bz2" ) ); }
 
 // Short programs run several times; bgpdump takes many seconds, once each.
-#define OVBGP_CHILD_BENCH( name, reps )    \
-   BENCHMARK( name )                       \
-         ->UseManualTime()                 \
-         ->Unit( benchmark::kMillisecond ) \
-         ->Iterations( 1 )                 \
-         ->Repetitions( reps )
-OVBGP_CHILD_BENCH( BM_Bgpcomm_Plain, 3 );
-OVBGP_CHILD_BENCH( BM_Bgpcomm_Gzip, 3 );
-OVBGP_CHILD_BENCH( BM_Zcat_Gzip, 3 );
-OVBGP_CHILD_BENCH( BM_Bgpcomm_Bzip2, 3 );
-OVBGP_CHILD_BENCH( BM_Bzcat_Bzip2, 3 );
-OVBGP_CHILD_BENCH( BM_Bgpcomm_RealGzip, 9 );
-OVBGP_CHILD_BENCH( BM_Zcat_RealGzip, 9 );
-OVBGP_CHILD_BENCH( BM_Bgpdump_Plain, 1 );
-OVBGP_CHILD_BENCH( BM_Bgpdump_Gzip, 1 );
-OVBGP_CHILD_BENCH( BM_Bgpdump_Bzip2, 1 );
+OVBGP_PROGRAM_BENCH( BM_Bgpcomm_Plain, 3 );
+OVBGP_PROGRAM_BENCH( BM_Bgpcomm_Gzip, 3 );
+OVBGP_PROGRAM_BENCH( BM_Zcat_Gzip, 3 );
+OVBGP_PROGRAM_BENCH( BM_Bgpcomm_Bzip2, 3 );
+OVBGP_PROGRAM_BENCH( BM_Bzcat_Bzip2, 3 );
+OVBGP_PROGRAM_BENCH( BM_Bgpcomm_RealGzip, 9 );
+OVBGP_PROGRAM_BENCH( BM_Zcat_RealGzip, 9 );
+OVBGP_PROGRAM_BENCH( BM_Bgpdump_Plain, 1 );
+OVBGP_PROGRAM_BENCH( BM_Bgpdump_Gzip, 1 );
+OVBGP_PROGRAM_BENCH( BM_Bgpdump_Bzip2, 1 );
 
 void printRatio( const char* what, const char* mine, const char* theirs, double target ) {
    auto a = best.find( mine ), b = best.find( theirs );
@@ -202,7 +150,7 @@ void printFigures() {
          auto it = best.find( std::string( "BM_" ) + program + "_" + form );
          if ( it == best.end() || it->second.wallSeconds <= 0 )
             continue;
-         const ChildRun& r = it->second;
+         const Best& r = it->second;
          std::printf( "%s %s: %.2f s elapsed, %.2f s CPU, %.2fM routes/s, %.0f MB/s inflated\n",
                       program, form, r.wallSeconds, r.cpuSeconds,
                       double( in.routes ) / r.wallSeconds / 1e6,
@@ -219,15 +167,4 @@ void printFigures() {
 
 } // namespace
 
-int main( int argc, char** argv ) {
-   if ( argc > 1 && std::string( argv[ 1 ] ) == asBgpcomm ) {
-      return Bgpcomm::runBgpcomm( argc - 1, argv + 1, stdout, stderr );
-   }
-   benchmark::Initialize( &argc, argv );
-   if ( benchmark::ReportUnrecognizedArguments( argc, argv ) )
-      return 1;
-   benchmark::RunSpecifiedBenchmarks();
-   printFigures();
-   benchmark::Shutdown();
-   return 0;
-}
+int main( int argc, char** argv ) { return programBenchMain( argc, argv, printFigures ); }
