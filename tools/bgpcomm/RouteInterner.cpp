@@ -6,46 +6,44 @@ using namespace Routing::Bgp;
 
 namespace {
 
-// internKept(): the list for octets: from recent when they were seen lately,
-// else the one intern() gives, kept when its table gained a member in the
-// call (the list was built). With other threads interning into the same
-// tables the size can mislead: a list is then kept twice, or not kept and
-// built again once its routes are gone; never a wrong list.
+// internKept(): the list for octets, from the library's table, with the
+// text kept of it; the list is kept when its table gained a member in the
+// call (it was built). With other threads interning into the same tables the
+// size can mislead: a list is then kept twice, or not kept and built again
+// once its routes are gone; never a wrong list.
 template<class List, class Intern>
-RecentList<List>* internKept( std::span<const U8> octets, RecentLists<List>& recent,
-                              const Bex::DedupHashTable& table,
-                              std::vector<typename List::PtrConst>& kept, U64& built,
-                              Intern&& intern ) {
+KeptList<List>* internKept( std::span<const U8> octets, KeptLists<List>& texts,
+                            const Bex::DedupHashTable& table,
+                            std::vector<typename List::PtrConst>& kept, U64& built,
+                            Intern&& intern ) {
    if ( octets.empty() )
       return nullptr;
-   if ( RecentList<List>* hit = recent.find( octets ) )
-      return hit;
    const size_t before = table.size();
    typename List::PtrConst list = intern();
    if ( table.size() != before ) {
       kept.push_back( list );
       ++built;
    }
-   return &recent.put( octets, std::move( list ) );
+   return &texts.of( std::move( list ) );
 }
 
 // listOf(): what the public calls give.
 template<class List>
-typename List::PtrConst listOf( const RecentList<List>* recent ) {
-   return recent ? recent->list : nullptr;
+typename List::PtrConst listOf( const KeptList<List>* text ) {
+   return text ? text->list : nullptr;
 }
 
-// fill(): one kind of lists from recent.
+// fill(): one kind of lists from its interned list and kept text.
 template<class List>
-void fill( RecentList<List>* recent, typename List::PtrConst& list, KeptText*& text ) {
-   if ( !recent ) {
+void fill( KeptList<List>* found, typename List::PtrConst& list, KeptText*& text ) {
+   if ( !found ) {
       list = nullptr;
       text = nullptr;
       return;
    }
-   if ( list.ptr() != recent->list.ptr() ) // saves two atomic counts on a repeat
-      list = recent->list;
-   text = &recent->kept;
+   if ( list.ptr() != found->list.ptr() ) // saves two atomic counts on a repeat
+      list = found->list;
+   text = &found->kept;
 }
 
 } // namespace
@@ -80,16 +78,16 @@ ExtCommIp6List::PtrConst RouteInterner::ipv6ExtCommunities( std::span<const U8> 
    return listOf( ip6Extended( octets ) );
 }
 
-RecentList<CommList>* RouteInterner::standard( std::span<const U8> octets ) {
-   return internKept<CommList>( octets, recentStandard_, *tables_.commList()->dedupTable(),
+KeptList<CommList>* RouteInterner::standard( std::span<const U8> octets ) {
+   return internKept<CommList>( octets, textsStandard_, *tables_.commList()->dedupTable(),
                                 keptStandard_, listsBuilt_, [ & ] {
                                    return CommList::dedupOctets( tables_.commList(), octets.data(),
                                                                  octets.size() );
                                 } );
 }
 
-RecentList<LargeCommList>* RouteInterner::large( std::span<const U8> octets ) {
-   return internKept<LargeCommList>( octets, recentLarge_, *tables_.largeCommList()->dedupTable(),
+KeptList<LargeCommList>* RouteInterner::large( std::span<const U8> octets ) {
+   return internKept<LargeCommList>( octets, textsLarge_, *tables_.largeCommList()->dedupTable(),
                                      keptLarge_, listsBuilt_, [ & ] {
                                         return LargeCommList::dedupOctets( tables_.largeCommList(),
                                                                            octets.data(),
@@ -97,8 +95,8 @@ RecentList<LargeCommList>* RouteInterner::large( std::span<const U8> octets ) {
                                      } );
 }
 
-RecentList<ExtCommList>* RouteInterner::extended( std::span<const U8> octets ) {
-   return internKept<ExtCommList>( octets, recentExtended_, *tables_.extCommList()->dedupTable(),
+KeptList<ExtCommList>* RouteInterner::extended( std::span<const U8> octets ) {
+   return internKept<ExtCommList>( octets, textsExtended_, *tables_.extCommList()->dedupTable(),
                                    keptExtended_, listsBuilt_, [ & ] {
                                       return ExtCommList::dedupOctets(
                                             tables_.extCommList(), tables_.extComm(), octets.data(),
@@ -106,9 +104,9 @@ RecentList<ExtCommList>* RouteInterner::extended( std::span<const U8> octets ) {
                                    } );
 }
 
-RecentList<ExtCommIp6List>* RouteInterner::ip6Extended( std::span<const U8> octets ) {
+KeptList<ExtCommIp6List>* RouteInterner::ip6Extended( std::span<const U8> octets ) {
    return internKept<ExtCommIp6List>(
-         octets, recentIp6Extended_, *tables_.extCommIp6List()->dedupTable(), keptIp6Extended_,
+         octets, textsIp6Extended_, *tables_.extCommIp6List()->dedupTable(), keptIp6Extended_,
          listsBuilt_, [ & ] {
             return ExtCommIp6List::dedupOctets( tables_.extCommIp6List(), tables_.extCommIp6(),
                                                 octets.data(), octets.size() );

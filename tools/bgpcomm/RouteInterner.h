@@ -2,8 +2,8 @@
 // interned list of the library's tables that holds its values (sorted, each
 // once), through the lists' dedupOctets(). It keeps a reference to every
 // distinct list it made, as the routes of a RIB would, so that a list seen
-// again is found in its table, not rebuilt; octets seen lately give their
-// list from RecentLists without a table lookup. A repeat allocates nothing.
+// again is found in its table, not rebuilt, and the text a printer made of
+// it is kept beside it (KeptLists). A repeat allocates nothing.
 //
 //   RouteInterner interner( tables );
 //   CommList::PtrConst list = interner.communities( octets ); // null for no octets
@@ -11,7 +11,7 @@
 
 #include "tools/bgpcomm/CommunityTables.h"
 #include "tools/bgpcomm/InternedRoute.h"
-#include "tools/bgpcomm/RecentLists.h"
+#include "tools/bgpcomm/KeptLists.h"
 
 #include <span>
 #include <vector>
@@ -38,20 +38,20 @@ class RouteInterner {
 
  private:
    // Each kind's list for octets, with the text its printer keeps; null when empty.
-   RecentList<Routing::Bgp::CommList>* standard( std::span<const U8> octets );
-   RecentList<Routing::Bgp::ExtCommList>* extended( std::span<const U8> octets );
-   RecentList<Routing::Bgp::LargeCommList>* large( std::span<const U8> octets );
-   RecentList<Routing::Bgp::ExtCommIp6List>* ip6Extended( std::span<const U8> octets );
+   KeptList<Routing::Bgp::CommList>* standard( std::span<const U8> octets );
+   KeptList<Routing::Bgp::ExtCommList>* extended( std::span<const U8> octets );
+   KeptList<Routing::Bgp::LargeCommList>* large( std::span<const U8> octets );
+   KeptList<Routing::Bgp::ExtCommIp6List>* ip6Extended( std::span<const U8> octets );
 
    const CommunityTables& tables_;
    std::vector<Routing::Bgp::CommList::PtrConst> keptStandard_;
    std::vector<Routing::Bgp::LargeCommList::PtrConst> keptLarge_;
    std::vector<Routing::Bgp::ExtCommList::PtrConst> keptExtended_;
    std::vector<Routing::Bgp::ExtCommIp6List::PtrConst> keptIp6Extended_;
-   RecentLists<Routing::Bgp::CommList> recentStandard_;
-   RecentLists<Routing::Bgp::LargeCommList> recentLarge_;
-   RecentLists<Routing::Bgp::ExtCommList> recentExtended_;
-   RecentLists<Routing::Bgp::ExtCommIp6List> recentIp6Extended_;
+   KeptLists<Routing::Bgp::CommList> textsStandard_;
+   KeptLists<Routing::Bgp::LargeCommList> textsLarge_;
+   KeptLists<Routing::Bgp::ExtCommList> textsExtended_;
+   KeptLists<Routing::Bgp::ExtCommIp6List> textsIp6Extended_;
    U64 listsBuilt_ = 0;
 };
 
