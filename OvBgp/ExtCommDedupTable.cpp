@@ -38,7 +38,8 @@ void ExtCommLifeTimeNotifiee::handleRemove( Bex::DedupHandle* handle ) {
    }
 }
 
-void ExtCommLifeTimeNotifiee::handleNotificationStop( const Kel::Ptr<const Bex::DedupHashTable>& ) {
+void ExtCommLifeTimeNotifiee::handleNotificationStop(
+      const Kel::Ptr<const Bex::DedupHashTableBase>& ) {
    producerRtList_->rtDelAll();
 }
 
@@ -58,8 +59,7 @@ ExtCommDedupTable::~ExtCommDedupTable() {
 
 void ExtCommDedupTable::handleInitialized() {
    // Keyed: a value's whole identity is its 64-bit content.
-   dedupTable_ = Bex::DedupHashTableUnorderedSet::DedupHashTableUnorderedSetIs(
-         OvBgpGlobals::multiThreaded(), true );
+   dedupTable_ = Bex::KeyedDedupHashTable::KeyedDedupHashTableIs( OvBgpGlobals::multiThreaded() );
    producerRtList_ = notifyingRouteTargetListFactory();
    lifeTimeNotifiee_ = Kel::makeActivePtr<ExtCommLifeTimeNotifiee>( producerRtList_ );
    dedupTable_->lifeTimeNotifieeIs( lifeTimeNotifiee_ );

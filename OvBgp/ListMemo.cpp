@@ -56,7 +56,7 @@ class ListMemoHub : public Bex::DedupHashTableLifeTimeNotifiee {
          memo->forget( handle );
       }
    }
-   void handleNotificationStop( const Kel::Ptr<const Bex::DedupHashTable>& table ) override {
+   void handleNotificationStop( const Kel::Ptr<const Bex::DedupHashTableBase>& table ) override {
       if ( previous_ ) {
          previous_->handleNotificationStop( table );
       }

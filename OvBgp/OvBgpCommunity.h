@@ -303,7 +303,7 @@ class ExtCommLifeTimeNotifiee : public Bex::DedupHashTableLifeTimeNotifiee {
 
    void handleInsert( const Bex::DedupHandle::Ptr& handle ) override;
    void handleRemove( Bex::DedupHandle* handle ) override;
-   void handleNotificationStop( const Kel::Ptr<const Bex::DedupHashTable>& table ) override;
+   void handleNotificationStop( const Kel::Ptr<const Bex::DedupHashTableBase>& table ) override;
 
  private:
    Kel::Ptr<NotifyingRouteTargetList> producerRtList_;
@@ -324,7 +324,7 @@ class ExtCommDedupTable : public Kel::PtrInterface {
    const Kel::Ptr<NotifyingRouteTargetList>& producerRtList() const noexcept {
       return producerRtList_;
    }
-   const Bex::DedupHashTable::Ptr& dedupTable() const noexcept { return dedupTable_; }
+   const Bex::KeyedDedupHashTable::Ptr& dedupTable() const noexcept { return dedupTable_; }
    const BgpParseExtendedCommunityRule* parseExtCommRuleRawPtr() const noexcept {
       return parseExtCommRule_.ptr();
    }
@@ -336,13 +336,13 @@ class ExtCommDedupTable : public Kel::PtrInterface {
 
    Kel::Ptr<NotifyingRouteTargetList> producerRtList_;
    ExtCommLifeTimeNotifiee::Ptr lifeTimeNotifiee_;
-   Bex::DedupHashTable::Ptr dedupTable_;
+   Bex::KeyedDedupHashTable::Ptr dedupTable_;
    Kel::Ptr<const BgpParseExtendedCommunityRule> parseExtCommRule_;
 };
 
 inline ExtComm::PtrConst ExtComm::dedupContent( const ExtCommDedupTable* table,
                                                 const ExtCommContent& content ) {
-   const Bex::DedupHashTable* set = table->dedupTable().ptr();
+   const Bex::KeyedDedupHashTable* set = table->dedupTable().ptr();
    Bex::DedupHandle::PtrConst found =
          set->lookupByKey( placementOf( set->hashKey(), content.value ), content.value );
    if ( found ) {

@@ -111,7 +111,7 @@ void RtExtCommListLifeTimeNotifiee::handleRemove( Bex::DedupHandle* handle ) {
 }
 
 void RtExtCommListLifeTimeNotifiee::handleNotificationStop(
-      const Kel::Ptr<const Bex::DedupHashTable>& table ) {
+      const Kel::Ptr<const Bex::DedupHashTableBase>& table ) {
    OVTRACE( traceBgpCommunityList, 9, "%s:%d %s table: %p", __FILE__, __LINE__, __func__,
             static_cast<const void*>( table.ptr() ) );
    const std::vector<RtExtCommListLifeTimeNotifier::PtrConst> members(

@@ -96,7 +96,7 @@ class RtExtCommListLifeTimeNotifiee : public Bex::DedupHashTableLifeTimeNotifiee
 
    void handleInsert( const Bex::DedupHandle::Ptr& handle ) override;
    void handleRemove( Bex::DedupHandle* handle ) override;
-   void handleNotificationStop( const Kel::Ptr<const Bex::DedupHashTable>& table ) override;
+   void handleNotificationStop( const Kel::Ptr<const Bex::DedupHashTableBase>& table ) override;
 
  private:
    NotifyingRtExtCommListCollection::Ptr collection_;

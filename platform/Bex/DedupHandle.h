@@ -19,7 +19,7 @@
 
 namespace Bex {
 
-class DedupHashTable;
+class DedupHashTableBase;
 
 // DedupContentHandle: empty base of bare contents, so that a content not yet
 // interned can be looked up by value.
@@ -107,7 +107,9 @@ class DedupHandle : public Kel::PtrInterface {
    DedupHandle( const DedupHandle& ) noexcept : Kel::PtrInterface() {}
 
  private:
+   friend class DedupHashTableBase;
    friend class DedupHashTable;
+   friend class KeyedDedupHashTable;
 
    // A single-thread table's hit hands out one of the references it
    // counted ahead, so that interning a value already there changes no
@@ -174,7 +176,7 @@ class DedupHandle : public Kel::PtrInterface {
    void releaseMemberReference() const noexcept {
       // Read while this reference still keeps the handle in its table: once
       // the count drops, another thread may detach and destroy it.
-      DedupHashTable* table = table_;
+      DedupHashTableBase* table = table_;
       const U32 hash = tableHash_;
       // The decrement succeeds only on the count it was judged by: a refill
       // in between makes it try again. Hits in between only shrink the
@@ -190,13 +192,13 @@ class DedupHandle : public Kel::PtrInterface {
       }
    }
 
-   static void lastOutsideReferenceGone( DedupHashTable* table, const DedupHandle* handle,
+   static void lastOutsideReferenceGone( DedupHashTableBase* table, const DedupHandle* handle,
                                          U32 hash ) noexcept;
 
    std::atomic<DedupHandleState> state_{ dedupHandleStateNeverDeduped_ };
    U32 userData_ = 0;
    U32 tableHash_ = 0;
-   DedupHashTable* table_ = nullptr;
+   DedupHashTableBase* table_ = nullptr;
 };
 
 static_assert( sizeof( void* ) != 8 || sizeof( DedupHandle ) == 32,

@@ -27,7 +27,7 @@ T* allocateZeroed( size_t count ) {
 
 } // namespace
 
-void DedupHandle::lastOutsideReferenceGone( DedupHashTable* table, const DedupHandle* handle,
+void DedupHandle::lastOutsideReferenceGone( DedupHashTableBase* table, const DedupHandle* handle,
                                             U32 hash ) noexcept {
    // A table-shared handle always has its table: both are cleared together,
    // and only once no outside reference is left.
@@ -42,28 +42,30 @@ U64 DedupHandle::dedupKey() const noexcept {
 U32 DedupHandle::reservedReferences() const noexcept {
    // A keyed table tallies the reserve in the member's slot.
    const U32 reserved = reservedAtomic().load( std::memory_order_relaxed );
-   if ( reserved == 0 || !tableShared() || !table_->keyed() ) {
+   if ( reserved == 0 || !tableShared() ) {
       return reserved;
    }
    return table_->reserveOf( this, tableHash_ );
 }
 
-DedupHashTable::DedupHashTable( bool threadSafe, bool keyed )
+DedupHashTableBase::DedupHashTableBase( bool threadSafe )
       : hashKey_( Kel::randomHashKey() ),
         shardCount_( threadSafe ? kShards : 1 ),
         shardShift_( threadSafe ? kShardShift : 32 ),
-        threadSafe_( threadSafe ),
-        keyed_( keyed ),
-        keyedSingleThread_( keyed && !threadSafe ) {
+        threadSafe_( threadSafe ) {}
+
+DedupHashTableBase::~DedupHashTableBase() = default;
+
+template<class S>
+void DedupHashTableBase::allocateShards() {
    for ( U32 s = 0; s < shardCount_; ++s ) {
-      shards_[ s ].slotArray =
-            keyed ? static_cast<void*>( allocateZeroed<KeyedSlot>( kInitialSlots ) )
-                  : static_cast<void*>( allocateZeroed<Slot>( kInitialSlots ) );
+      shards_[ s ].slotArray = allocateZeroed<S>( kInitialSlots );
       shards_[ s ].mask = kInitialSlots - 1;
    }
 }
 
-DedupHashTable::~DedupHashTable() {
+template<class S>
+void DedupHashTableBase::forgetMembers() noexcept {
    // A table destroyed by its owner rather than by its count (a member or a
    // local) stops notification here. The stop callback gets a counted
    // pointer to the table; the extra count keeps that pointer's release
@@ -78,7 +80,7 @@ DedupHashTable::~DedupHashTable() {
    members.reserve( size() );
    for ( U32 s = 0; s < shardCount_; ++s ) {
       Shard& shard = shards_[ s ];
-      forEachSlot( shard, [ & ]( auto& slot ) {
+      forEachSlotOf<S>( shard, [ & ]( S& slot ) {
          returnReserve( slot );
          members.push_back( slot.handle() );
       } );
@@ -92,8 +94,30 @@ DedupHashTable::~DedupHashTable() {
    }
 }
 
-void DedupHashTable::onZeroReferences() const noexcept {
-   auto* self = const_cast<DedupHashTable*>( this );
+template<class S>
+void DedupHashTableBase::visitSlots( void ( *fn )( void*, const DedupHandle* ),
+                                     void* context ) const {
+   for ( U32 s = 0; s < shardCount_; ++s ) {
+      Shard& shard = shards_[ s ];
+      ShardGuard guard( shard, threadSafe_ );
+      forEachSlotOf<S>( shard, [ & ]( const S& slot ) { fn( context, slot.handle() ); } );
+   }
+}
+
+DedupHashTable::DedupHashTable( bool threadSafe ) : DedupHashTableBase( threadSafe ) {
+   allocateShards<Slot>();
+}
+
+DedupHashTable::~DedupHashTable() { forgetMembers<Slot>(); }
+
+KeyedDedupHashTable::KeyedDedupHashTable( bool threadSafe ) : DedupHashTableBase( threadSafe ) {
+   allocateShards<KeyedSlot>();
+}
+
+KeyedDedupHashTable::~KeyedDedupHashTable() { forgetMembers<KeyedSlot>(); }
+
+void DedupHashTableBase::onZeroReferences() const noexcept {
+   auto* self = const_cast<DedupHashTableBase*>( this );
    if ( notifying_.load() ) {
       // The stop callback receives a counted pointer to the table, so the
       // table is kept alive through it and destroyed only if nobody kept it.
@@ -106,7 +130,7 @@ void DedupHashTable::onZeroReferences() const noexcept {
    delete this;
 }
 
-size_t DedupHashTable::size() const noexcept {
+size_t DedupHashTableBase::size() const noexcept {
    size_t total = 0;
    for ( U32 s = 0; s < shardCount_; ++s ) {
       total += shards_[ s ].count.load( std::memory_order_relaxed );
@@ -115,7 +139,7 @@ size_t DedupHashTable::size() const noexcept {
 }
 
 template<class S>
-void DedupHashTable::growIfFull( Shard& shard, bool threadSafe ) {
+void DedupHashTableBase::growIfFull( Shard& shard, bool threadSafe ) {
    const U32 capacity = shard.mask + 1;
    const U32 count = shard.count.load( std::memory_order_relaxed );
    // At most half full: a hit then seldom probes a second slot. A long
@@ -150,7 +174,7 @@ void DedupHashTable::growIfFull( Shard& shard, bool threadSafe ) {
 }
 
 template<class S>
-void DedupHashTable::placeSlot( Shard& shard, const S& slot ) noexcept {
+void DedupHashTableBase::placeSlot( Shard& shard, const S& slot ) noexcept {
    S* slots = shard.slots<S>();
    U32 i = slot.handle()->tableHash_ & shard.mask;
    U32 run = 0;
@@ -166,13 +190,13 @@ void DedupHashTable::placeSlot( Shard& shard, const S& slot ) noexcept {
 }
 
 // dedup() is a template compiled where it is used; these are its helpers.
-template void DedupHashTable::growIfFull<DedupHashTable::Slot>( Shard&, bool );
-template void DedupHashTable::growIfFull<DedupHashTable::KeyedSlot>( Shard&, bool );
-template void DedupHashTable::placeSlot( Shard&, const Slot& ) noexcept;
-template void DedupHashTable::placeSlot( Shard&, const KeyedSlot& ) noexcept;
+template void DedupHashTableBase::growIfFull<DedupHashTableBase::Slot>( Shard&, bool );
+template void DedupHashTableBase::growIfFull<DedupHashTableBase::KeyedSlot>( Shard&, bool );
+template void DedupHashTableBase::placeSlot( Shard&, const Slot& ) noexcept;
+template void DedupHashTableBase::placeSlot( Shard&, const KeyedSlot& ) noexcept;
 
 template<class S>
-S* DedupHashTable::slotOf( const Shard& shard, U32 hash, const DedupHandle* handle ) noexcept {
+S* DedupHashTableBase::slotOf( const Shard& shard, U32 hash, const DedupHandle* handle ) noexcept {
    // Compares addresses only: handle may be gone.
    S* slots = shard.slots<S>();
    for ( U32 i = hash & shard.mask; slots[ i ]; i = ( i + 1 ) & shard.mask ) {
@@ -183,19 +207,16 @@ S* DedupHashTable::slotOf( const Shard& shard, U32 hash, const DedupHandle* hand
    return nullptr;
 }
 
-U32 DedupHashTable::reserveOf( const DedupHandle* member, U32 hash ) const noexcept {
+template<class S>
+U32 DedupHashTableBase::reserveOfIn( const DedupHandle* member, U32 hash ) const noexcept {
    Shard& shard = shardFor( hash );
    ShardGuard guard( shard, threadSafe_, true );
-   if ( keyed_ ) {
-      const KeyedSlot* slot = slotOf<KeyedSlot>( shard, hash, member );
-      return slot ? reserveIn( *slot ) : 0;
-   }
-   const Slot* slot = slotOf<Slot>( shard, hash, member );
+   const S* slot = slotOf<S>( shard, hash, member );
    return slot ? reserveIn( *slot ) : 0;
 }
 
 template<class S>
-void DedupHashTable::eraseSlot( Shard& shard, S* erased ) noexcept {
+void DedupHashTableBase::eraseSlot( Shard& shard, S* erased ) noexcept {
    S* slots = shard.slots<S>();
    U32 i = U32( erased - slots );
    // Backward-shift deletion: pull later entries of the probe run into the
@@ -217,18 +238,9 @@ void DedupHashTable::eraseSlot( Shard& shard, S* erased ) noexcept {
    shard.count.fetch_sub( 1, std::memory_order_relaxed );
 }
 
-void DedupHashTable::releaseMember( const DedupHandle* member, U32 hash ) noexcept {
-   auto* handle = const_cast<DedupHandle*>( member );
-   Shard& shard = shardFor( hash );
-   if ( keyed_ ) {
-      releaseMemberIn<KeyedSlot>( shard, handle, hash );
-   } else {
-      releaseMemberIn<Slot>( shard, handle, hash );
-   }
-}
-
 template<class S>
-void DedupHashTable::releaseMemberIn( Shard& shard, DedupHandle* handle, U32 hash ) noexcept {
+void DedupHashTableBase::releaseMemberIn( DedupHandle* handle, U32 hash ) noexcept {
+   Shard& shard = shardFor( hash );
    bool queued = false;
    {
       ShardGuard guard( shard, threadSafe_, true );
@@ -275,24 +287,24 @@ void DedupHashTable::releaseMemberIn( Shard& shard, DedupHandle* handle, U32 has
    }
 }
 
-void DedupHashTable::notifyInsert( DedupHandle* handle ) {
+void DedupHashTableBase::notifyInsert( DedupHandle* handle ) {
    if ( notifiee_ ) {
       notifiee_->handleInsert( DedupHandle::Ptr( handle ) );
    }
 }
 
-void DedupHashTable::notifyRemove( DedupHandle* handle ) {
+void DedupHashTableBase::notifyRemove( DedupHandle* handle ) {
    if ( notifiee_ ) {
       notifiee_->handleRemove( handle );
    }
 }
 
-void DedupHashTable::destroyMember( DedupHandle* handle ) noexcept {
+void DedupHashTableBase::destroyMember( DedupHandle* handle ) noexcept {
    handle->~DedupHandle();
    epochRetire( handle, []( void* p ) { ::operator delete( p ); } );
 }
 
-void DedupHashTable::queueEvent( DedupHandle* handle, bool insert ) {
+void DedupHashTableBase::queueEvent( DedupHandle* handle, bool insert ) {
    if ( insert ) {
       handle->newRef();
    }
@@ -307,7 +319,7 @@ const void* thisThread() noexcept {
 }
 } // namespace
 
-void DedupHashTable::deliverEvents() noexcept {
+void DedupHashTableBase::deliverEvents() noexcept {
    if ( deliveringThread_.load( std::memory_order_relaxed ) == thisThread() ) {
       return;
    }
@@ -315,7 +327,7 @@ void DedupHashTable::deliverEvents() noexcept {
    deliverQueued();
 }
 
-void DedupHashTable::deliverQueued() noexcept {
+void DedupHashTableBase::deliverQueued() noexcept {
    deliveringThread_.store( thisThread(), std::memory_order_relaxed );
    for ( ;; ) {
       Event event;
@@ -332,7 +344,7 @@ void DedupHashTable::deliverQueued() noexcept {
    deliveringThread_.store( nullptr, std::memory_order_relaxed );
 }
 
-void DedupHashTable::deliver( const Event& event ) noexcept {
+void DedupHashTableBase::deliver( const Event& event ) noexcept {
    if ( event.insert ) {
       if ( notifiee_ ) {
          notifiee_->handleInsert( DedupHandle::Ptr( event.handle ) );
@@ -346,18 +358,18 @@ void DedupHashTable::deliver( const Event& event ) noexcept {
    destroyMember( event.handle );
 }
 
-void DedupHashTable::lifeTimeNotifieeIs( const DedupHashTableLifeTimeNotifiee::Ptr& notifiee ) {
+void DedupHashTableBase::lifeTimeNotifieeIs( const DedupHashTableLifeTimeNotifiee::Ptr& notifiee ) {
    std::lock_guard<std::mutex> lock( notifyMutex_ );
    notifiee_ = notifiee;
    notifying_.store( bool( notifiee ), std::memory_order_release );
 }
 
-DedupHashTableLifeTimeNotifiee::Ptr DedupHashTable::lifeTimeNotifiee() const {
+DedupHashTableLifeTimeNotifiee::Ptr DedupHashTableBase::lifeTimeNotifiee() const {
    std::lock_guard<std::mutex> lock( const_cast<std::mutex&>( notifyMutex_ ) );
    return notifiee_;
 }
 
-void DedupHashTable::notificationStop() {
+void DedupHashTableBase::notificationStop() {
    std::lock_guard<std::mutex> lock( notifyMutex_ );
    deliverQueued(); // what happened before the stop is told before it
    if ( !notifiee_ ) {
@@ -368,7 +380,7 @@ void DedupHashTable::notificationStop() {
    notifiee->handleNotificationStop( PtrConst( this ) );
 }
 
-void DedupHashTable::dumpState( const DumpContext& ctx, U32 indent ) const {
+void DedupHashTableBase::dumpState( const DumpContext& ctx, U32 indent ) const {
    if ( indent ) {
       ctx.printf( "%*cDedupHashTable #%zu\n", int( indent ), ' ', size() );
    } else {
@@ -376,9 +388,39 @@ void DedupHashTable::dumpState( const DumpContext& ctx, U32 indent ) const {
    }
 }
 
+void DedupHashTable::visitMembers( void ( *fn )( void*, const DedupHandle* ),
+                                   void* context ) const {
+   visitSlots<Slot>( fn, context );
+}
+
+void DedupHashTable::releaseMember( const DedupHandle* handle, U32 hash ) noexcept {
+   releaseMemberIn<Slot>( const_cast<DedupHandle*>( handle ), hash );
+}
+
+U32 DedupHashTable::reserveOf( const DedupHandle* member, U32 hash ) const noexcept {
+   return reserveOfIn<Slot>( member, hash );
+}
+
+void KeyedDedupHashTable::visitMembers( void ( *fn )( void*, const DedupHandle* ),
+                                        void* context ) const {
+   visitSlots<KeyedSlot>( fn, context );
+}
+
+void KeyedDedupHashTable::releaseMember( const DedupHandle* handle, U32 hash ) noexcept {
+   releaseMemberIn<KeyedSlot>( const_cast<DedupHandle*>( handle ), hash );
+}
+
+U32 KeyedDedupHashTable::reserveOf( const DedupHandle* member, U32 hash ) const noexcept {
+   return reserveOfIn<KeyedSlot>( member, hash );
+}
+
 DedupHashTableUnorderedSet::Ptr DedupHashTableUnorderedSet::DedupHashTableUnorderedSetIs(
-      bool threadSafe, bool keyed ) {
-   return Kel::makeActivePtr<DedupHashTableUnorderedSet>( threadSafe, keyed );
+      bool threadSafe ) {
+   return Kel::makeActivePtr<DedupHashTableUnorderedSet>( threadSafe );
+}
+
+KeyedDedupHashTable::Ptr KeyedDedupHashTable::KeyedDedupHashTableIs( bool threadSafe ) {
+   return Kel::makeActivePtr<KeyedDedupHashTable>( threadSafe );
 }
 
 } // namespace Bex

@@ -6,9 +6,11 @@
 // returns comes from a reserve the table counted ahead, so it touches no
 // count (one add refills the reserve every so many hits).
 //
-// A keyed table is for members whose content fits in 64 bits (dedupKey()):
-// its slots keep that key beside the member (and, single-threaded, the
-// reserve too), so a probe compares keys without touching other members.
+// Two kinds, chosen by type: DedupHashTable finds members by their content
+// (compare()); KeyedDedupHashTable is for members whose content fits in 64
+// bits (dedupKey()): its slots keep that key beside the member (and,
+// single-threaded, the reserve too), so a probe compares keys without
+// touching other members. What they share is DedupHashTableBase.
 //
 //   auto table = Bex::DedupHashTableUnorderedSet::DedupHashTableUnorderedSetIs( threadSafe );
 //   DedupHandle::Ptr canonical = table->dedup( candidate );
@@ -56,7 +58,7 @@
 
 namespace Bex {
 
-class DedupHashTable;
+class DedupHashTableBase;
 class DumpContext;
 
 // DedupHashTableLifeTimeNotifiee: the one observer of a table's membership.
@@ -70,7 +72,7 @@ class DedupHashTableLifeTimeNotifiee : public Kel::PtrInterface {
    // handleRemove(): handle just left; it is destroyed right after.
    virtual void handleRemove( DedupHandle* handle ) { (void)handle; }
    // handleNotificationStop(): the table stops notifying (it is going away).
-   virtual void handleNotificationStop( const Kel::Ptr<const DedupHashTable>& table ) {
+   virtual void handleNotificationStop( const Kel::Ptr<const DedupHashTableBase>& table ) {
       (void)table;
    }
 };
@@ -89,20 +91,17 @@ class DedupHandleLifeTimeNotifier : public Kel::PtrInterface {
    const DedupHandle* handle_;
 };
 
-// DedupHashTable: the interning set.
-class DedupHashTable : public Kel::PtrInterface {
+// DedupHashTableBase: what both kinds of interning set share: shards,
+// their locks, counting, notification. The slot layout is the kind's.
+class DedupHashTableBase : public Kel::PtrInterface {
  public:
-   using Ptr = Kel::Ptr<DedupHashTable>;
-   using PtrConst = Kel::Ptr<const DedupHashTable>;
+   using Ptr = Kel::Ptr<DedupHashTableBase>;
+   using PtrConst = Kel::Ptr<const DedupHashTableBase>;
 
-   explicit DedupHashTable( bool threadSafe, bool keyed = false );
-   ~DedupHashTable() override;
-   DedupHashTable( const DedupHashTable& ) = delete;
-   DedupHashTable& operator=( const DedupHashTable& ) = delete;
+   DedupHashTableBase( const DedupHashTableBase& ) = delete;
+   DedupHashTableBase& operator=( const DedupHashTableBase& ) = delete;
 
    bool threadSafe() const noexcept { return threadSafe_; }
-   // keyed(): members are found by their dedupKey() alone.
-   bool keyed() const noexcept { return keyed_; }
    // size(): members right now.
    size_t size() const noexcept;
 
@@ -110,68 +109,6 @@ class DedupHashTable : public Kel::PtrInterface {
    // the OS when the table was made; a lookup computes its placement hash
    // (the member's placementHash()) with it.
    const Kel::HashKey& hashKey() const noexcept { return hashKey_; }
-
-   // lookupByContent(): the member holding the bare content, whose
-   // placementHash( hashKey() ) is placement; null when there is none.
-   DedupHandle::PtrConst lookupByContent( const DedupContentHandle& content, U32 placement ) const {
-      return lookupIf( placement,
-                       [ & ]( const DedupHandle* h ) { return h->compareByContent( content ); } );
-   }
-
-   // lookupIf(): the same with the content test inlined by the caller (the
-   // hit path of the value tables). Not for keyed tables.
-   template<class Match>
-   DedupHandle::PtrConst lookupIf( U32 placement, Match&& match ) const {
-      KEL_ASSERT_MSG( !keyed_, "lookup by content in a keyed table" );
-      Shard& shard = shardFor( placement );
-      if ( !threadSafe_ ) {
-         return handOut( findIf( shard, placement, match ) );
-      }
-      if ( DedupHandle* member = findUnlocked<Slot>( shard, placement, 0 ) ) {
-         if ( match( static_cast<const DedupHandle*>( member ) ) ) {
-            return DedupHandle::PtrConst::adopt( member );
-         }
-         member->deleteRef();
-      }
-      // A miss without the lock may be a member moving past the probe:
-      // only the locked probe says it is not there.
-      ShardGuard guard( shard, true );
-      return handOutCounted( findIf( shard, placement, match ) );
-   }
-
-   // lookupByKey(): in a keyed table, the member whose dedupKey() is key
-   // (placement being its placement hash); the members are not read.
-   DedupHandle::PtrConst lookupByKey( U32 placement, U64 key ) const {
-      // A single-thread table has one shard and no lock: the hit path of
-      // the busiest table skips both, on one test.
-      if ( keyedSingleThread_ ) {
-         return handOut( findKey( shards_[ 0 ], placement, key ) );
-      }
-      KEL_ASSERT_MSG( keyed_, "lookup by key in a table without keys" );
-      Shard& shard = shardFor( placement );
-      if ( DedupHandle* member = findUnlocked<KeyedSlot>( shard, placement, key ) ) {
-         // The key and the address are read apart: the member says whether
-         // they belonged together.
-         if ( member->dedupKey() == key ) {
-            return DedupHandle::PtrConst::adopt( member );
-         }
-         member->deleteRef();
-      }
-      ShardGuard guard( shard, true );
-      KeyedSlot* slot = findKey( shard, placement, key );
-      return handOutCounted( slot ? slot->handle() : nullptr );
-   }
-
-   // dedup(): the member equal to handle (by compare()), or handle itself
-   // after inserting it. preInsert( handle ) runs only when handle is the
-   // one inserted, before it becomes visible (lists trim their storage).
-   // Interned objects are immutable, so the table deals in const handles;
-   // preInsert gets the candidate non-const, since it is not shared yet.
-   DedupHandle::PtrConst dedup( const DedupHandle::PtrConst& handle ) {
-      return dedup( handle, []( DedupHandle* ) {} );
-   }
-   template<class PreInsert>
-   DedupHandle::PtrConst dedup( const DedupHandle::PtrConst& handle, PreInsert&& preInsert );
 
    // lifeTimeNotifieeIs(): installs the table's one lifetime notifiee.
    void lifeTimeNotifieeIs( const DedupHashTableLifeTimeNotifiee::Ptr& notifiee );
@@ -184,23 +121,31 @@ class DedupHashTable : public Kel::PtrInterface {
    // must not intern into or release members of this table.
    template<class Fn>
    void forEach( Fn&& fn ) const {
-      for ( U32 s = 0; s < shardCount_; ++s ) {
-         Shard& shard = shards_[ s ];
-         ShardGuard guard( shard, threadSafe_ );
-         forEachSlot( shard, [ & ]( auto& slot ) {
-            fn( static_cast<const DedupHandle*>( slot.handle() ) );
-         } );
-      }
+      visitMembers(
+            []( void* context, const DedupHandle* member ) {
+               ( *static_cast<std::remove_reference_t<Fn>*>( context ) )( member );
+            },
+            &fn );
    }
 
    // dumpState(): "DedupHashTable #<members>" at the given indent.
    void dumpState( const DumpContext& ctx, U32 indent ) const;
 
  protected:
+   explicit DedupHashTableBase( bool threadSafe );
+   ~DedupHashTableBase() override;
    void onZeroReferences() const noexcept override;
 
- private:
    friend class DedupHandle;
+
+   // The kind's part: every member visited, under its shard's lock; a
+   // member whose outside references just went; the references its slot
+   // holds ready to hand out.
+   virtual void visitMembers( void ( *fn )( void*, const DedupHandle* ), void* context ) const = 0;
+   // releaseMember(): a member's outside references just dropped to none;
+   // handle is an identity until it is found among the members.
+   virtual void releaseMember( const DedupHandle* handle, U32 hash ) noexcept = 0;
+   virtual U32 reserveOf( const DedupHandle* member, U32 hash ) const noexcept = 0;
 
    // Slot: a member's address with 16 bits of its hash above it (user
    // addresses fit in 48 bits), so that a probe passes over other members
@@ -465,17 +410,9 @@ class DedupHashTable : public Kel::PtrInterface {
       slot.handle()->reservedAtomic().store( U8( slot.reserve() ), std::memory_order_relaxed );
    }
 
-   // forEachSlot(): fn( slot ) for every occupied slot of shard.
-   template<class Fn>
-   void forEachSlot( const Shard& shard, Fn&& fn ) const {
-      if ( keyed_ ) {
-         forEachSlotOf<KeyedSlot>( shard, fn );
-      } else {
-         forEachSlotOf<Slot>( shard, fn );
-      }
-   }
+   // forEachSlotOf(): fn( slot ) for every occupied slot of shard.
    template<class S, class Fn>
-   static void forEachSlotOf( const Shard& shard, Fn& fn ) {
+   static void forEachSlotOf( const Shard& shard, Fn&& fn ) {
       S* slots = shard.slots<S>();
       for ( U32 i = 0; i <= shard.mask; ++i ) {
          if ( slots[ i ] ) {
@@ -492,9 +429,24 @@ class DedupHashTable : public Kel::PtrInterface {
    template<class S>
    static void eraseSlot( Shard& shard, S* slot ) noexcept;
    template<class S>
-   void releaseMemberIn( Shard& shard, DedupHandle* handle, U32 hash ) noexcept;
-   // reserveOf(): the references member's slot holds ready to hand out.
-   U32 reserveOf( const DedupHandle* member, U32 hash ) const noexcept;
+   void releaseMemberIn( DedupHandle* handle, U32 hash ) noexcept;
+   // reserveOfIn(): the references member's slot holds ready to hand out.
+   template<class S>
+   U32 reserveOfIn( const DedupHandle* member, U32 hash ) const noexcept;
+   // visitSlots(): the kinds' visitMembers().
+   template<class S>
+   void visitSlots( void ( *fn )( void*, const DedupHandle* ), void* context ) const;
+   // allocateShards() / forgetMembers(): the kinds' construction and
+   // destruction: empty slot arrays; members outliving the table.
+   template<class S>
+   void allocateShards();
+   template<class S>
+   void forgetMembers() noexcept;
+   // insertUnlessFound(): dedup() of either kind: under the shard's lock,
+   // found( shard ) (a hit, handed out) or else candidate placed in slot.
+   template<class S, class Found, class PreInsert>
+   DedupHandle::PtrConst insertUnlessFound( const DedupHandle::PtrConst& handle, U32 hash,
+                                            const S& slot, Found&& found, PreInsert& preInsert );
    void notifyInsert( DedupHandle* handle );
    void notifyRemove( DedupHandle* handle );
    // A thread-safe table queues its lifetime events under the shard's lock
@@ -518,9 +470,6 @@ class DedupHashTable : public Kel::PtrInterface {
    // destroyMember(): a member detached from a thread-safe table; lookups
    // without the lock may still read its memory.
    static void destroyMember( DedupHandle* handle ) noexcept;
-   // releaseMember(): a member's outside references just dropped to none;
-   // handle is an identity until it is found among the members.
-   void releaseMember( const DedupHandle* handle, U32 hash ) noexcept;
 
    // Thread-safe tables spread their members over kShards shards, chosen by
    // the top bits of the hash (a single-thread table shifts them all out);
@@ -541,8 +490,6 @@ class DedupHashTable : public Kel::PtrInterface {
    U32 shardCount_;
    U32 shardShift_;
    bool threadSafe_;
-   bool keyed_;
-   bool keyedSingleThread_;
    std::atomic<bool> notifying_{ false };
    DedupHashTableLifeTimeNotifiee::Ptr notifiee_;
    std::mutex notifyMutex_;
@@ -552,46 +499,166 @@ class DedupHashTable : public Kel::PtrInterface {
    mutable Shard shards_[ kShards ];
 };
 
-// DedupHashTableUnorderedSet: the concrete set; the bools pick the
-// thread-safe and the keyed variants.
+// DedupHashTable: the interning set that finds members by their content:
+// an 8-byte slot (address and 16 bits of the placement hash) per member.
+class DedupHashTable : public DedupHashTableBase {
+ public:
+   using Ptr = Kel::Ptr<DedupHashTable>;
+   using PtrConst = Kel::Ptr<const DedupHashTable>;
+
+   ~DedupHashTable() override;
+
+   // lookupByContent(): the member holding the bare content, whose
+   // placementHash( hashKey() ) is placement; null when there is none.
+   DedupHandle::PtrConst lookupByContent( const DedupContentHandle& content, U32 placement ) const {
+      return lookupIf( placement,
+                       [ & ]( const DedupHandle* h ) { return h->compareByContent( content ); } );
+   }
+
+   // lookupIf(): the same with the content test inlined by the caller (the
+   // hit path of the value tables).
+   template<class Match>
+   DedupHandle::PtrConst lookupIf( U32 placement, Match&& match ) const {
+      Shard& shard = shardFor( placement );
+      if ( !threadSafe_ ) {
+         return handOut( findIf( shard, placement, match ) );
+      }
+      if ( DedupHandle* member = findUnlocked<Slot>( shard, placement, 0 ) ) {
+         if ( match( static_cast<const DedupHandle*>( member ) ) ) {
+            return DedupHandle::PtrConst::adopt( member );
+         }
+         member->deleteRef();
+      }
+      // A miss without the lock may be a member moving past the probe:
+      // only the locked probe says it is not there.
+      ShardGuard guard( shard, true );
+      return handOutCounted( findIf( shard, placement, match ) );
+   }
+
+   // dedup(): the member equal to handle (by compare()), or handle itself
+   // after inserting it. preInsert( handle ) runs only when handle is the
+   // one inserted, before it becomes visible (lists trim their storage).
+   // Interned objects are immutable, so the table deals in const handles;
+   // preInsert gets the candidate non-const, since it is not shared yet.
+   DedupHandle::PtrConst dedup( const DedupHandle::PtrConst& handle ) {
+      return dedup( handle, []( DedupHandle* ) {} );
+   }
+   template<class PreInsert>
+   DedupHandle::PtrConst dedup( const DedupHandle::PtrConst& handle, PreInsert&& preInsert ) {
+      KEL_ASSERT_MSG( handle, "dedupHandle" );
+      const DedupHandle* candidate = handle.ptr();
+      const U32 hash = candidate->placementHash( hashKey_ );
+      auto found = [ this, candidate, hash ]( Shard& shard ) {
+         auto equal = [ candidate ]( const DedupHandle* member ) {
+            return member->compare( candidate );
+         };
+         DedupHandle* member = findIf( shard, hash, equal );
+         return threadSafe_ ? handOutCounted( member ) : handOut( member );
+      };
+      return insertUnlessFound( handle, hash, Slot( hash, const_cast<DedupHandle*>( candidate ) ),
+                                found, preInsert );
+   }
+
+ protected:
+   explicit DedupHashTable( bool threadSafe );
+
+ private:
+   void visitMembers( void ( *fn )( void*, const DedupHandle* ), void* context ) const override;
+   void releaseMember( const DedupHandle* handle, U32 hash ) noexcept override;
+   U32 reserveOf( const DedupHandle* member, U32 hash ) const noexcept override;
+};
+
+// DedupHashTableUnorderedSet: the concrete set found by content.
 class DedupHashTableUnorderedSet final : public DedupHashTable {
  public:
    using Ptr = Kel::Ptr<DedupHashTableUnorderedSet>;
    using PtrConst = Kel::Ptr<const DedupHashTableUnorderedSet>;
 
-   explicit DedupHashTableUnorderedSet( bool threadSafe, bool keyed = false )
-         : DedupHashTable( threadSafe, keyed ) {}
-   static Ptr DedupHashTableUnorderedSetIs( bool threadSafe, bool keyed = false );
+   explicit DedupHashTableUnorderedSet( bool threadSafe ) : DedupHashTable( threadSafe ) {}
+   static Ptr DedupHashTableUnorderedSetIs( bool threadSafe );
 };
 
-template<class PreInsert>
-DedupHandle::PtrConst DedupHashTable::dedup( const DedupHandle::PtrConst& handle,
-                                             PreInsert&& preInsert ) {
-   KEL_ASSERT_MSG( handle, "dedupHandle" );
+// KeyedDedupHashTable: the interning set of members whose whole identity
+// is their 64-bit dedupKey(): a 16-byte slot holds the key beside the
+// member's address (and a single-thread table's reserve tally), so a hit
+// compares keys in the slot array only.
+class KeyedDedupHashTable final : public DedupHashTableBase {
+ public:
+   using Ptr = Kel::Ptr<KeyedDedupHashTable>;
+   using PtrConst = Kel::Ptr<const KeyedDedupHashTable>;
+
+   explicit KeyedDedupHashTable( bool threadSafe );
+   ~KeyedDedupHashTable() override;
+   static Ptr KeyedDedupHashTableIs( bool threadSafe );
+
+   // lookupByKey(): the member whose dedupKey() is key (placement being
+   // its placement hash); the members are not read.
+   DedupHandle::PtrConst lookupByKey( U32 placement, U64 key ) const {
+      // A single-thread table has one shard and no lock: the hit path of
+      // the busiest table skips both.
+      if ( !threadSafe_ ) {
+         return handOut( findKey( shards_[ 0 ], placement, key ) );
+      }
+      Shard& shard = shardFor( placement );
+      if ( DedupHandle* member = findUnlocked<KeyedSlot>( shard, placement, key ) ) {
+         // The key and the address are read apart: the member says whether
+         // they belonged together.
+         if ( member->dedupKey() == key ) {
+            return DedupHandle::PtrConst::adopt( member );
+         }
+         member->deleteRef();
+      }
+      ShardGuard guard( shard, true );
+      KeyedSlot* slot = findKey( shard, placement, key );
+      return handOutCounted( slot ? slot->handle() : nullptr );
+   }
+
+   // dedup(): the member with handle's dedupKey(), or handle itself after
+   // inserting it (preInsert as in DedupHashTable::dedup()).
+   DedupHandle::PtrConst dedup( const DedupHandle::PtrConst& handle ) {
+      return dedup( handle, []( DedupHandle* ) {} );
+   }
+   template<class PreInsert>
+   DedupHandle::PtrConst dedup( const DedupHandle::PtrConst& handle, PreInsert&& preInsert ) {
+      KEL_ASSERT_MSG( handle, "dedupHandle" );
+      const DedupHandle* candidate = handle.ptr();
+      const U32 hash = candidate->placementHash( hashKey_ );
+      const U64 key = candidate->dedupKey();
+      auto found = [ this, hash, key ]( Shard& shard ) {
+         KeyedSlot* slot = findKey( shard, hash, key );
+         if ( !slot ) {
+            return DedupHandle::PtrConst();
+         }
+         return threadSafe_ ? handOutCounted( slot->handle() ) : handOut( slot );
+      };
+      return insertUnlessFound( handle, hash,
+                                KeyedSlot( key, const_cast<DedupHandle*>( candidate ) ), found,
+                                preInsert );
+   }
+
+ private:
+   void visitMembers( void ( *fn )( void*, const DedupHandle* ), void* context ) const override;
+   void releaseMember( const DedupHandle* handle, U32 hash ) noexcept override;
+   U32 reserveOf( const DedupHandle* member, U32 hash ) const noexcept override;
+};
+
+template<class S, class Found, class PreInsert>
+DedupHandle::PtrConst DedupHashTableBase::insertUnlessFound( const DedupHandle::PtrConst& handle,
+                                                             U32 hash, const S& slot, Found&& found,
+                                                             PreInsert& preInsert ) {
    auto* candidate = const_cast<DedupHandle*>( handle.ptr() );
    if ( candidate->table_ == this && candidate->isDeduped() ) {
       return handle;
    }
-   const U32 hash = candidate->placementHash( hashKey_ );
-   const U64 key = keyed_ ? candidate->dedupKey() : 0;
    Shard& shard = shardFor( hash );
    bool queued = false;
    {
       ShardGuard guard( shard, threadSafe_ );
-      if ( keyed_ ) {
-         if ( KeyedSlot* slot = findKey( shard, hash, key ) ) {
-            return threadSafe_ ? handOutCounted( slot->handle() ) : handOut( slot );
-         }
-      } else {
-         auto equal = [ candidate ]( const DedupHandle* member ) {
-            return member->compare( candidate );
-         };
-         if ( DedupHandle* member = findIf( shard, hash, equal ) ) {
-            return threadSafe_ ? handOutCounted( member ) : handOut( member );
-         }
+      if ( DedupHandle::PtrConst member = found( shard ) ) {
+         return member;
       }
       KEL_ASSERT_MSG( Slot::fits( candidate ), "address beyond 48 bits" );
-      keyed_ ? growIfFull<KeyedSlot>( shard, threadSafe_ ) : growIfFull<Slot>( shard, threadSafe_ );
+      growIfFull<S>( shard, threadSafe_ );
       preInsert( candidate );
       // Complete before its slot is published: a lookup without the lock may
       // take a reference as soon as it finds the slot.
@@ -600,11 +667,7 @@ DedupHandle::PtrConst DedupHashTable::dedup( const DedupHandle::PtrConst& handle
       candidate->newRef(); // the table's own reference
       candidate->dedupStateIs( dedupHandleStateDeduped_ );
       candidate->tableSharedIs( true );
-      if ( keyed_ ) {
-         placeSlot( shard, KeyedSlot( key, candidate ) );
-      } else {
-         placeSlot( shard, Slot( hash, candidate ) );
-      }
+      placeSlot( shard, slot );
       if ( notifying_.load( std::memory_order_acquire ) ) {
          if ( threadSafe_ ) {
             queueEvent( candidate, true );

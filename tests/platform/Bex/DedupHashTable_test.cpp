@@ -11,7 +11,7 @@
 #include <random>
 #include <string>
 #include <thread>
-#include <tuple>
+#include <type_traits>
 #include <vector>
 
 namespace {
@@ -19,6 +19,7 @@ namespace {
 using Bex::DedupHandle;
 using Bex::DedupHashTable;
 using Bex::DedupHashTableUnorderedSet;
+using Bex::KeyedDedupHashTable;
 using DedupTableChecker::CheckingNotifiee;
 using DedupTableChecker::goodHash;
 using DedupTableChecker::LifeCounters;
@@ -47,48 +48,69 @@ class ListHandle final : public DedupHandle {
    LifeCounters* counters_;
 };
 
-DedupHashTableUnorderedSet::Ptr newTable( bool threadSafe, bool keyed ) {
-   return DedupHashTableUnorderedSet::DedupHashTableUnorderedSetIs( threadSafe, keyed );
+// lookupIn(): by key in a keyed table, by content in the others.
+template<class Table, class P>
+DedupHandle::PtrConst lookupIn( const P& table, U64 value, U32 hash ) {
+   const auto& set = static_cast<const Table&>( *table );
+   if constexpr ( std::is_same_v<Table, KeyedDedupHashTable> ) {
+      return set.lookupByKey( hash, value );
+   } else {
+      return set.lookupByContent( TestContent( value ), hash );
+   }
 }
 
-// lookupIn(): by content for plain members, by key for keyed ones.
-DedupHandle::PtrConst lookupIn( const DedupHashTable::PtrConst& table, U64 value, U32 hash,
-                                bool keyed ) {
-   return keyed ? table->lookupByKey( hash, value )
-                : table->lookupByContent( TestContent( value ), hash );
-}
+// Variant: a kind of table, thread-safe or not.
+template<class T, bool threadSafe>
+struct Variant {
+   using Table = T;
+   static constexpr bool kThreadSafe = threadSafe;
+   static constexpr bool kKeyed = std::is_same_v<T, KeyedDedupHashTable>;
+};
+struct VariantName {
+   template<class V>
+   static std::string GetName( int ) {
+      return std::string( V::kThreadSafe ? "ThreadSafe" : "SingleThread" ) +
+             ( V::kKeyed ? "Keyed" : "" );
+   }
+};
 
-// Every variant (thread-safe or not, keyed or not) must behave the same
-// from one thread; keyed members are found by a key that is their content.
-class DedupHashTableTest : public testing::TestWithParam<std::tuple<bool, bool>> {
+// Every variant must behave the same from one thread; keyed members are
+// found by a key that is their content.
+template<class V>
+class DedupHashTableTest : public testing::Test {
  protected:
-   bool threadSafe() const { return std::get<0>( GetParam() ); }
-   bool keyed() const { return std::get<1>( GetParam() ); }
+   using Table = typename V::Table;
    TestHandle::Ptr make( U64 value ) { return TestHandle::TestHandleIs( value, &counters ); }
-   DedupHashTableUnorderedSet::Ptr newTable() const { return ::newTable( threadSafe(), keyed() ); }
-   DedupHandle::PtrConst lookup( const DedupHashTable::PtrConst& table, U64 value ) const {
-      return lookupIn( table, value, goodHash( value ), keyed() );
+   static typename Table::Ptr newTable() { return Kel::makeActivePtr<Table>( V::kThreadSafe ); }
+   template<class P>
+   static DedupHandle::PtrConst lookup( const P& table, U64 value ) {
+      return lookupIn<Table>( table, value, goodHash( value ) );
    }
    bool allDestroyed() const { return counters.alive() == 0 && !counters.destroyedTwice.load(); }
 
    LifeCounters counters;
 };
+using Variants =
+      testing::Types<Variant<DedupHashTableUnorderedSet, false>,
+                     Variant<DedupHashTableUnorderedSet, true>, Variant<KeyedDedupHashTable, false>,
+                     Variant<KeyedDedupHashTable, true>>;
+TYPED_TEST_SUITE( DedupHashTableTest, Variants, VariantName );
 
-TEST_P( DedupHashTableTest, InterningSameContentTwiceReturnsSameObject ) {
-   auto table = newTable();
+TYPED_TEST( DedupHashTableTest, InterningSameContentTwiceReturnsSameObject ) {
+   auto table = this->newTable();
    // preInsert runs for the inserted candidate only, before it is a member.
    std::vector<std::pair<DedupHandle*, Bex::DedupHandleState>> preInserts;
    auto preInsert = [ & ]( DedupHandle* h ) {
       preInserts.emplace_back( h, h->dedupState() );
    };
 
-   TestHandle::Ptr first = make( 42 );
+   TestHandle::Ptr first = this->make( 42 );
    DedupHandle::PtrConst interned = table->dedup( first, preInsert );
    EXPECT_EQ( first, interned );
    EXPECT_TRUE( first->isDeduped() );
    EXPECT_EQ( 3u, first->refCount() ); // first, interned, the table's own
    {
-      TestHandle::Ptr second = make( 42 );
+      TestHandle::Ptr second = this->make( 42 );
       EXPECT_EQ( first, table->dedup( second, preInsert ) );
       EXPECT_FALSE( second->everDeduped() );
       EXPECT_EQ( first, table->dedup( first, preInsert ) ); // a member again: a no-op
@@ -96,38 +118,38 @@ TEST_P( DedupHashTableTest, InterningSameContentTwiceReturnsSameObject ) {
    ASSERT_EQ( 1u, preInserts.size() );
    EXPECT_EQ( first.ptr(), preInserts[ 0 ].first );
    EXPECT_EQ( Bex::dedupHandleStateNeverDeduped(), preInserts[ 0 ].second );
-   EXPECT_EQ( 1u, counters.destroyed.load() ); // the losing candidate only
+   EXPECT_EQ( 1u, this->counters.destroyed.load() ); // the losing candidate only
    EXPECT_EQ( 3u, first->refCount() );
    EXPECT_EQ( 1u, table->size() );
 
    // Another table interns its own object for the same content.
-   EXPECT_NE( first, newTable()->dedup( make( 42 ) ) );
+   EXPECT_NE( first, this->newTable()->dedup( this->make( 42 ) ) );
 
    Bex::DumpContext::Ptr ctx = Bex::DumpContext::DumpContextIs();
    table->dumpState( *ctx, 3 );
    EXPECT_EQ( "   DedupHashTable #1\n", ctx->str() );
 }
 
-TEST_P( DedupHashTableTest, LookupFindsMembersOnlyAndTakesAReference ) {
-   auto table = newTable();
-   EXPECT_EQ( nullptr, lookup( table, 5 ) );
-   DedupHandle::PtrConst five = table->dedup( make( 5 ) );
+TYPED_TEST( DedupHashTableTest, LookupFindsMembersOnlyAndTakesAReference ) {
+   auto table = this->newTable();
+   EXPECT_EQ( nullptr, this->lookup( table, 5 ) );
+   DedupHandle::PtrConst five = table->dedup( this->make( 5 ) );
    // Same hash, other content: a collision is not a hit.
    DedupHandle::PtrConst six =
-         table->dedup( TestHandle::TestHandleIs( 6, goodHash( 5 ), &counters ) );
+         table->dedup( TestHandle::TestHandleIs( 6, goodHash( 5 ), &this->counters ) );
    ASSERT_NE( five, six );
    EXPECT_EQ( 2u, table->size() );
 
    U32 before = five->refCount();
-   DedupHandle::PtrConst found = lookup( table, 5 );
+   DedupHandle::PtrConst found = this->lookup( table, 5 );
    EXPECT_EQ( five, found );
    EXPECT_EQ( before + 1, five->refCount() );
-   EXPECT_EQ( six, lookupIn( table, 6, goodHash( 5 ), keyed() ) );
-   EXPECT_EQ( nullptr, lookupIn( table, 7, goodHash( 5 ), keyed() ) );
+   EXPECT_EQ( six, lookupIn<typename TypeParam::Table>( table, 6, goodHash( 5 ) ) );
+   EXPECT_EQ( nullptr, lookupIn<typename TypeParam::Table>( table, 7, goodHash( 5 ) ) );
    found = nullptr;
    EXPECT_EQ( before, five->refCount() );
-   if ( !keyed() ) {
-      EXPECT_EQ( nullptr, lookup( table, 6 ) ); // right content, wrong hash
+   if constexpr ( !TypeParam::kKeyed ) {
+      EXPECT_EQ( nullptr, this->lookup( table, 6 ) ); // right content, wrong hash
       EXPECT_EQ( five, table->lookupIf( goodHash( 5 ), []( const DedupHandle* h ) {
          return valueOf( h ) == 5;
       } ) );
@@ -135,21 +157,21 @@ TEST_P( DedupHashTableTest, LookupFindsMembersOnlyAndTakesAReference ) {
 
    // Zero is a content like any other, though an empty keyed slot reads as
    // zero: a search for it must not stop at an empty slot with a hit.
-   EXPECT_EQ( nullptr, lookup( table, 0 ) );
-   DedupHandle::PtrConst zero = table->dedup( make( 0 ) );
-   EXPECT_EQ( zero, lookup( table, 0 ) );
+   EXPECT_EQ( nullptr, this->lookup( table, 0 ) );
+   DedupHandle::PtrConst zero = table->dedup( this->make( 0 ) );
+   EXPECT_EQ( zero, this->lookup( table, 0 ) );
 }
 
-TEST_P( DedupHashTableTest, MemberLeavesWithItsLastOutsideReferenceNotifyingOnce ) {
+TYPED_TEST( DedupHashTableTest, MemberLeavesWithItsLastOutsideReferenceNotifyingOnce ) {
    // Hits hand out references the table counted ahead; across several
    // refills the count must still say who holds the member, and the member
    // must leave with its last outside reference whichever one that is.
-   auto table = newTable();
+   auto table = this->newTable();
    auto notifiee = Kel::makePtr<CheckingNotifiee>( 16 );
    table->lifeTimeNotifieeIs( notifiee );
-   std::vector<DedupHandle::PtrConst> held{ table->dedup( make( 9 ) ) };
+   std::vector<DedupHandle::PtrConst> held{ table->dedup( this->make( 9 ) ) };
    for ( U32 i = 1; i < 1000; ++i ) {
-      held.push_back( lookup( table, 9 ) );
+      held.push_back( this->lookup( table, 9 ) );
       ASSERT_EQ( i + 2, held.front()->refCount() ); // held, plus the table's own
    }
    for ( U32 round = 0; round < 3; ++round ) {
@@ -157,26 +179,26 @@ TEST_P( DedupHashTableTest, MemberLeavesWithItsLastOutsideReferenceNotifyingOnce
       // refills while outside references come and go.
       held.erase( held.begin(), held.begin() + 300 );
       for ( int i = 0; i < 200; ++i ) {
-         held.push_back( lookup( table, 9 ) );
+         held.push_back( this->lookup( table, 9 ) );
       }
       ASSERT_EQ( held.size() + 1, held.front()->refCount() );
    }
    held.resize( 1 );
    EXPECT_EQ( 1u, table->size() );
    EXPECT_EQ( 0u, notifiee->removes.load() );
-   EXPECT_EQ( 0u, counters.destroyed.load() );
+   EXPECT_EQ( 0u, this->counters.destroyed.load() );
    held.clear();                              // the last outside reference
    EXPECT_EQ( 1u, notifiee->inserts.load() ); // hits notify nothing
    EXPECT_EQ( 1u, notifiee->removes.load() );
    EXPECT_EQ( 0u, table->size() );
-   EXPECT_EQ( 1u, counters.destroyed.load() );
-   EXPECT_EQ( nullptr, lookup( table, 9 ) );
+   EXPECT_EQ( 1u, this->counters.destroyed.load() );
+   EXPECT_EQ( nullptr, this->lookup( table, 9 ) );
 
    // The content comes back as a new member, under a new notifiee; the old
    // one is replaced, not stopped.
    auto second = Kel::makePtr<CheckingNotifiee>( 16 );
    table->lifeTimeNotifieeIs( second );
-   table->dedup( make( 9 ) ); // dropped at once: leaves at once
+   table->dedup( this->make( 9 ) ); // dropped at once: leaves at once
    EXPECT_EQ( 1u, notifiee->inserts.load() );
    EXPECT_EQ( 1u, second->inserts.load() );
    EXPECT_EQ( 1u, second->removes.load() );
@@ -185,7 +207,7 @@ TEST_P( DedupHashTableTest, MemberLeavesWithItsLastOutsideReferenceNotifyingOnce
    table->notificationStop();
    table->notificationStop();
    EXPECT_EQ( nullptr, table->lifeTimeNotifiee() );
-   table->dedup( make( 4 ) );
+   table->dedup( this->make( 4 ) );
    table = nullptr;
    EXPECT_EQ( 1u, second->stops.load() );
    EXPECT_EQ( 1u, second->inserts.load() );
@@ -193,13 +215,13 @@ TEST_P( DedupHashTableTest, MemberLeavesWithItsLastOutsideReferenceNotifyingOnce
    EXPECT_EQ( 0u, notifiee->stops.load() );
    EXPECT_EQ( 0u, notifiee->violations.load() + second->violations.load() )
          << notifiee->firstViolation() << second->firstViolation();
-   EXPECT_TRUE( allDestroyed() );
+   EXPECT_TRUE( this->allDestroyed() );
 }
 
 // Inserts and removals in random order, with hashes that spread well, that
 // collide in runs, and that crowd the end of the slot array so that probe
 // runs wrap; after every step each member is found and nothing else is.
-TEST_P( DedupHashTableTest, RandomInsertsAndRemovalsKeepEveryMemberFindable ) {
+TYPED_TEST( DedupHashTableTest, RandomInsertsAndRemovalsKeepEveryMemberFindable ) {
    struct Mode {
       const char* name;
       U32 ( *hash )( U64 );
@@ -214,18 +236,18 @@ TEST_P( DedupHashTableTest, RandomInsertsAndRemovalsKeepEveryMemberFindable ) {
    std::mt19937_64 rng( 2024 );
    for ( const Mode& mode : modes ) {
       SCOPED_TRACE( mode.name );
-      auto table = newTable();
+      auto table = this->newTable();
       std::map<U64, DedupHandle::PtrConst> model;
-      auto make = [ & ]( U64 v ) {
-         return TestHandle::TestHandleIs( v, mode.hash( v ), &counters );
+      auto makeHashed = [ & ]( U64 v ) {
+         return TestHandle::TestHandleIs( v, mode.hash( v ), &this->counters );
       };
       for ( int step = 0; step < 3000; ++step ) {
          U64 v = rng() % mode.contents;
          auto it = model.find( v );
          if ( it == model.end() ) {
-            model[ v ] = table->dedup( make( v ) );
+            model[ v ] = table->dedup( makeHashed( v ) );
          } else if ( rng() % 4 == 0 ) {
-            ASSERT_EQ( it->second, table->dedup( make( v ) ) ); // found again
+            ASSERT_EQ( it->second, table->dedup( makeHashed( v ) ) ); // found again
          } else {
             model.erase( it );
          }
@@ -233,7 +255,7 @@ TEST_P( DedupHashTableTest, RandomInsertsAndRemovalsKeepEveryMemberFindable ) {
          for ( U64 c = 0; c < mode.contents; ++c ) {
             auto m = model.find( c );
             ASSERT_EQ( m == model.end() ? nullptr : m->second,
-                       lookupIn( table, c, mode.hash( c ), keyed() ) )
+                       lookupIn<typename TypeParam::Table>( table, c, mode.hash( c ) ) )
                   << "content " << c << " at step " << step;
          }
       }
@@ -246,16 +268,16 @@ TEST_P( DedupHashTableTest, RandomInsertsAndRemovalsKeepEveryMemberFindable ) {
       model.clear();
       EXPECT_EQ( 0u, table->size() );
    }
-   EXPECT_TRUE( allDestroyed() );
+   EXPECT_TRUE( this->allDestroyed() );
 }
 
-TEST_P( DedupHashTableTest, GrowsPastManyMembersAndShrinksBackToEmpty ) {
-   auto table = newTable();
+TYPED_TEST( DedupHashTableTest, GrowsPastManyMembersAndShrinksBackToEmpty ) {
+   auto table = this->newTable();
    constexpr U64 kMembers = 30000;
    constexpr U64 kStride = 0x9E3779B97F4A7C15ull;
    std::vector<DedupHandle::PtrConst> held;
    for ( U64 v = 0; v < kMembers; ++v ) {
-      held.push_back( table->dedup( make( v * kStride ) ) );
+      held.push_back( table->dedup( this->make( v * kStride ) ) );
    }
    EXPECT_EQ( kMembers, table->size() );
    std::shuffle( held.begin(), held.end(), std::mt19937( 11 ) );
@@ -263,26 +285,26 @@ TEST_P( DedupHashTableTest, GrowsPastManyMembersAndShrinksBackToEmpty ) {
       if ( held.size() % 2500 == 0 ) {
          ASSERT_EQ( held.size(), table->size() );
          for ( const auto& h : held ) {
-            ASSERT_EQ( h, lookup( table, valueOf( h.ptr() ) ) );
+            ASSERT_EQ( h, this->lookup( table, valueOf( h.ptr() ) ) );
          }
       }
    }
    EXPECT_EQ( 0u, table->size() );
-   EXPECT_EQ( kMembers, counters.destroyed.load() );
+   EXPECT_EQ( kMembers, this->counters.destroyed.load() );
 }
 
-TEST_P( DedupHashTableTest, DestroyingAMemberReleasesTheMembersItHolds ) {
-   auto values = newTable();
-   auto lists = ::newTable( threadSafe(), false ); // lists have no key
+TYPED_TEST( DedupHashTableTest, DestroyingAMemberReleasesTheMembersItHolds ) {
+   auto values = this->newTable();
+   auto lists = DedupHashTableUnorderedSet::DedupHashTableUnorderedSetIs( TypeParam::kThreadSafe );
    auto valueNotifiee = Kel::makePtr<CheckingNotifiee>( 16 );
    auto listNotifiee = Kel::makePtr<CheckingNotifiee>( 0 );
    values->lifeTimeNotifieeIs( valueNotifiee );
    lists->lifeTimeNotifieeIs( listNotifiee );
 
-   DedupHandle::PtrConst one = values->dedup( make( 1 ) );
-   DedupHandle::PtrConst two = values->dedup( make( 2 ) );
+   DedupHandle::PtrConst one = values->dedup( this->make( 1 ) );
+   DedupHandle::PtrConst two = values->dedup( this->make( 2 ) );
    auto makeList = [ & ]( std::vector<DedupHandle::PtrConst> elements ) {
-      return lists->dedup( Kel::makePtr<ListHandle>( std::move( elements ), &counters ) );
+      return lists->dedup( Kel::makePtr<ListHandle>( std::move( elements ), &this->counters ) );
    };
    DedupHandle::PtrConst inner = makeList( { one, two } );
    EXPECT_EQ( inner, makeList( { one, two } ) );
@@ -299,24 +321,24 @@ TEST_P( DedupHashTableTest, DestroyingAMemberReleasesTheMembersItHolds ) {
    EXPECT_EQ( 0u, values->size() );
    EXPECT_EQ( 2u, listNotifiee->removes.load() );
    EXPECT_EQ( 2u, valueNotifiee->removes.load() );
-   EXPECT_TRUE( allDestroyed() );
+   EXPECT_TRUE( this->allDestroyed() );
 }
 
-TEST_P( DedupHashTableTest, TableGoingAwayStopsNotificationOnceAndSparesHeldMembers ) {
+TYPED_TEST( DedupHashTableTest, TableGoingAwayStopsNotificationOnceAndSparesHeldMembers ) {
    auto notifiee = Kel::makePtr<CheckingNotifiee>( 16 );
    DedupHandle::PtrConst held;
-   const DedupHashTable* address = nullptr;
+   const Bex::DedupHashTableBase* address = nullptr;
    {
       DedupHandle::PtrConst alsoHeld;
-      auto table = newTable();
+      auto table = this->newTable();
       address = table.ptr();
       table->lifeTimeNotifieeIs( notifiee );
-      held = table->dedup( make( 1 ) );
+      held = table->dedup( this->make( 1 ) );
       for ( int i = 0; i < 300; ++i ) {
-         lookup( table, 1 ); // the reserve goes back to the member with the table
+         this->lookup( table, 1 ); // the reserve goes back to the member with the table
       }
-      alsoHeld = table->dedup( make( 2 ) );
-      table->dedup( make( 3 ) ); // dropped at once: leaves at once
+      alsoHeld = table->dedup( this->make( 2 ) );
+      table->dedup( this->make( 3 ) ); // dropped at once: leaves at once
       EXPECT_EQ( 1u, notifiee->removes.load() );
       EXPECT_EQ( 0u, notifiee->stops.load() );
    } // the table goes before alsoHeld
@@ -324,50 +346,42 @@ TEST_P( DedupHashTableTest, TableGoingAwayStopsNotificationOnceAndSparesHeldMemb
    EXPECT_EQ( address, notifiee->stoppedTable );
    // Member 2 was destroyed by its holder after the table; member 1 lives,
    // with its exact count.
-   EXPECT_EQ( 2u, counters.destroyed.load() );
+   EXPECT_EQ( 2u, this->counters.destroyed.load() );
    ASSERT_TRUE( static_cast<const TestHandle*>( held.ptr() )->alive() );
    EXPECT_EQ( 1u, held->refCount() );
    held = nullptr;
    EXPECT_EQ( 1u, notifiee->removes.load() ); // no callback after the stop
    EXPECT_EQ( 0u, notifiee->violations.load() ) << notifiee->firstViolation();
-   EXPECT_TRUE( allDestroyed() );
+   EXPECT_TRUE( this->allDestroyed() );
 
    // The stop callback may keep the table: it still works, silently.
    auto keeper = Kel::makePtr<CheckingNotifiee>( 16 );
    keeper->keepTableOnStop = true;
    {
-      auto table = newTable();
+      auto table = this->newTable();
       table->lifeTimeNotifieeIs( keeper );
-      held = table->dedup( make( 4 ) );
+      held = table->dedup( this->make( 4 ) );
    }
    ASSERT_TRUE( keeper->keptTable );
-   EXPECT_EQ( held, lookup( keeper->keptTable, 4 ) );
+   EXPECT_EQ( held, this->lookup( keeper->keptTable, 4 ) );
    keeper->keptTable = nullptr;
    EXPECT_EQ( 1u, keeper->stops.load() );
-   EXPECT_EQ( 1u, counters.alive() );
+   EXPECT_EQ( 1u, this->counters.alive() );
    held = nullptr;
    EXPECT_EQ( 0u, keeper->removes.load() );
 
    // A table that is not counted (a member or a local) stops notification
    // in its destructor; the stop callback's pointer must not destroy it again.
    {
-      DedupHashTableUnorderedSet local( threadSafe(), keyed() );
+      typename TypeParam::Table local( TypeParam::kThreadSafe );
       local.lifeTimeNotifieeIs( notifiee );
-      held = local.dedup( make( 8 ) );
+      held = local.dedup( this->make( 8 ) );
    }
    EXPECT_EQ( 2u, notifiee->stops.load() );
    EXPECT_EQ( 8u, valueOf( held.ptr() ) );
    held = nullptr;
-   EXPECT_TRUE( allDestroyed() );
+   EXPECT_TRUE( this->allDestroyed() );
 }
-
-INSTANTIATE_TEST_SUITE_P( Variants, DedupHashTableTest,
-                          testing::Combine( testing::Bool(), testing::Bool() ),
-                          []( const testing::TestParamInfo<std::tuple<bool, bool>>& info ) {
-                             return std::string( std::get<0>( info.param ) ? "ThreadSafe"
-                                                                           : "SingleThread" ) +
-                                    ( std::get<1>( info.param ) ? "Keyed" : "" );
-                          } );
 
 // Interning under races: threads look contents up, intern new candidates,
 // hold references for a while, hand some to other threads and drop them,
@@ -375,13 +389,14 @@ INSTANTIATE_TEST_SUITE_P( Variants, DedupHashTableTest,
 // the same content all the time. Keyed members keep their reserve in the
 // slot: releases that cannot tell from the count whether outside
 // references are left ask the table.
-void raceLookupsInsertsAndReleases( bool keyed ) {
+template<class Table>
+void raceLookupsInsertsAndReleases() {
    constexpr unsigned kThreads = 4;
    constexpr U64 kContents = 64;
    constexpr unsigned kHeld = 8;
    constexpr U64 kOpsPerThread = 1'000'000 / kThreads;
    LifeCounters counters;
-   auto table = newTable( true, keyed );
+   auto table = Kel::makeActivePtr<Table>( true );
    auto notifiee = Kel::makePtr<CheckingNotifiee>( kContents );
    table->lifeTimeNotifieeIs( notifiee );
 
@@ -418,7 +433,7 @@ void raceLookupsInsertsAndReleases( bool keyed ) {
          if ( kind < 8 ) {
             // Look up, often only to drop the reference at once; on the
             // interning path, build and dedup on a miss.
-            DedupHandle::PtrConst p = lookupIn( table, content, goodHash( content ), keyed );
+            DedupHandle::PtrConst p = lookupIn<Table>( table, content, goodHash( content ) );
             if ( p ) {
                hits.fetch_add( 1, std::memory_order_relaxed );
             } else if ( kind >= 5 ) {
@@ -475,11 +490,11 @@ void raceLookupsInsertsAndReleases( bool keyed ) {
 }
 
 TEST( DedupHashTableConcurrency, RacingLookupsInsertsAndReleasesKeepOneMemberPerContent ) {
-   raceLookupsInsertsAndReleases( false );
+   raceLookupsInsertsAndReleases<DedupHashTableUnorderedSet>();
 }
 
 TEST( DedupHashTableConcurrency, RacingOnKeyedMembersKeepsOneMemberPerContent ) {
-   raceLookupsInsertsAndReleases( true );
+   raceLookupsInsertsAndReleases<KeyedDedupHashTable>();
 }
 
 } // namespace

@@ -124,7 +124,7 @@ class CheckingNotifiee : public Bex::DedupHashTableLifeTimeNotifiee {
          violation( "content " + std::to_string( v ) + " removed while not live" );
       }
    }
-   void handleNotificationStop( const Kel::Ptr<const Bex::DedupHashTable>& table ) override {
+   void handleNotificationStop( const Kel::Ptr<const Bex::DedupHashTableBase>& table ) override {
       stops.fetch_add( 1 );
       stoppedTable = table.ptr();
       if ( keepTableOnStop ) {
@@ -138,9 +138,9 @@ class CheckingNotifiee : public Bex::DedupHashTableLifeTimeNotifiee {
    std::atomic<U64> removes{ 0 };
    std::atomic<U64> stops{ 0 };
    std::atomic<U64> violations{ 0 };
-   const Bex::DedupHashTable* stoppedTable = nullptr;
+   const Bex::DedupHashTableBase* stoppedTable = nullptr;
    bool keepTableOnStop = false;
-   Kel::Ptr<const Bex::DedupHashTable> keptTable;
+   Kel::Ptr<const Bex::DedupHashTableBase> keptTable;
 
  private:
    // contentOf(): the content of a TestHandle; past the limit for others.
