@@ -46,7 +46,7 @@ BgpParseExtCommPluginCreator creatorOf( Creation* creation ) {
    };
 }
 
-TEST( BgpParseExtCommContainer, BuildsRegistryPluginsParserAndCacheInOrder ) {
+TEST( BgpParseExtCommContainer, BuildsRegistryPluginsParserAndCacheInOrderAndLeavesNothing ) {
    Creation creation;
    auto container = bgpParseExtCommContainerSmFactory( creatorOf( &creation ) );
    EXPECT_TRUE( container->hasNotificationActive() );
@@ -74,6 +74,26 @@ TEST( BgpParseExtCommContainer, BuildsRegistryPluginsParserAndCacheInOrder ) {
    ASSERT_TRUE( container->extCommCache() );
    EXPECT_TRUE( container->extCommCache()->hasNotificationActive() );
    EXPECT_EQ( container->extCommCache()->extCommToStringCount(), 0u );
+
+   // Destruction leaves nothing behind; a table may outlive the container with the parser,
+   // which still parses.
+   BgpParseExtCommRuleCollections::Ptr collections = container->parseExtCommRuleCollections();
+   BgpParseExtendedCommunityRule::Ptr kept = parser;
+   EXPECT_EQ( liveTestPlugins, 2 );
+   EXPECT_EQ( liveTestSubRules, 3 ); // the colour plug-in replaced the others
+   container = nullptr;
+   EXPECT_EQ( liveTestPlugins, 0 );
+   EXPECT_EQ( collections->notifieeList().size(), 0u );
+   EXPECT_EQ(
+         kept->parseExtendedCommunity( ExtCommContent( 0x030C000000000008 ) )->classification(),
+         extCommClassificationColor );
+   // Without the parser every entry is gone and nobody else holds the registry.
+   kept = nullptr;
+   EXPECT_EQ( liveTestSubRules, 0 );
+   EXPECT_EQ( collections->extendedCommunityTypeRuleInstanceCount(), 0u );
+   EXPECT_EQ( collections->extendedCommSubTypeTransTwoOctetAsRuleInstanceCount(), 0u );
+   EXPECT_EQ( collections->extendedCommIp6SubTypeTransRuleInstanceCount(), 0u );
+   EXPECT_EQ( collections->refCount(), 1u );
 }
 
 TEST( BgpParseExtCommContainer, QueueIndexIsPastBothCounterAndBack ) {
@@ -119,31 +139,6 @@ TEST( BgpParseExtCommContainer, QueueIndexIsPastBothCounterAndBack ) {
    EXPECT_EQ( container->extCommParserSmsCount(), 0u );
    EXPECT_FALSE( container->extCommParserSmsBack() );
    EXPECT_EQ( container->extCommParserSmsEnq( p[ 0 ] ), 13u );
-}
-
-TEST( BgpParseExtCommContainer, DestructionLeavesNothingBehind ) {
-   Creation creation;
-   auto container = bgpParseExtCommContainerSmFactory( creatorOf( &creation ) );
-   BgpParseExtCommRuleCollections::Ptr collections = container->parseExtCommRuleCollections();
-   BgpParseExtendedCommunityRule::Ptr parser = container->extCommParser();
-   EXPECT_EQ( liveTestPlugins, 2 );
-   EXPECT_EQ( liveTestSubRules, 3 ); // the colour plug-in replaced the others
-
-   // A table may outlive the container with the parser: it still parses.
-   container = nullptr;
-   EXPECT_EQ( liveTestPlugins, 0 );
-   EXPECT_EQ( collections->notifieeList().size(), 0u );
-   EXPECT_EQ(
-         parser->parseExtendedCommunity( ExtCommContent( 0x030C000000000008 ) )->classification(),
-         extCommClassificationColor );
-
-   // Without the parser every entry is gone and nobody else holds the registry.
-   parser = nullptr;
-   EXPECT_EQ( liveTestSubRules, 0 );
-   EXPECT_EQ( collections->extendedCommunityTypeRuleInstanceCount(), 0u );
-   EXPECT_EQ( collections->extendedCommSubTypeTransTwoOctetAsRuleInstanceCount(), 0u );
-   EXPECT_EQ( collections->extendedCommIp6SubTypeTransRuleInstanceCount(), 0u );
-   EXPECT_EQ( collections->refCount(), 1u );
 }
 
 // A toggle file written later in the process changes nothing.

@@ -52,9 +52,6 @@ TEST( ExtCommLinkBandwidth, FormsUnderEveryFormat ) {
                                               : "Link-Bandwidth-AS:65000:1 Gbps";
       EXPECT_EQ( gig->toStrepForPolicy( ExtComm::StrepFormat( octet ) ), expected ) << octet;
    }
-   EXPECT_EQ( lbw( 65000, 0.0f )->toStrepForPolicy( ExtComm::strepFormatDefault ), "65000:0" );
-   EXPECT_EQ( lbw( 65000, 1500.5f )->toStrepForPolicy( ExtComm::strepFormatClassification ),
-              "lbw 65000:1500.5" );
    EXPECT_EQ( lbw( 7, -1.0f )->toStrepForUI( false, false, false ), "Link-Bandwidth-AS:7:invalid" );
    EXPECT_EQ( gig->toStrep(), "<LinkBandwidth 65000:1.25e+08 0x4004fde84cee6b28>" );
    // The caller's stream state does not leak into the float.

@@ -62,29 +62,9 @@ std::string tablesWith( ExtCommClassification c ) {
 
 // ---------------------------------------------------------------------------
 
-TEST( BgpParseExtCommPluginBase, PluginBeforeOrAfterTheParserEndsWithTheSameTables ) {
-   for ( bool pluginFirst : { true, false } ) {
-      SCOPED_TRACE( pluginFirst ? "plug-in first" : "parser first" );
-      auto collections = bgpParseExtCommRuleCollectionsFactory();
-      Kel::Ptr<TestPlugin> plugin;
-      if ( pluginFirst ) {
-         plugin = Kel::makePtr<TestPlugin>( collections, extCommClassificationColor );
-         EXPECT_EQ( plugin->twoOctetAsOffers, 0 ); // nothing entered yet
-      }
-      auto rule = bgpParseExtendedCommunityRuleFactory( BgpParseExtCommControl( collections ) );
-      if ( !pluginFirst ) {
-         plugin = Kel::makePtr<TestPlugin>( collections, extCommClassificationColor );
-      }
-      EXPECT_EQ( tablesOf( *rule ), tablesWith( extCommClassificationColor ) );
-      EXPECT_EQ( ( std::vector<int>{ plugin->twoOctetAsOffers, plugin->opaqueOffers,
-                                     plugin->ip6TransOffers, plugin->ip6NonTransOffers } ),
-                 ( std::vector<int>{ 1, 1, 1, 0 } ) );
-   }
-   EXPECT_EQ( liveTestPlugins, 0 );
-   EXPECT_EQ( liveTestSubRules, 0 );
-}
-
-TEST( BgpParseExtCommPluginBase, TwoPluginsClaimingOneSubtypeTheLaterWins ) {
+// Each plug-in is offered each entered type rule once, whichever came first; of two claims
+// on one subtype the later plug-in's wins.
+TEST( BgpParseExtCommPluginBase, PluginsBeforeOrAfterTheParserEndWithTheSameTables ) {
    for ( bool pluginsFirst : { true, false } ) {
       SCOPED_TRACE( pluginsFirst ? "plug-ins first" : "parser first" );
       auto collections = bgpParseExtCommRuleCollectionsFactory();
@@ -93,12 +73,19 @@ TEST( BgpParseExtCommPluginBase, TwoPluginsClaimingOneSubtypeTheLaterWins ) {
          rule = bgpParseExtendedCommunityRuleFactory( BgpParseExtCommControl( collections ) );
       }
       auto earlier = Kel::makePtr<TestPlugin>( collections, extCommClassificationRouteTarget );
-      auto later = Kel::makePtr<TestPlugin>( collections, extCommClassificationRouteOrigin );
+      auto later = Kel::makePtr<TestPlugin>( collections, extCommClassificationColor );
       if ( pluginsFirst ) {
+         EXPECT_EQ( earlier->twoOctetAsOffers, 0 ); // nothing entered yet
          rule = bgpParseExtendedCommunityRuleFactory( BgpParseExtCommControl( collections ) );
       }
-      EXPECT_EQ( tablesOf( *rule ), tablesWith( extCommClassificationRouteOrigin ) );
+      EXPECT_EQ( tablesOf( *rule ), tablesWith( extCommClassificationColor ) );
+      for ( const auto& plugin : { earlier, later } ) {
+         EXPECT_EQ( ( std::vector<int>{ plugin->twoOctetAsOffers, plugin->opaqueOffers,
+                                        plugin->ip6TransOffers, plugin->ip6NonTransOffers } ),
+                    ( std::vector<int>{ 1, 1, 1, 0 } ) );
+      }
    }
+   EXPECT_EQ( liveTestPlugins, 0 );
    EXPECT_EQ( liveTestSubRules, 0 );
 }
 
