@@ -1,6 +1,6 @@
 #include "OvBgp/CommListDedupTable.h"
 
-#include "Bex/DumpContext.h"
+#include "OvBgp/OvBgpCommunityListImpl.h"
 #include "Routing/Bgp/OvBgpGlobals.h"
 
 namespace Routing::Bgp {
@@ -13,11 +13,7 @@ Bex::DedupHashTable::Ptr newListDedupHashTable() {
 void CommListDedupTableBase::initDedupTable() { dedupTable_ = newListDedupHashTable(); }
 
 void CommListDedupTableBase::dumpState( const Bex::DumpContext& ctx, U32 indent ) const {
-   if ( indent ) {
-      ctx.printf( "%*cDedupTable", int( indent ), ' ' );
-   } else {
-      ctx.printf( "DedupTable" );
-   }
+   dumpLine( ctx, indent, "DedupTable" );
    dedupTable_->dumpState( ctx, indent + 2 );
 }
 

@@ -34,7 +34,7 @@ std::vector<typename Traits::Value> sortedUnique( std::vector<typename Traits::V
 template<class List>
 CommunityListEdit<List>::CommunityListEdit( Action action, const Kel::Ptr<const Table>& table,
                                             size_t memoBound )
-      : action_( action ), table_( table ), memo_( table->dedupTable(), memoBound ) {}
+      : RememberingListClause<List>( table, memoBound ), action_( action ) {}
 
 template<class List>
 auto CommunityListEdit<List>::addIs( const Kel::Ptr<const Table>& table,
@@ -83,11 +83,11 @@ auto CommunityListEdit<List>::apply( const ListPtr& list ) const -> ListPtr {
       return edit( list );
    }
    Bex::DedupHandle::PtrConst remembered;
-   if ( memo_.findEdit( list.ptr(), &remembered ) ) {
+   if ( this->memo_.findEdit( list.ptr(), &remembered ) ) {
       return Kel::ptrCast<const List>( std::move( remembered ) );
    }
    ListPtr result = edit( list );
-   memo_.rememberEdit( list.ptr(), result.ptr() );
+   this->memo_.rememberEdit( list.ptr(), result.ptr() );
    return result;
 }
 
@@ -119,12 +119,10 @@ auto CommunityListEdit<List>::edit( const ListPtr& list ) const -> ListPtr {
    if ( out.size() == members.size() ) {
       return list; // nothing added or removed; null stays null
    }
-   return Traits::intern( table_.ptr(), out );
+   return Traits::intern( this->table_.ptr(), out );
 }
 
-template class CommunityListEdit<CommList>;
-template class CommunityListEdit<LargeCommList>;
-template class CommunityListEdit<ExtCommList>;
-template class CommunityListEdit<ExtCommIp6List>;
+#define OVBGP_INSTANTIATE_EDIT( List ) template class CommunityListEdit<List>;
+OVBGP_FOR_EACH_LIST_KIND( OVBGP_INSTANTIATE_EDIT )
 
 } // namespace Routing::Bgp

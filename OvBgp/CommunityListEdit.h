@@ -14,14 +14,13 @@
 
 #include "OvBgp/CommunityListTraits.h"
 #include "OvBgp/CommunityPattern.h"
-#include "OvBgp/ListMemo.h"
 
 namespace Routing::Bgp {
 
 // CommunityListEdit<List>: see the file comment. Immutable but for its memo;
 // apply() may run from several threads at once.
 template<class List>
-class CommunityListEdit : public Kel::PtrInterface {
+class CommunityListEdit : public RememberingListClause<List> {
  public:
    using Ptr = Kel::Ptr<CommunityListEdit>;
    using PtrConst = Kel::Ptr<const CommunityListEdit>;
@@ -52,18 +51,14 @@ class CommunityListEdit : public Kel::PtrInterface {
    ListPtr apply( const ListPtr& list ) const;
    // edit(): the same, computed every time.
    ListPtr edit( const ListPtr& list ) const;
-   // remembered(): lists the memo holds a result for.
-   size_t remembered() const { return memo_.remembered(); }
 
    CommunityListEdit( Action action, const Kel::Ptr<const Table>& table, size_t memoBound );
 
  private:
    Action action_;
-   Kel::Ptr<const Table> table_;
    std::vector<Value> values_; // add: sorted by key, each key once
    std::optional<CommunityPattern> pattern_;
    ListPtr replacement_;
-   mutable ListMemo memo_;
 };
 
 using CommListEdit = CommunityListEdit<CommList>;
@@ -71,9 +66,8 @@ using LargeCommListEdit = CommunityListEdit<LargeCommList>;
 using ExtCommListEdit = CommunityListEdit<ExtCommList>;
 using ExtCommIp6ListEdit = CommunityListEdit<ExtCommIp6List>;
 
-extern template class CommunityListEdit<CommList>;
-extern template class CommunityListEdit<LargeCommList>;
-extern template class CommunityListEdit<ExtCommList>;
-extern template class CommunityListEdit<ExtCommIp6List>;
+#define OVBGP_EXTERN_EDIT( List ) extern template class CommunityListEdit<List>;
+OVBGP_FOR_EACH_LIST_KIND( OVBGP_EXTERN_EDIT )
+#undef OVBGP_EXTERN_EDIT
 
 } // namespace Routing::Bgp

@@ -25,11 +25,11 @@ bool CommunityListMatch<List>::matches( const typename List::PtrConst& list ) co
    if ( !list ) {
       return false;
    }
-   if ( const std::optional<bool> remembered = memo_.findMatch( list.ptr() ) ) {
+   if ( const std::optional<bool> remembered = this->memo_.findMatch( list.ptr() ) ) {
       return *remembered;
    }
    const bool matched = matchesUncached( list.ptr() );
-   memo_.rememberMatch( list.ptr(), matched );
+   this->memo_.rememberMatch( list.ptr(), matched );
    return matched;
 }
 
@@ -48,9 +48,7 @@ bool CommunityListMatch<List>::matchesUncached( const List* list ) const {
    }
 }
 
-template class CommunityListMatch<CommList>;
-template class CommunityListMatch<LargeCommList>;
-template class CommunityListMatch<ExtCommList>;
-template class CommunityListMatch<ExtCommIp6List>;
+#define OVBGP_INSTANTIATE_MATCH( List ) template class CommunityListMatch<List>;
+OVBGP_FOR_EACH_LIST_KIND( OVBGP_INSTANTIATE_MATCH )
 
 } // namespace Routing::Bgp

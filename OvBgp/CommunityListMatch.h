@@ -12,7 +12,6 @@
 
 #include "OvBgp/CommunityListTraits.h"
 #include "OvBgp/CommunityPattern.h"
-#include "OvBgp/ListMemo.h"
 #include "Routing/RouteMap/PosixRegex.h"
 
 namespace Routing::Bgp {
@@ -20,7 +19,7 @@ namespace Routing::Bgp {
 // CommunityListMatch<List>: see the file comment; matches() may run from
 // several threads at once.
 template<class List>
-class CommunityListMatch : public Kel::PtrInterface {
+class CommunityListMatch : public RememberingListClause<List> {
  public:
    using Ptr = Kel::Ptr<CommunityListMatch>;
    using PtrConst = Kel::Ptr<const CommunityListMatch>;
@@ -40,16 +39,13 @@ class CommunityListMatch : public Kel::PtrInterface {
    bool matches( const typename List::PtrConst& list ) const;
    // matchesUncached(): the same, computed every time.
    bool matchesUncached( const List* list ) const;
-   size_t remembered() const { return memo_.remembered(); }
 
    CommunityListMatch( const Kel::Ptr<const Table>& table, size_t memoBound )
-         : table_( table ), memo_( table->dedupTable(), memoBound ) {}
+         : RememberingListClause<List>( table, memoBound ) {}
 
  private:
-   Kel::Ptr<const Table> table_;
    std::optional<CommunityPattern> pattern_;
    std::unique_ptr<Routing::RouteMap::PosixRegex> regex_;
-   mutable ListMemo memo_;
 };
 
 using CommListMatch = CommunityListMatch<CommList>;
@@ -57,9 +53,8 @@ using LargeCommListMatch = CommunityListMatch<LargeCommList>;
 using ExtCommListMatch = CommunityListMatch<ExtCommList>;
 using ExtCommIp6ListMatch = CommunityListMatch<ExtCommIp6List>;
 
-extern template class CommunityListMatch<CommList>;
-extern template class CommunityListMatch<LargeCommList>;
-extern template class CommunityListMatch<ExtCommList>;
-extern template class CommunityListMatch<ExtCommIp6List>;
+#define OVBGP_EXTERN_MATCH( List ) extern template class CommunityListMatch<List>;
+OVBGP_FOR_EACH_LIST_KIND( OVBGP_EXTERN_MATCH )
+#undef OVBGP_EXTERN_MATCH
 
 } // namespace Routing::Bgp

@@ -20,9 +20,10 @@ constexpr std::string_view kAttrsFlags[] = { "sorted", "hasPrunableValues" };
 
 // ---- member vector helpers ------------------------------------------------
 
-ExtComm::PtrConst extCommVectorLookup( bool sorted, const std::vector<ExtComm::PtrConst>& comms,
+ExtComm::PtrConst extCommVectorLookup( bool commVectorSorted,
+                                       const std::vector<ExtComm::PtrConst>& comms,
                                        U64 community ) {
-   OVBGP_LIST_ASSERT( sorted, "commVectorSorted" );
+   OVBGP_LIST_ASSERT( commVectorSorted, "commVectorSorted" );
    auto it = std::lower_bound( comms.begin(), comms.end(), community, ExtCommSortFnValue );
    if ( it == comms.end() ) {
       return nullptr;
@@ -296,24 +297,6 @@ ExtCommClassificationListSnapshot::ExtCommClassificationListSnapshotIs(
 ExtCommClassificationListSnapshot::Ptr extCommClassificationListSnapshotFactory(
       ExtCommClassification classification ) {
    return ExtCommClassificationListSnapshot::ExtCommClassificationListSnapshotIs( classification );
-}
-
-void ExtCommClassificationListSnapshot::commIs( const ExtComm::PtrConst& comm ) {
-   if ( !comm ) {
-      throw Kel::NullArgumentException(
-            "ExtCommClassificationListSnapshot::commIs: null community" );
-   }
-   comm_[ comm->community() ] = comm;
-}
-
-ExtComm::PtrConst ExtCommClassificationListSnapshot::commDel( U64 community ) {
-   auto it = comm_.find( community );
-   if ( it == comm_.end() ) {
-      return nullptr;
-   }
-   ExtComm::PtrConst removed = std::move( it->second );
-   comm_.erase( it );
-   return removed;
 }
 
 } // namespace Routing::Bgp

@@ -16,6 +16,7 @@
 #include "Bex/DedupHandle.h"
 #include "Kel/DenseBoolSet.h"
 #include "Kel/Ptr.h"
+#include "OvBgp/ListSnapshot.h"
 #include "OvBgp/OvBgpCommunity.h"
 
 namespace Routing::Bgp {
@@ -191,29 +192,13 @@ class ExtCommClassificationLists {
 };
 
 // ExtCommClassificationListSnapshot: an editable copy of one kind's members,
-// keyed by content.
-class ExtCommClassificationListSnapshot : public Kel::PtrInterface {
+// keyed by content (ListSnapshot.h).
+class ExtCommClassificationListSnapshot : public ClassificationSnapshot<ExtComm, U64> {
  public:
    using Ptr = Kel::Ptr<ExtCommClassificationListSnapshot>;
    using PtrConst = Kel::Ptr<const ExtCommClassificationListSnapshot>;
-   using CommMap = std::map<U64, ExtComm::PtrConst>;
-   using KelComm = CommMap::value_type;
-
-   explicit ExtCommClassificationListSnapshot( ExtCommClassification classification ) noexcept
-         : classification_( classification ) {}
+   using ClassificationSnapshot::ClassificationSnapshot;
    static Ptr ExtCommClassificationListSnapshotIs( ExtCommClassification classification );
-
-   ExtCommClassification classification() const noexcept { return classification_; }
-   const CommMap& comm() const noexcept { return comm_; }
-   // commIs(): inserts or replaces by content; null throws.
-   void commIs( const ExtComm::PtrConst& comm );
-   ExtComm::PtrConst commDel( U64 community );
-   CommMap::iterator commDel( CommMap::const_iterator entry ) { return comm_.erase( entry ); }
-   void commDelAll() noexcept { comm_.clear(); }
-
- private:
-   ExtCommClassification classification_;
-   CommMap comm_;
 };
 ExtCommClassificationListSnapshot::Ptr extCommClassificationListSnapshotFactory(
       ExtCommClassification classification );

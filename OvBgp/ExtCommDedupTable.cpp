@@ -11,9 +11,9 @@ namespace Routing::Bgp {
 ExtComm::PtrConst ExtComm::dedupContentMiss( const ExtCommDedupTable* table,
                                              ExtCommContent content ) {
    PtrConst candidate = table->parseExtCommRuleRawPtr()->parseExtendedCommunity( content );
-   Bex::DedupHandle::PtrConst interned = table->dedupTable()->dedup( candidate );
-   KEL_ASSERT_MSG( interned, "dedupHandle" );
-   return Kel::ptrCast<const ExtComm>( std::move( interned ) );
+   Bex::DedupHandle::PtrConst dedupHandle = table->dedupTable()->dedup( candidate );
+   KEL_ASSERT_MSG( dedupHandle, "dedupHandle" );
+   return Kel::ptrCast<const ExtComm>( std::move( dedupHandle ) );
 }
 
 // ---- ExtCommLifeTimeNotifiee --------------------------------------------

@@ -9,6 +9,7 @@
 #include "Kel/Hash.h"
 #include "OvBgp/ExtCommIp6ListDedupTable.h"
 #include "OvBgp/OvBgpCommunity.h"
+#include "OvBgp/OvBgpCommunityListImpl.h"
 
 namespace Routing::Bgp {
 
@@ -62,19 +63,6 @@ ExtCommIp6::PtrConst extCommIp6VectorLookup( const std::vector<ExtCommIp6::PtrCo
    return nullptr;
 }
 
-void writeExtCommIp6Members( std::ostream& os, std::vector<ExtCommIp6::PtrConst> comms ) {
-   os << "[ ";
-   bool first = true;
-   for ( const ExtCommIp6::PtrConst& comm : comms ) {
-      if ( !first ) {
-         os << ' ';
-      }
-      first = false;
-      os << comm.ptr();
-   }
-   os << " ]";
-}
-
 // ---- ExtCommIp6ClassificationList -------------------------------------------
 
 ExtCommIp6ClassificationList::~ExtCommIp6ClassificationList() = default;
@@ -90,10 +78,7 @@ ExtCommIp6ClassificationList::Ptr extCommIp6ClassificationListFactory(
 }
 
 void ExtCommIp6ClassificationList::commIs( const ExtCommIp6::PtrConst& comm ) {
-   KEL_ASSERT_MSG( nullptr != comm, "__null != comm" );
-   KEL_ASSERT_MSG( comm->dedupState() != Bex::dedupHandleStateNeverDeduped(),
-                   "__null == ( comm ) || ( comm )->dedupState() != "
-                   "Bex::dedupHandleStateNeverDeduped()" );
+   assertInternedMember( comm.ptr(), "OvBgp/ExtCommIp6ClassificationList" );
    comm_.push_back( comm );
 }
 
@@ -164,7 +149,7 @@ std::ostream& operator<<( std::ostream& os, const ExtCommIp6ClassificationList* 
       os << "NULL";
    } else {
       os << list->classification() << " : ";
-      writeExtCommIp6Members( os, list->commVector() );
+      writeMembers( os, list->commVector() );
    }
    os.flags( flags );
    return os;
@@ -186,25 +171,6 @@ ExtCommIp6ClassificationListSnapshot::Ptr extCommIp6ClassificationListSnapshotFa
       ExtCommClassification classification ) {
    return ExtCommIp6ClassificationListSnapshot::ExtCommIp6ClassificationListSnapshotIs(
          classification );
-}
-
-void ExtCommIp6ClassificationListSnapshot::commIs( const ExtCommIp6::PtrConst& comm ) {
-   if ( !comm ) {
-      throw Kel::NullArgumentException(
-            "ExtCommIp6ClassificationListSnapshot::commIs: null community" );
-   }
-   comm_.insert_or_assign( comm->community(), comm );
-}
-
-ExtCommIp6::PtrConst ExtCommIp6ClassificationListSnapshot::commDel(
-      const ExtCommIp6Content& content ) {
-   auto it = comm_.find( content );
-   if ( it == comm_.end() ) {
-      return nullptr;
-   }
-   ExtCommIp6::PtrConst removed = std::move( it->second );
-   comm_.erase( it );
-   return removed;
 }
 
 } // namespace Routing::Bgp

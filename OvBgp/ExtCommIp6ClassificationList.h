@@ -17,6 +17,7 @@
 #include "Kel/String.h"
 #include "Kel/Types.h"
 #include "OvBgp/ExtCommIp6.h"
+#include "OvBgp/ListSnapshot.h"
 #include "OvBgp/OvBgpCommunityPacketTypes.h"
 
 namespace Routing::Bgp {
@@ -97,32 +98,14 @@ std::ostream& operator<<( std::ostream& os, const ExtCommIp6ClassificationList* 
 std::ostream& operator<<( std::ostream& os, const ExtCommIp6ClassificationList& list );
 
 // ExtCommIp6ClassificationListSnapshot: an editable copy of one
-// classification's members, keyed and ordered by content.
-class ExtCommIp6ClassificationListSnapshot : public Kel::PtrInterface {
+// classification's members, keyed and ordered by content (ListSnapshot.h).
+class ExtCommIp6ClassificationListSnapshot
+      : public ClassificationSnapshot<ExtCommIp6, ExtCommIp6Content> {
  public:
    using Ptr = Kel::Ptr<ExtCommIp6ClassificationListSnapshot>;
    using PtrConst = Kel::Ptr<const ExtCommIp6ClassificationListSnapshot>;
-   using CommMap = std::map<ExtCommIp6Content, ExtCommIp6::PtrConst>;
-   using KelComm = CommMap::value_type;
-
-   explicit ExtCommIp6ClassificationListSnapshot( ExtCommClassification classification ) noexcept
-         : classification_( classification ) {}
+   using ClassificationSnapshot::ClassificationSnapshot;
    static Ptr ExtCommIp6ClassificationListSnapshotIs( ExtCommClassification classification );
-
-   ExtCommClassification classification() const noexcept { return classification_; }
-   const CommMap& comm() const noexcept { return comm_; }
-
-   // commIs(): inserts or replaces the entry of the member's content; null
-   // throws Kel::NullArgumentException.
-   void commIs( const ExtCommIp6::PtrConst& comm );
-   // commDel(): removes the entry and returns its member, null when absent.
-   ExtCommIp6::PtrConst commDel( const ExtCommIp6Content& content );
-   CommMap::iterator commDel( CommMap::const_iterator entry ) { return comm_.erase( entry ); }
-   void commDelAll() noexcept { comm_.clear(); }
-
- private:
-   ExtCommClassification classification_;
-   CommMap comm_;
 };
 
 // extCommIp6ClassificationListSnapshotFactory(): the same as
@@ -136,8 +119,5 @@ void extCommIp6VectorSort( std::vector<ExtCommIp6::PtrConst>& comms );
 // extCommIp6VectorLookup(): binary search of a sorted member vector.
 ExtCommIp6::PtrConst extCommIp6VectorLookup( const std::vector<ExtCommIp6::PtrConst>& comms,
                                              const ExtCommIp6Content& community );
-// writeExtCommIp6Members(): "[ ", the members' debugging forms separated by
-// one space, " ]".
-void writeExtCommIp6Members( std::ostream& os, std::vector<ExtCommIp6::PtrConst> comms );
 
 } // namespace Routing::Bgp

@@ -59,9 +59,9 @@ ExtCommIp6::PtrConst ExtCommIp6::dedupContent( const ExtCommIp6DedupTable* table
    PtrConst candidate = table->parseExtCommRuleRawPtr()->parseExtendedCommunityIp6( content );
    // Another thread may have interned the same content since the lookup;
    // dedup() then hands back that one and the candidate dies with us.
-   Bex::DedupHandle::PtrConst interned = set->dedup( candidate );
-   KEL_ASSERT_MSG( interned, "dedupHandle" );
-   return Kel::ptrCast<const ExtCommIp6>( std::move( interned ) );
+   Bex::DedupHandle::PtrConst dedupHandle = set->dedup( candidate );
+   KEL_ASSERT_MSG( dedupHandle, "dedupHandle" );
+   return Kel::ptrCast<const ExtCommIp6>( std::move( dedupHandle ) );
 }
 
 } // namespace Routing::Bgp

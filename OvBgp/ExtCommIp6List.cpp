@@ -12,6 +12,7 @@
 #include "OvBgp/BgpPathAttributeEnums.h"
 #include "OvBgp/ExtCommIp6ListDedupTable.h"
 #include "OvBgp/ListWireOctets.h"
+#include "OvBgp/OvBgpCommunityListImpl.h"
 #include "OvBgp/OvBgpSerialize.h"
 #include "OvFmt/DynamicBuffer.h"
 
@@ -19,28 +20,8 @@ namespace Routing::Bgp {
 
 namespace {
 
-constexpr U32 kWireOctets = 20;
-// The attribute length field is 16 bits: this many members at most.
-constexpr U32 kMaxWireMembers = 0xFFFF / kWireOctets;
-
-// Store image of a list: its sorted flag and the offsets of its members'
-// own records, in list order.
 constexpr U32 kStowTag = 0x4549364C; // "EI6L"
 constexpr U16 kStowVersion = 1;
-struct StowedExtCommIp6List {
-   KelStow::Anchor anchor;
-   U32 sorted;
-   U32 count;
-   U64 members; // offset of `count` U64 offsets
-};
-static_assert( sizeof( StowedExtCommIp6List ) == 24, "the image is part of the store format" );
-
-bool nullOrInterned( const Bex::DedupHandle* p ) noexcept {
-   return p == nullptr || p->dedupState() != Bex::dedupHandleStateNeverDeduped();
-}
-bool nullOrNeverInterned( const Bex::DedupHandle* p ) noexcept {
-   return p == nullptr || p->dedupState() == Bex::dedupHandleStateNeverDeduped();
-}
 
 void writeWireForm( U8* out, const ExtCommIp6Content& content ) noexcept {
    out[ 0 ] = content.typeOctet;
@@ -48,12 +29,28 @@ void writeWireForm( U8* out, const ExtCommIp6Content& content ) noexcept {
    std::memcpy( out + 2, content.addr.data(), 16 );
    storeU16hton( out + 18, content.localAdmin );
 }
-void storeMemberWire( U8* out, const ExtCommIp6::PtrConst& comm ) noexcept {
-   writeWireForm( out, comm->content() );
-}
 ExtCommIp6Content loadWire( const U8* in ) noexcept {
    return ExtCommIp6Content( in[ 0 ], in[ 1 ], Onet::Ip6Addr( in + 2 ), loadU16ntoh( in + 18 ) );
 }
+
+// An IPv6-address-specific extended community as a list member: 20 wire
+// octets.
+struct ExtCommIp6ListWire {
+   using Table = ExtCommIp6ListDedupTable;
+   static constexpr size_t kOctets = 20;
+   static constexpr U32 kAttrType = extCommunityIp6;
+   static constexpr const char* kAttribute = "IPV6_EXTENDED_COMMUNITIES";
+   static constexpr const char* kList = "ExtCommIp6List";
+   static constexpr const char* kAssertSource = "OvBgp/ExtCommIp6List";
+   static void store( U8* out, const ExtCommIp6::PtrConst& comm ) noexcept {
+      writeWireForm( out, comm->content() );
+   }
+   static bool sameAsWire( const ExtCommIp6::PtrConst& comm, const U8* in ) noexcept {
+      U8 wire[ kOctets ];
+      store( wire, comm );
+      return std::memcmp( wire, in, kOctets ) == 0;
+   }
+};
 
 } // namespace
 
@@ -68,10 +65,7 @@ ExtCommIp6List::Ptr ExtCommIp6List::ExtCommIp6ListIs() {
 ExtCommIp6List::Ptr extCommIp6ListFactory() { return ExtCommIp6List::ExtCommIp6ListIs(); }
 
 void ExtCommIp6List::commIs( const ExtCommIp6::PtrConst& comm ) {
-   KEL_ASSERT_MSG( nullptr != comm, "__null != comm" );
-   KEL_ASSERT_MSG( nullOrInterned( comm.ptr() ),
-                   "__null == ( comm ) || ( comm )->dedupState() != "
-                   "Bex::dedupHandleStateNeverDeduped()" );
+   assertInternedMember( comm.ptr(), ExtCommIp6ListWire::kAssertSource );
    comm_.push_back( comm );
 }
 
@@ -132,8 +126,8 @@ ExtCommIp6List::PtrConst ExtCommIp6List::dedup( const ExtCommIp6ListDedupTable* 
    commVectorSorted_ = true;
    // A list interned already is found by its members before any part is
    // built.
-   if ( PtrConst found = lookupByMembers<ExtCommIp6List, kWireOctets>( *table->dedupTable(), comm_,
-                                                                       storeMemberWire ) ) {
+   if ( PtrConst found = lookupByMembers<ExtCommIp6List, ExtCommIp6ListWire::kOctets>(
+              *table->dedupTable(), comm_, ExtCommIp6ListWire::store ) ) {
       return found;
    }
    buildClassificationLists( true );
@@ -165,33 +159,15 @@ ExtCommIp6List::PtrConst ExtCommIp6List::dedupOctets( const ExtCommIp6ListDedupT
    if ( !table || !values ) {
       throw Kel::NullArgumentException( "ExtCommIp6List::dedupOctets: null table" );
    }
-   const SortedWireOctets<kWireOctets> wire( "IPV6_EXTENDED_COMMUNITIES", octets, length );
-   auto same = []( const ExtCommIp6List& list, const SortedWireOctets<kWireOctets>& received ) {
-      return sameValues( list.comm_, received, []( const auto& member, const U8* octets ) {
-         U8 wire[ kWireOctets ];
-         writeWireForm( wire, member->content() );
-         return std::memcmp( wire, octets, kWireOctets ) == 0;
-      } );
-   };
-   if ( PtrConst found = lookupWireOctets<ExtCommIp6List>( *table->dedupTable(), wire, same ) ) {
-      return found;
-   }
-   Ptr list = ExtCommIp6ListIs();
-   list->comm_.reserve( wire.count() );
-   for ( size_t i = 0; i < wire.count(); ++i ) {
-      list->commIs( ExtCommIp6::dedupContent( values, loadWire( wire.value( i ) ) ) );
-   }
-   return list->dedup( table );
+   return dedupWireOctets<ExtCommIp6List, ExtCommIp6ListWire>(
+         table, octets, length, [ values ]( const U8* in ) {
+            return ExtCommIp6::dedupContent( values, loadWire( in ) );
+         } );
 }
 
 U32 ExtCommIp6List::placementHash( const Kel::HashKey& key ) const {
    KEL_ASSERT_MSG( commVectorSorted_, "commVectorSorted()" );
-   return placementHashOf( key, SortedWireOctets<kWireOctets>( comm_, storeMemberWire ).octets() );
-}
-
-U32 ExtCommIp6List::placementHashOf( const Kel::HashKey& key,
-                                     std::span<const U8> sortedWireOctets ) noexcept {
-   return U32( Kel::sipHash13( key, sortedWireOctets.data(), sortedWireOctets.size() ) );
+   return membersPlacementHash<ExtCommIp6ListWire>( key, comm_ );
 }
 
 // ---- reading ----------------------------------------------------------------
@@ -254,22 +230,10 @@ Kel::String ExtCommIp6List::serialize( bool sendNonTransExtComms ) const {
    if ( count == 0 ) {
       return {};
    }
-   if ( count > kMaxWireMembers ) {
-      throw Kel::RangeException( "ExtCommIp6List::serialize: more than 3276 communities" );
-   }
-   return serializedPathAttribute(
-         extCommunityIp6, optionalTransitive, kWireOctets * count, [ & ]( U8* out ) {
-            U32 written = 0;
-            for ( const ExtCommIp6::PtrConst& comm : comm_ ) {
-               if ( written == count ) {
-                  break;
-               }
-               if ( sendNonTransExtComms || comm->transitive() ) {
-                  writeWireForm( out + kWireOctets * written++, comm->content() );
-               }
-            }
-            KEL_ASSERT_MSG( written == count, "written == count" );
-         } );
+   return serializedList<ExtCommIp6ListWire>( count, comm_,
+                                              [ & ]( const ExtCommIp6::PtrConst& comm ) {
+                                                 return sendNonTransExtComms || comm->transitive();
+                                              } );
 }
 
 Kel::String ExtCommIp6List::toStrep() const {
@@ -288,13 +252,10 @@ Kel::String ExtCommIp6List::commsStringForm() const {
 }
 
 std::ostream& operator<<( std::ostream& os, const ExtCommIp6List* list ) {
-   const std::ios_base::fmtflags flags = os.flags();
    if ( !list ) {
-      os << "NULL";
-   } else {
-      writeExtCommIp6Members( os, list->commVector() );
+      return os << "NULL";
    }
-   os.flags( flags );
+   writeMembers( os, list->commVector() );
    return os;
 }
 
@@ -310,71 +271,23 @@ ExtCommIp6ListSnapshot::Ptr extCommIp6ListSnapshotFactory() {
    return ExtCommIp6ListSnapshot::ExtCommIp6ListSnapshotIs();
 }
 
-void ExtCommIp6ListSnapshot::classificationListIs(
-      const ExtCommIp6ClassificationList::PtrConst& list ) {
-   if ( !list ) {
-      throw Kel::NullArgumentException( "ExtCommIp6ListSnapshot::classificationListIs: null list" );
-   }
-   classificationList_.insert_or_assign( list->classification(), list );
-}
-
-void ExtCommIp6ListSnapshot::commIs( const ExtCommIp6::PtrConst& comm ) {
-   if ( !comm ) {
-      throw Kel::NullArgumentException( "ExtCommIp6ListSnapshot::commIs: null community" );
-   }
-   comm_.insert_or_assign( comm->community(), comm );
-}
-
-ExtCommIp6::PtrConst ExtCommIp6ListSnapshot::commDel( const ExtCommIp6Content& content ) {
-   auto it = comm_.find( content );
-   if ( it == comm_.end() ) {
-      return nullptr;
-   }
-   ExtCommIp6::PtrConst removed = std::move( it->second );
-   comm_.erase( it );
-   return removed;
-}
-
 // ---- store ------------------------------------------------------------------
 
 U64 ExtCommIp6List::stow( KelStow::StoreManager* store ) const {
-   std::vector<U64> members;
-   members.reserve( comm_.size() );
-   for ( const ExtCommIp6::PtrConst& comm : comm_ ) {
-      members.push_back( comm->stow( store ) );
-   }
-   const U64 array = store->allocate( sizeof( U64 ) * std::max<size_t>( members.size(), 1 ), 8 );
-   if ( !members.empty() ) {
-      std::memcpy( store->translate( array, sizeof( U64 ) * members.size() ), members.data(),
-                   sizeof( U64 ) * members.size() );
-   }
-   const U64 offset = store->stowRecord( kStowTag, kStowVersion, sizeof( StowedExtCommIp6List ) );
-   auto* image = static_cast<StowedExtCommIp6List*>(
-         store->translate( offset, sizeof( StowedExtCommIp6List ) ) );
-   image->sorted = commVectorSorted_ ? 1 : 0;
-   image->count = U32( members.size() );
-   image->members = array;
-   return offset;
+   const U64 members = stowMembers( store, comm_ );
+   return stowList( store, kStowTag, kStowVersion, commVectorSorted_ ? 1 : 0, U32( comm_.size() ),
+                    members );
 }
 
 ExtCommIp6List::Ptr ExtCommIp6List::destow( const void* stored, KelStow::StoreManager* store ) {
-   const U64 offset = store->offsetOf( stored );
-   const auto* image = static_cast<const StowedExtCommIp6List*>(
-         store->checkedRecord( offset, kStowTag, kStowVersion, sizeof( StowedExtCommIp6List ) ) );
+   U64 offset;
+   const StowedList* image = destowList( store, stored, kStowTag, kStowVersion, &offset );
    Ptr list = extCommIp6ListFactory();
-   list->commVectorSorted_ = image->sorted != 0;
-   const U32 count = image->count;
-   if ( count != 0 ) {
-      // Translated (and so bounds-checked) before anything is reserved, so a
-      // damaged count cannot ask for more memory than the store holds.
-      const auto* members =
-            static_cast<const U64*>( store->translate( image->members, sizeof( U64 ) * count ) );
-      const Kel::Ptr<KelStow::StoreManager> storeRef( store );
-      list->comm_.reserve( count );
-      for ( U32 i = 0; i < count; ++i ) {
-         list->comm_.push_back( ExtCommIp6::destow( store->translate( members[ i ] ), storeRef ) );
-      }
-   }
+   list->commVectorSorted_ = image->flags != 0;
+   const Kel::Ptr<KelStow::StoreManager> storeRef( store );
+   destowMembers( store, offset, *image, &list->comm_, [ &storeRef ]( const void* member ) {
+      return ExtCommIp6::destow( member, storeRef );
+   } );
    if ( !list->commVectorSorted_ ) {
       return list; // still to be interned
    }

@@ -37,6 +37,8 @@ class ExtCommIp6List : public KelStow::DedupHandle {
  public:
    using Ptr = Kel::Ptr<ExtCommIp6List>;
    using PtrConst = Kel::Ptr<const ExtCommIp6List>;
+   using Table = ExtCommIp6ListDedupTable;
+   using Value = ExtCommIp6::PtrConst;
    // ClassificationLists: slot k holds the list of classification k, or null.
    using ClassificationLists = std::vector<ExtCommIp6ClassificationList::PtrConst>;
 
@@ -92,13 +94,9 @@ class ExtCommIp6List : public KelStow::DedupHandle {
 
    // The interning identity: the classification-list objects, slot by slot.
    U32 hash() const override;
-   // placementHash(): placementHashOf() over the members' contents.
+   // placementHash(): keyed SipHash-1-3 of the members' wire octets, so
+   // that a received attribute in order hashes where it lies.
    U32 placementHash( const Kel::HashKey& key ) const override;
-   // placementHashOf(): where a table keyed with key places the list of
-   // these values (sorted, unique, 20 wire octets each): keyed SipHash-1-3
-   // of the octets.
-   static U32 placementHashOf( const Kel::HashKey& key,
-                               std::span<const U8> sortedWireOctets ) noexcept;
    bool compare( const Bex::DedupHandle* other ) const override;
    bool compareByContent( const Bex::DedupContentHandle& ) const override { return false; }
 
@@ -108,7 +106,8 @@ class ExtCommIp6List : public KelStow::DedupHandle {
 
    // serialize(): the IPv6 extended communities attribute (type 25,
    // optional transitive, 20 octets a member) with every member or only the
-   // transitive ones; "" when that leaves none.
+   // transitive ones; "" when that leaves none. More members than one
+   // attribute holds (3,276) throw Kel::RangeException.
    Kel::String serialize( bool sendNonTransExtComms ) const;
 
    // toStrep(): "[ <member> <member> ]" in the members' debugging form.
@@ -144,43 +143,14 @@ std::ostream& operator<<( std::ostream& os, const ExtCommIp6List* list );
 std::ostream& operator<<( std::ostream& os, const ExtCommIp6List& list );
 
 // ExtCommIp6ListSnapshot: an editable copy of a list: its classification
-// lists by classification and its members by content.
-class ExtCommIp6ListSnapshot : public Kel::PtrInterface {
+// lists by classification and its members by content (ListSnapshot.h).
+class ExtCommIp6ListSnapshot
+      : public ListSnapshot<ExtCommIp6, ExtCommIp6Content, ExtCommIp6ClassificationList> {
  public:
    using Ptr = Kel::Ptr<ExtCommIp6ListSnapshot>;
    using PtrConst = Kel::Ptr<const ExtCommIp6ListSnapshot>;
-   using ClassificationListMap =
-         std::map<ExtCommClassification, ExtCommIp6ClassificationList::PtrConst>;
-   using CommMap = std::map<ExtCommIp6Content, ExtCommIp6::PtrConst>;
-   using KelClassificationList = ClassificationListMap::value_type;
-   using KelComm = CommMap::value_type;
-
    // ExtCommIp6ListSnapshotIs(): a new empty snapshot.
    static Ptr ExtCommIp6ListSnapshotIs();
-
-   const ClassificationListMap& classificationList() const noexcept { return classificationList_; }
-   const CommMap& comm() const noexcept { return comm_; }
-
-   // classificationListIs() / commIs(): insert or replace by key; null
-   // throws Kel::NullArgumentException.
-   void classificationListIs( const ExtCommIp6ClassificationList::PtrConst& list );
-   void classificationListDel( ExtCommClassification classification ) {
-      classificationList_.erase( classification );
-   }
-   ClassificationListMap::iterator classificationListDel(
-         ClassificationListMap::const_iterator entry ) {
-      return classificationList_.erase( entry );
-   }
-   void classificationListDelAll() noexcept { classificationList_.clear(); }
-   void commIs( const ExtCommIp6::PtrConst& comm );
-   // commDel(): removes the entry and returns its member, null when absent.
-   ExtCommIp6::PtrConst commDel( const ExtCommIp6Content& content );
-   CommMap::iterator commDel( CommMap::const_iterator entry ) { return comm_.erase( entry ); }
-   void commDelAll() noexcept { comm_.clear(); }
-
- private:
-   ClassificationListMap classificationList_;
-   CommMap comm_;
 };
 
 // extCommIp6ListSnapshotFactory(): the same as ExtCommIp6ListSnapshotIs().

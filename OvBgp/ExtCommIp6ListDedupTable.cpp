@@ -1,7 +1,7 @@
 #include "OvBgp/ExtCommIp6ListDedupTable.h"
 
-#include "Bex/DumpContext.h"
 #include "Kel/Exception.h"
+#include "OvBgp/OvBgpCommunityListImpl.h"
 #include "Routing/Bgp/OvBgpGlobals.h"
 
 namespace Routing::Bgp {
@@ -33,25 +33,12 @@ void ExtCommIp6ListDedupTable::dumpState( const Kel::Ptr<const Bex::DumpContext>
 }
 
 void ExtCommIp6ListDedupTable::dumpState( const Bex::DumpContext& ctx, U32 indent ) const {
-   if ( indent ) {
-      ctx.printf( "%*cExtCommListDedupTable\n", int( indent ), ' ' );
-   } else {
-      ctx.printf( "ExtCommListDedupTable\n" );
-   }
+   dumpLine( ctx, indent, "ExtCommListDedupTable\n" );
    // The labels sit two deeper and the sets four; an indent that wraps to
    // 0 for the labels prints them bare.
-   const U32 label = indent + 2;
-   if ( label ) {
-      ctx.printf( "%*cextComm\n", int( label ), ' ' );
-   } else {
-      ctx.printf( "extComm\n" );
-   }
+   dumpLine( ctx, indent + 2, "extComm\n" );
    dedupTable()->dumpState( ctx, indent + 4 );
-   if ( label ) {
-      ctx.printf( "%*cextCommClassification\n", int( label ), ' ' );
-   } else {
-      ctx.printf( "extCommClassification\n" );
-   }
+   dumpLine( ctx, indent + 2, "extCommClassification\n" );
    extCommIp6ClassificationListDedupTable_->dumpState( ctx, indent + 4 );
 }
 

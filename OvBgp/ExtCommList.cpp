@@ -34,28 +34,25 @@ constexpr std::string_view kSerializationFlags[] = { "all", "transitive", "linkB
 
 constexpr U32 kStowTag = 0x45434C31; // "ECL1"
 constexpr U16 kStowVersion = 1;
-struct StowedExtCommList {
-   KelStow::Anchor anchor;
-   U32 sorted;
-   U32 count;
-   U64 members; // offset of `count` offsets, one per stowed community
-};
 
 const char* const kNeverDeduped =
       "__null == ( this ) || ( this )->dedupState() != Bex::dedupHandleStateNeverDeduped()";
 
-// The interning-state tests of the assertions, on any handle pointer.
-bool nullOrInterned( const Bex::DedupHandle* p ) noexcept {
-   return p == nullptr || p->dedupState() != Bex::dedupHandleStateNeverDeduped();
-}
-bool nullOrNeverInterned( const Bex::DedupHandle* p ) noexcept {
-   return p == nullptr || p->dedupState() == Bex::dedupHandleStateNeverDeduped();
-}
-
-// A member's 8 wire octets.
-void storeMemberWire( U8* out, const ExtComm::PtrConst& comm ) noexcept {
-   storeU64hton( out, comm->community() );
-}
+// An extended community as a list member: 8 wire octets.
+struct ExtCommListWire {
+   using Table = ExtCommListDedupTable;
+   static constexpr size_t kOctets = 8;
+   static constexpr U32 kAttrType = extCommunity;
+   static constexpr const char* kAttribute = "EXTENDED_COMMUNITIES";
+   static constexpr const char* kList = "ExtCommList";
+   static constexpr const char* kAssertSource = commListAssertSource;
+   static void store( U8* out, const ExtComm::PtrConst& comm ) noexcept {
+      storeU64hton( out, comm->community() );
+   }
+   static bool sameAsWire( const ExtComm::PtrConst& comm, const U8* in ) noexcept {
+      return comm->community() == loadU64ntoh( in );
+   }
+};
 
 enum class MatchMode { plain = 0, classification = 1, ui = 2 };
 
@@ -119,10 +116,7 @@ ExtCommList::Ptr extCommListFactory() { return ExtCommList::ExtCommListIs(); }
 void ExtCommList::commIs( const ExtComm::PtrConst& comm ) { commIs( ExtComm::PtrConst( comm ) ); }
 
 void ExtCommList::commIs( ExtComm::PtrConst&& comm ) {
-   OVBGP_LIST_ASSERT( nullptr != comm, "__null != comm" );
-   OVBGP_LIST_ASSERT( nullOrInterned( comm.ptr() ),
-                      "__null == ( comm ) || ( comm )->dedupState() != "
-                      "Bex::dedupHandleStateNeverDeduped()" );
+   assertInternedMember( comm.ptr(), commListAssertSource );
    comm_.push_back( std::move( comm ) );
 }
 
@@ -227,8 +221,8 @@ ExtCommList::PtrConst ExtCommList::dedup( const ExtCommListDedupTable* table ) {
    // Most lists a path brings are interned already: find the one by its
    // members before building and interning any part.
    extCommVectorSort( comm_ );
-   if ( PtrConst found =
-              lookupByMembers<ExtCommList, 8>( *table->dedupTable(), comm_, storeMemberWire ) ) {
+   if ( PtrConst found = lookupByMembers<ExtCommList, 8>( *table->dedupTable(), comm_,
+                                                          ExtCommListWire::store ) ) {
       return found;
    }
    createClassificationListVector( true );
@@ -283,32 +277,15 @@ ExtCommList::PtrConst ExtCommList::dedupOctets( const ExtCommListDedupTable* tab
    if ( !table || !values ) {
       throw Kel::NullArgumentException( "ExtCommList::dedupOctets: null table" );
    }
-   const SortedWireOctets<8> wire( "EXTENDED_COMMUNITIES", octets, length );
-   auto same = []( const ExtCommList& list, const SortedWireOctets<8>& received ) {
-      return sameValues( list.comm_, received, []( const auto& member, const U8* octets ) {
-         return member->community() == loadU64ntoh( octets );
-      } );
-   };
-   if ( PtrConst found = lookupWireOctets<ExtCommList>( *table->dedupTable(), wire, same ) ) {
-      return found;
-   }
-   Ptr list = ExtCommListIs();
-   list->comm_.reserve( wire.count() );
-   for ( size_t i = 0; i < wire.count(); ++i ) {
-      list->commIs(
-            ExtComm::dedupContent( values, ExtCommContent( loadU64ntoh( wire.value( i ) ) ) ) );
-   }
-   return list->dedup( table );
+   return dedupWireOctets<ExtCommList, ExtCommListWire>(
+         table, octets, length, [ values ]( const U8* in ) {
+            return ExtComm::dedupContent( values, ExtCommContent( loadU64ntoh( in ) ) );
+         } );
 }
 
 U32 ExtCommList::placementHash( const Kel::HashKey& key ) const {
    OVBGP_LIST_ASSERT( commVectorSorted(), "commVectorSorted()" );
-   return placementHashOf( key, SortedWireOctets<8>( comm_, storeMemberWire ).octets() );
-}
-
-U32 ExtCommList::placementHashOf( const Kel::HashKey& key,
-                                  std::span<const U8> sortedWireOctets ) noexcept {
-   return U32( Kel::sipHash13( key, sortedWireOctets.data(), sortedWireOctets.size() ) );
+   return membersPlacementHash<ExtCommListWire>( key, comm_ );
 }
 
 U32 ExtCommList::hash() const {
@@ -358,30 +335,23 @@ Kel::String ExtCommList::serialize( Serialization s ) const {
    if ( count == 0 ) {
       return {};
    }
-   return serializedPathAttribute( extCommunity, optionalTransitive, 8 * count, [ & ]( U8* out ) {
-      // The attribute counts one link bandwidth and one validation state at
-      // most, so the first of each kind is the one sent.
-      U32 written = 0;
-      bool linkBandwidthSent = false, validationSent = false;
-      for ( const ExtComm::PtrConst& comm : comm_ ) {
-         if ( written == count ) {
-            break;
-         }
-         bool send = s.has( Serialization::all ) ||
-                     ( s.has( Serialization::transitive ) && comm->transitive() );
-         if ( !send && s.has( Serialization::linkBandwidth ) && !linkBandwidthSent &&
-              comm->classification() == extCommClassificationLinkBandwidth ) {
-            send = linkBandwidthSent = true;
-         }
-         if ( !send && s.has( Serialization::originAsValidity ) && !validationSent &&
-              comm->classification() == extCommClassificationOriginValidationState ) {
-            send = validationSent = true;
-         }
-         if ( send ) {
-            storeU64hton( out + 8 * written++, comm->community() );
-         }
+   // The attribute counts one link bandwidth and one validation state at
+   // most, so the first of each kind is the one sent.
+   bool linkBandwidthSent = false, validationSent = false;
+   return serializedList<ExtCommListWire>( count, comm_, [ & ]( const ExtComm::PtrConst& comm ) {
+      if ( s.has( Serialization::all ) ||
+           ( s.has( Serialization::transitive ) && comm->transitive() ) ) {
+         return true;
       }
-      OVBGP_LIST_ASSERT( written == count, "written == serializableCommunities( s )" );
+      if ( s.has( Serialization::linkBandwidth ) && !linkBandwidthSent &&
+           comm->classification() == extCommClassificationLinkBandwidth ) {
+         return linkBandwidthSent = true;
+      }
+      if ( s.has( Serialization::originAsValidity ) && !validationSent &&
+           comm->classification() == extCommClassificationOriginValidationState ) {
+         return validationSent = true;
+      }
+      return false;
    } );
 }
 
@@ -402,22 +372,10 @@ Kel::String ExtCommList::toStrep() const {
 }
 
 std::ostream& operator<<( std::ostream& os, const ExtCommList* list ) {
-   const std::ios_base::fmtflags flags = os.flags();
    if ( !list ) {
-      os << "NULL";
-   } else {
-      os << "[ ";
-      bool first = true;
-      for ( const auto& comm : list->commVector() ) {
-         if ( !first ) {
-            os << ' ';
-         }
-         first = false;
-         os << comm.ptr();
-      }
-      os << " ]";
+      return os << "NULL";
    }
-   os.flags( flags );
+   writeMembers( os, list->commVector() );
    return os;
 }
 
@@ -448,63 +406,21 @@ ExtCommListSnapshot::Ptr ExtCommListSnapshot::ExtCommListSnapshotIs() {
    return Kel::makeActivePtr<ExtCommListSnapshot>();
 }
 
-void ExtCommListSnapshot::classificationListIs( const ExtCommClassificationList::PtrConst& list ) {
-   if ( !list ) {
-      throw Kel::NullArgumentException( "ExtCommListSnapshot::classificationListIs: null list" );
-   }
-   classificationList_[ list->classification() ] = list;
-}
-
-void ExtCommListSnapshot::commIs( const ExtComm::PtrConst& comm ) {
-   if ( !comm ) {
-      throw Kel::NullArgumentException( "ExtCommListSnapshot::commIs: null community" );
-   }
-   comm_[ comm->community() ] = comm;
-}
-
-ExtComm::PtrConst ExtCommListSnapshot::commDel( U64 community ) {
-   auto it = comm_.find( community );
-   if ( it == comm_.end() ) {
-      return nullptr;
-   }
-   ExtComm::PtrConst removed = std::move( it->second );
-   comm_.erase( it );
-   return removed;
-}
-
 // ---- store ------------------------------------------------------------------------
 
 U64 ExtCommList::stow( KelStow::StoreManager* store ) const {
-   std::vector<U64> members;
-   members.reserve( comm_.size() );
-   for ( const auto& comm : comm_ ) {
-      members.push_back( comm->stow( store ) );
-   }
-   const U64 array = store->allocate( sizeof( U64 ) * std::max<size_t>( members.size(), 1 ), 8 );
-   std::copy( members.begin(), members.end(),
-              static_cast<U64*>( store->translate( array, sizeof( U64 ) * members.size() ) ) );
-   const U64 offset = store->stowRecord( kStowTag, kStowVersion, sizeof( StowedExtCommList ) );
-   auto* image =
-         static_cast<StowedExtCommList*>( store->translate( offset, sizeof( StowedExtCommList ) ) );
-   image->sorted = commVectorSorted();
-   image->count = U32( members.size() );
-   image->members = array;
-   return offset;
+   const U64 members = stowMembers( store, comm_ );
+   return stowList( store, kStowTag, kStowVersion, commVectorSorted(), U32( comm_.size() ),
+                    members );
 }
 
 ExtCommList::Ptr ExtCommList::destow( const void* stored, KelStow::StoreManager* store ) {
-   const auto* image = static_cast<const StowedExtCommList*>( store->checkedRecord(
-         store->offsetOf( stored ), kStowTag, kStowVersion, sizeof( StowedExtCommList ) ) );
+   U64 at;
+   const StowedList* image = destowList( store, stored, kStowTag, kStowVersion, &at );
    Ptr list = extCommListFactory();
-   list->commVectorSortedIs( image->sorted != 0 );
-   const U32 count = image->count;
-   const U64 array = image->members;
-   list->comm_.reserve( count );
-   for ( U32 i = 0; i < count; ++i ) {
-      const U64 member =
-            static_cast<const U64*>( store->translate( array, sizeof( U64 ) * count ) )[ i ];
-      list->comm_.push_back( ExtComm::destow( store->translate( member ), store ) );
-   }
+   list->commVectorSortedIs( image->flags != 0 );
+   destowMembers( store, at, *image, &list->comm_,
+                  [ store ]( const void* member ) { return ExtComm::destow( member, store ); } );
    list->createClassificationListVector( false );
    list->dedupStateIs( Bex::dedupHandleStateStowed() );
    return list;

@@ -37,6 +37,8 @@ class ExtCommList : public KelStow::DedupHandle {
  public:
    using Ptr = Kel::Ptr<ExtCommList>;
    using PtrConst = Kel::Ptr<const ExtCommList>;
+   using Table = ExtCommListDedupTable;
+   using Value = ExtComm::PtrConst;
 
    // CommVectorAttrs: the summary flags of a list.
    class CommVectorAttrs {
@@ -150,13 +152,9 @@ class ExtCommList : public KelStow::DedupHandle {
    PtrConst prune( const ExtCommListDedupTable* table ) const;
 
    U32 hash() const override;
-   // placementHash(): placementHashOf() over the members' contents.
+   // placementHash(): keyed SipHash-1-3 of the members' wire octets, so
+   // that a received attribute in order hashes where it lies.
    U32 placementHash( const Kel::HashKey& key ) const override;
-   // placementHashOf(): where a table keyed with key places the list of
-   // these values (sorted, unique, 8 wire octets each): keyed SipHash-1-3
-   // of the octets.
-   static U32 placementHashOf( const Kel::HashKey& key,
-                               std::span<const U8> sortedWireOctets ) noexcept;
    bool compare( const Bex::DedupHandle* other ) const override;
    bool compareByContent( const Bex::DedupContentHandle& ) const override { return false; }
 
@@ -166,7 +164,8 @@ class ExtCommList : public KelStow::DedupHandle {
    static bool serializable( const ExtComm::PtrConst& comm, Serialization s );
    U32 serializableCommunities( Serialization s ) const;
    // serialize(): the EXTENDED_COMMUNITIES attribute, or "" with no member
-   // to send.
+   // to send; more members than one attribute holds (8,191) throw
+   // Kel::RangeException.
    Kel::String serialize( Serialization s ) const;
 
    bool matchCommunitiesRegex( const Routing::RouteMap::PosixRegex* regex ) const;
@@ -200,40 +199,12 @@ Kel::String valueToStrep( const ExtCommList::CommVectorAttrs& attrs );
 Kel::String valueToStrep( const ExtCommList::Serialization& serialization );
 
 // ExtCommListSnapshot: an editable copy of a list: its classification lists
-// by kind and its members by content.
-class ExtCommListSnapshot : public Kel::PtrInterface {
+// by kind and its members by content (ListSnapshot.h).
+class ExtCommListSnapshot : public ListSnapshot<ExtComm, U64, ExtCommClassificationList> {
  public:
    using Ptr = Kel::Ptr<ExtCommListSnapshot>;
    using PtrConst = Kel::Ptr<const ExtCommListSnapshot>;
-   using ClassificationListMap =
-         std::map<ExtCommClassification, ExtCommClassificationList::PtrConst>;
-   using CommMap = std::map<U64, ExtComm::PtrConst>;
-   using KelClassificationList = ClassificationListMap::value_type;
-   using KelComm = CommMap::value_type;
-
    static Ptr ExtCommListSnapshotIs();
-
-   const ClassificationListMap& classificationList() const noexcept { return classificationList_; }
-   const CommMap& comm() const noexcept { return comm_; }
-
-   // classificationListIs() / commIs(): insert or replace; null throws.
-   void classificationListIs( const ExtCommClassificationList::PtrConst& list );
-   void classificationListDel( ExtCommClassification classification ) {
-      classificationList_.erase( classification );
-   }
-   ClassificationListMap::iterator classificationListDel(
-         ClassificationListMap::const_iterator it ) {
-      return classificationList_.erase( it );
-   }
-   void classificationListDelAll() noexcept { classificationList_.clear(); }
-   void commIs( const ExtComm::PtrConst& comm );
-   ExtComm::PtrConst commDel( U64 community );
-   CommMap::iterator commDel( CommMap::const_iterator entry ) { return comm_.erase( entry ); }
-   void commDelAll() noexcept { comm_.clear(); }
-
- private:
-   ClassificationListMap classificationList_;
-   CommMap comm_;
 };
 
 } // namespace Routing::Bgp

@@ -1,6 +1,6 @@
 #include "OvBgp/ExtCommListDedupTable.h"
 
-#include "Bex/DumpContext.h"
+#include "OvBgp/OvBgpCommunityListImpl.h"
 
 namespace Routing::Bgp {
 
@@ -47,11 +47,7 @@ RtExtCommListLifeTimeNotifiee::Ptr ExtCommListDedupTable::rtExtCommListLifeTimeN
 }
 
 void ExtCommListDedupTable::dumpState( const Bex::DumpContext& ctx, U32 indent ) const {
-   if ( indent ) {
-      ctx.printf( "%*cExtCommListDedupTable\n", int( indent ), ' ' );
-   } else {
-      ctx.printf( "ExtCommListDedupTable\n" );
-   }
+   dumpLine( ctx, indent, "ExtCommListDedupTable\n" );
    const int label = int( indent + 2 );
    ctx.printf( "%*cextComm\n", label, ' ' );
    dedupTable()->dumpState( ctx, indent + 4 );

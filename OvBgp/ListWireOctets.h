@@ -1,11 +1,12 @@
-// OvBgp/ListWireOctets.h: a community list in the form it is placed by in
-// its table: its values' wire octets, ascending (octet by octet, which is
-// also every kind's value order), each value once. A received attribute
-// that is already so is used where it lies; any other is copied and put in
-// that form. Private to the list sources.
+// OvBgp/ListWireOctets.h: the wire side of the four list kinds, written once
+// over each kind's Wire struct (value octets, attribute, how a member is
+// written and compared): a list in the form it is placed by in its table
+// (its values' wire octets, ascending, which is also every kind's value
+// order, each value once), the lookup and interning of a received
+// attribute, and the attribute a list writes. Private to the list sources.
 //
 //   SortedWireOctets<4> values( "COMMUNITIES", octets, length );  // throws on a bad length
-//   U32 placement = CommList::placementHashOf( key, values.octets() );
+//   U32 placement = listPlacementHash( key, values.octets() );
 #pragma once
 
 #include <algorithm>
@@ -19,7 +20,11 @@
 
 #include "Bex/DedupHashTable.h"
 #include "Kel/Exception.h"
+#include "Kel/Hash.h"
 #include "Kel/Types.h"
+#include "OvBgp/BgpPathAttributeEnums.h"
+#include "OvBgp/OvBgpCommunityListImpl.h"
+#include "OvBgp/OvBgpSerialize.h"
 
 namespace Routing::Bgp {
 
@@ -129,15 +134,28 @@ bool sameValues( const Values& values, const SortedWireOctets<kValueOctets>& wir
    return true;
 }
 
+// listPlacementHash(): where a table keyed with key places the list whose
+// sorted values have these wire octets: keyed SipHash-1-3 of the octets.
+inline U32 listPlacementHash( const Kel::HashKey& key, std::span<const U8> octets ) noexcept {
+   return U32( Kel::sipHash13( key, octets.data(), octets.size() ) );
+}
+
+// membersPlacementHash(): the same for the members of a sorted list.
+template<class Wire, class Members>
+U32 membersPlacementHash( const Kel::HashKey& key, const Members& members ) {
+   return listPlacementHash( key,
+                             SortedWireOctets<Wire::kOctets>( members, Wire::store ).octets() );
+}
+
 // lookupWireOctets(): the member of set whose values are values (placed
-// by List::placementHashOf()); same( list, values ) is the kind's
-// comparison. Null when there is none.
+// by listPlacementHash()); same( list, values ) is the kind's comparison.
+// Null when there is none.
 template<class List, size_t kValueOctets, class Same>
 typename List::PtrConst lookupWireOctets( const Bex::DedupHashTable& set,
                                           const SortedWireOctets<kValueOctets>& values,
                                           Same&& same ) {
    Bex::DedupHandle::PtrConst found =
-         set.lookupIf( List::placementHashOf( set.hashKey(), values.octets() ),
+         set.lookupIf( listPlacementHash( set.hashKey(), values.octets() ),
                        [ & ]( const Bex::DedupHandle* member ) {
                           return same( *static_cast<const List*>( member ), values );
                        } );
@@ -155,6 +173,60 @@ typename List::PtrConst lookupByMembers( const Bex::DedupHashTable& set,
    return lookupWireOctets<List>( set, wire, [ & ]( const List& list, const auto& ) {
       return list.commVector() == members;
    } );
+}
+
+// dedupWireOctets(): the list List::dedup() gives for the value of a
+// received attribute (any order, repeats allowed): found by its wire octets
+// when interned already, without building or allocating anything; else
+// built of member( octets ) for each value and interned.
+template<class List, class Wire, class Member>
+typename List::PtrConst dedupWireOctets( const typename Wire::Table* table, const U8* octets,
+                                         size_t length, Member&& member ) {
+   if ( !table ) {
+      throw Kel::NullArgumentException( std::string( Wire::kList ) + "::dedupOctets: null table" );
+   }
+   using Wires = SortedWireOctets<Wire::kOctets>;
+   const Wires wire( Wire::kAttribute, octets, length );
+   auto same = []( const List& list, const Wires& values ) {
+      return sameValues( list.commVector(), values, Wire::sameAsWire );
+   };
+   if ( auto found = lookupWireOctets<List>( *table->dedupTable(), wire, same ) ) {
+      return found;
+   }
+   auto list = Kel::makeActivePtr<List>();
+   list->expectedCommunityCountIs( U32( wire.count() ) );
+   for ( size_t i = 0; i < wire.count(); ++i ) {
+      list->commIs( member( wire.value( i ) ) );
+   }
+   return list->dedup( table );
+}
+
+// serializedList(): the attribute holding the count members (in list
+// order) for which send( member ) is true. A count beyond what one
+// attribute's 16-bit length holds throws Kel::RangeException, as does
+// nothing else here.
+template<class Wire, class Members, class Send>
+std::string serializedList( U32 count, const Members& members, Send&& send ) {
+   constexpr U32 kMost = 0xFFFF / Wire::kOctets;
+   if ( count > kMost ) {
+      throw Kel::RangeException( std::string( Wire::kList ) +
+                                 "::serialize: " + std::to_string( count ) +
+                                 " communities do not fit in one " + Wire::kAttribute +
+                                 " attribute (at most " + std::to_string( kMost ) + ")" );
+   }
+   return serializedPathAttribute(
+         Wire::kAttrType, optionalTransitive, count * Wire::kOctets, [ & ]( U8* out ) {
+            U32 written = 0;
+            for ( const auto& member : members ) {
+               if ( written == count ) {
+                  break;
+               }
+               if ( send( member ) ) {
+                  Wire::store( out + Wire::kOctets * written++, member );
+               }
+            }
+            KEL_ASSERT_SOURCE_MSG( written == count, "written == count", Wire::kAssertSource );
+         } );
 }
 
 } // namespace Routing::Bgp

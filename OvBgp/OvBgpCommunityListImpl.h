@@ -16,6 +16,8 @@
 #include <type_traits>
 #include <vector>
 
+#include "Bex/DedupHandle.h"
+#include "Bex/DumpContext.h"
 #include "Kel/Assert.h"
 #include "Kel/Trace.h"
 #include "Kel/Types.h"
@@ -131,6 +133,107 @@ void destowArray( const KelStow::StoreManager* store, U64 recordOffset, U64 offs
    // count must not turn into a huge allocation.
    values->resize( count );
    std::memcpy( values->data(), stored, bytes );
+}
+
+// dumpLine(): text after indent blanks ("%*c"), or bare at indent 0, as
+// the list tables print their headings.
+inline void dumpLine( const Bex::DumpContext& ctx, U32 indent, const char* text ) {
+   if ( indent ) {
+      ctx.printf( "%*c%s", int( indent ), ' ', text );
+   } else {
+      ctx.printf( "%s", text );
+   }
+}
+
+// StowedList: every list kind's store image: a flag word (bit 0: sorted),
+// the count and the offset of its array (values, or the offsets of the
+// members' own records).
+struct StowedList {
+   KelStow::Anchor anchor;
+   U32 flags;
+   U32 count;
+   U64 array;
+};
+static_assert( sizeof( StowedList ) == 24, "the image is part of the store format" );
+
+// stowList(): the record of a list whose array is stowed already (each
+// allocation may move the arena, so the record comes last).
+inline U64 stowList( KelStow::StoreManager* store, U32 tag, U16 version, U32 flags, U32 count,
+                     U64 array ) {
+   const U64 offset = store->stowRecord( tag, version, sizeof( StowedList ) );
+   auto* image = static_cast<StowedList*>( store->translate( offset, sizeof( StowedList ) ) );
+   image->flags = flags;
+   image->count = count;
+   image->array = array;
+   return offset;
+}
+
+// destowList(): the checked record at stored; *at is its offset.
+inline const StowedList* destowList( KelStow::StoreManager* store, const void* stored, U32 tag,
+                                     U16 version, U64* at ) {
+   *at = store->offsetOf( stored );
+   return static_cast<const StowedList*>(
+         store->checkedRecord( *at, tag, version, sizeof( StowedList ) ) );
+}
+
+// stowMembers(): each interned member's own record, then the array of
+// their offsets; returns the array's offset (0 with no member).
+template<class Member>
+U64 stowMembers( KelStow::StoreManager* store, const std::vector<Member>& members ) {
+   std::vector<U64> offsets;
+   offsets.reserve( members.size() );
+   for ( const Member& member : members ) {
+      offsets.push_back( member->stow( store ) );
+   }
+   return stowArray( store, std::span<const U64>( offsets ) );
+}
+
+// destowMembers(): the members whose record offsets image holds, each
+// rebuilt by rebuild( record ), appended in stored order.
+template<class Member, class Rebuild>
+void destowMembers( KelStow::StoreManager* store, U64 at, const StowedList& image,
+                    std::vector<Member>* members, Rebuild&& rebuild ) {
+   std::vector<U64> offsets;
+   destowArray( store, at, image.array, image.count, &offsets );
+   members->reserve( members->size() + offsets.size() );
+   for ( U64 offset : offsets ) {
+      members->push_back( rebuild( store->translate( offset ) ) );
+   }
+}
+
+// nullOrInterned() / nullOrNeverInterned(): the interning-state tests of
+// the lists' assertions, on any handle pointer.
+inline bool nullOrInterned( const Bex::DedupHandle* p ) noexcept {
+   return p == nullptr || p->dedupState() != Bex::dedupHandleStateNeverDeduped();
+}
+inline bool nullOrNeverInterned( const Bex::DedupHandle* p ) noexcept {
+   return p == nullptr || p->dedupState() == Bex::dedupHandleStateNeverDeduped();
+}
+
+// assertInternedMember(): what every list asserts of a member it is given,
+// reported under source.
+inline void assertInternedMember( const Bex::DedupHandle* comm, const char* source ) {
+   KEL_ASSERT_SOURCE_MSG( nullptr != comm, "__null != comm", source );
+   KEL_ASSERT_SOURCE_MSG( nullOrInterned( comm ),
+                          "__null == ( comm ) || ( comm )->dedupState() != "
+                          "Bex::dedupHandleStateNeverDeduped()",
+                          source );
+}
+
+// writeMembers(): "[ ", each member's own text one space apart (NULL for a
+// null one), " ]"; the stream's flags are left as they were.
+template<class Member>
+void writeMembers( std::ostream& os, const std::vector<Member>& members ) {
+   const std::ios_base::fmtflags flags = os.flags();
+   os << "[ ";
+   for ( size_t i = 0; i < members.size(); ++i ) {
+      if ( i ) {
+         os << ' ';
+      }
+      os << members[ i ].ptr();
+   }
+   os << " ]";
+   os.flags( flags );
 }
 
 } // namespace Routing::Bgp

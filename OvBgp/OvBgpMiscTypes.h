@@ -42,9 +42,10 @@ class BgpMaybeU63 {
    // value(), operator U64(): the number; an unspecified value is a broken
    // invariant, so callers test isUnspecified() first.
    U64 value() const noexcept {
-      KEL_ASSERT_MSG( !isUnspecified(),
-                      "!isUnspecified() && \"Caller must check "
-                      "isUnspecified() before getting value()\"" );
+      KEL_ASSERT_MSG(
+            !isUnspecified() && "Caller must check isUnspecified() before getting value()",
+            "!isUnspecified() && \"Caller must check "
+            "isUnspecified() before getting value()\"" );
       return U64( word_ );
    }
    operator U64() const noexcept { return value(); }

@@ -64,9 +64,10 @@ void SerializePathAttribute::reInitHdr( U32 attrType, U8 flags, U32 attrSize ) {
 }
 
 std::string SerializePathAttribute::serializedString() const {
-   KEL_ASSERT_MSG( length() == size_t( attrSize_ ) + headerSize_,
+   std::string serialized = Serialize::serializedString( 0 );
+   KEL_ASSERT_MSG( serialized.size() == attrSize_ + headerSize_,
                    "serialized.size() == attrSize_ + headerSize_" );
-   return Serialize::serializedString( 0 );
+   return serialized;
 }
 
 // The reserved area is a placeholder four-octet header of type 0.
@@ -75,7 +76,7 @@ SerializePathAttributeAutoExtLen::SerializePathAttributeAutoExtLen()
 
 std::string SerializePathAttributeAutoExtLen::patchHdrAndStringify( U32 attrType, U8 flags ) {
    size_t end = length();
-   KEL_ASSERT_MSG( end >= 4, "length() >= 4" );
+   KEL_ASSERT_MSG( length() >= 4, "length() >= 4" );
    U32 len = clampedSize( end - 4 );
    // A three-octet header sits in octets 1-3; a four-octet one (long value,
    // or the caller's extended-length flag) fills octets 0-3.

@@ -32,17 +32,17 @@ RouteTargetPrefix::RouteTargetPrefix( RouteTarget prefix, size_t length ) : pref
    length_ = U8( length );
 }
 
-void RouteTargetPrefix::bitlenIs( size_t n ) {
-   KEL_ASSERT_MSG( 0 == ( n >> 8 ), "0 == ( bitlen >> 8 )" );
+void RouteTargetPrefix::bitlenIs( size_t bitlen ) {
+   KEL_ASSERT_MSG( 0 == ( bitlen >> 8 ), "0 == ( bitlen >> 8 )" );
    // Stored before the check on purpose: callers rely on seeing the length
    // they asked for even when it is refused.
-   if ( n != length_ ) {
-      length_ = U8( n );
+   if ( bitlen != length_ ) {
+      length_ = U8( bitlen );
    }
-   if ( n > maxLength ) {
+   if ( bitlen > maxLength ) {
       throw Kel::RangeException( lengthRangeMessage );
    }
-   prefix_ = RouteTarget( prefixBits() & leadingMask( n ) );
+   prefix_ = RouteTarget( prefixBits() & leadingMask( bitlen ) );
 }
 
 U64 RouteTargetPrefix::mask( size_t ) const { return leadingMask( length_ ); }

@@ -74,23 +74,23 @@
 // 0x...>. Policy: "AS:local" / "a.b.c.d:local", prefixed shortLabel with
 // classification, uiLabel and "-AS:", "-AS4:" or "-IP:" with classification
 // and UI.
-#define OVBGP_PARSE_LABELLED_TEXTS( Kind, name, shortLabel, uiLabel )                         \
-   void ExtComm##Kind##As::formatDerivedType( std::ostream& os ) const {                      \
-      const U8 type = getContent().typeOctet();                                               \
-      KEL_ASSERT_MSG(                                                                         \
-            type == extCommPktTypeTransTwoOctetAs || type == extCommPktTypeTransFourOctetAs,  \
-            "0 && \"unexpected type\"" );                                                     \
-      formatLabelled( os, type == extCommPktTypeTransTwoOctetAs ? "<" name "2ByteASN "        \
-                                                                : "<" name "4ByteASN " );     \
-   }                                                                                          \
-   void ExtComm##Kind##As::appendStrepForPolicy( StrepFormat format,                          \
-                                                 OvFmt::DynamicBufferInterface& out ) const { \
-      appendLabelled( format, out, shortLabel, uiLabel "-AS:", uiLabel "-AS4:" );             \
-   }                                                                                          \
-   void ExtComm##Kind##Ipv4Address::formatDerivedType( std::ostream& os ) const {             \
-      formatLabelled( os, "<" name " " );                                                     \
-   }                                                                                          \
-   void ExtComm##Kind##Ipv4Address::appendStrepForPolicy(                                     \
-         StrepFormat format, OvFmt::DynamicBufferInterface& out ) const {                     \
-      appendLabelled( format, out, shortLabel, uiLabel "-IP:" );                              \
+#define OVBGP_PARSE_LABELLED_TEXTS( Kind, name, shortLabel, uiLabel )                          \
+   void ExtComm##Kind##As::formatDerivedType( std::ostream& os ) const {                       \
+      const U8 type = getContent().typeOctet();                                                \
+      if ( type != extCommPktTypeTransTwoOctetAs && type != extCommPktTypeTransFourOctetAs ) { \
+         KEL_ASSERT_MSG( 0 && "unexpected type", "0 && \"unexpected type\"" );                 \
+      }                                                                                        \
+      formatLabelled( os, type == extCommPktTypeTransTwoOctetAs ? "<" name "2ByteASN "         \
+                                                                : "<" name "4ByteASN " );      \
+   }                                                                                           \
+   void ExtComm##Kind##As::appendStrepForPolicy( StrepFormat format,                           \
+                                                 OvFmt::DynamicBufferInterface& out ) const {  \
+      appendLabelled( format, out, shortLabel, uiLabel "-AS:", uiLabel "-AS4:" );              \
+   }                                                                                           \
+   void ExtComm##Kind##Ipv4Address::formatDerivedType( std::ostream& os ) const {              \
+      formatLabelled( os, "<" name " " );                                                      \
+   }                                                                                           \
+   void ExtComm##Kind##Ipv4Address::appendStrepForPolicy(                                      \
+         StrepFormat format, OvFmt::DynamicBufferInterface& out ) const {                      \
+      appendLabelled( format, out, shortLabel, uiLabel "-IP:" );                               \
    }

@@ -1,22 +1,19 @@
 #include "OvBgp/CommList.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <iomanip>
-#include <iostream>
 #include <sstream>
 #include <vector>
 
+#include "Kel/Trace.h"
 #include "KelStow/StoreManager.h"
 #include "OvBgp/OvBgpCommunityList.h"
 #include "OvFmt/DynamicBuffer.h"
 #include "Routing/Bgp/OvBgpGlobals.h"
 #include "Routing/RouteMap/PosixRegex.h"
-#include "tests/OvBgp/RunSelf.h"
 #include "tests/OvBgp/TestSupport.h"
 
 namespace {
@@ -75,34 +72,17 @@ TEST( CommList, DedupSortsDropsDuplicatesTrimsAndSetsEachFlagFromItsValue ) {
    EXPECT_TRUE( shared->comm( 1 ) );
 }
 
-TEST( CommList, SameValuesInAnyOrderInternToOneObjectPerTableUntilReleased ) {
+TEST( CommList, HashIsAKnownAnswerAndContentFindsTheInternedList ) {
    auto table = commListDedupTableFactory();
-   auto other = commListDedupTableFactory();
-   CommList::PtrConst first = intern( table, { 9, comm( 65000, 1 ), kNoExport, 4 } );
-   CommList::PtrConst again = intern( table, { kNoExport, 4, 4, 9, comm( 65000, 1 ), 9 } );
-   EXPECT_EQ( first, again );
-   EXPECT_NE( first, intern( table, { 9, comm( 65000, 1 ), kNoExport } ) );
-   EXPECT_NE( first, intern( table, { 9, comm( 65000, 2 ), kNoExport, 4 } ) );
-   CommList::PtrConst elsewhere = intern( other, { 4, 9, kNoExport, comm( 65000, 1 ) } );
-   EXPECT_NE( first, elsewhere );
-   EXPECT_TRUE( first->compare( elsewhere.ptr() ) );
-   EXPECT_EQ( intern( table, {} ), intern( table, {} ) );
-   EXPECT_EQ( 1u, table->dedupTable()->size() ); // the probes are gone already
-   // The hash: one-at-a-time over each value, least significant octet first.
-   EXPECT_EQ( Testing::oneAtATime( { 4, 3, 2, 1, 1, 0xFF, 0xFF, 0xFF } ),
-              intern( table, { 0xFFFFFF01, 0x01020304 } )->hash() );
+   CommList::PtrConst list = intern( table, { 0xFFFFFF01, 0x01020304 } );
+   EXPECT_EQ( 0xbe212e5du, list->hash() );
    EXPECT_EQ( 0u, intern( table, {} )->hash() );
-
-   std::vector<U32> sorted = *first->commVectorRawPtr();
-   EXPECT_EQ( first, CommList::lookupByContent( table.ptr(), CommListContent( sorted ) ) );
+   std::vector<U32> sorted = *list->commVectorRawPtr();
+   EXPECT_EQ( list, CommList::lookupByContent( table.ptr(), CommListContent( sorted ) ) );
    sorted.pop_back();
    EXPECT_EQ( nullptr, CommList::lookupByContent( table.ptr(), CommListContent( sorted ) ) );
-
-   first = nullptr;
-   EXPECT_EQ( 1u, table->dedupTable()->size() ); // still held through again
-   again = nullptr;
-   elsewhere = nullptr;
-   EXPECT_EQ( 0u, table->dedupTable()->size() + other->dedupTable()->size() );
+   EXPECT_EQ( "c00808fde80064ffffff01",
+              hex( intern( table, { kNoExport, comm( 65000, 100 ) } )->serialize() ) );
 }
 
 TEST( CommList, TextNamesWellKnownCommunitiesAndNumbersTheRest ) {
@@ -155,27 +135,6 @@ TEST( CommList, RegexMatchesTheNumericFormThenTheNamedForm ) {
    EXPECT_TRUE( matches( intern( table, {} ), "^$" ) );
 }
 
-TEST( CommList, SerializeWritesTheCommunitiesAttributeInNetworkOrder ) {
-   auto table = commListDedupTableFactory();
-   EXPECT_EQ( "c00800", hex( intern( table, {} )->serialize() ) );
-   EXPECT_EQ( "c00808fde80064ffffff01",
-              hex( intern( table, { kNoExport, comm( 65000, 100 ) } )->serialize() ) );
-   auto ofCount = [ & ]( U32 count ) {
-      std::vector<U32> v;
-      for ( U32 i = 0; i < count; ++i ) {
-         v.push_back( 0x01020300 + i );
-      }
-      return intern( table, v )->serialize();
-   };
-   std::string longest = ofCount( 63 ); // 252 octets: a one-octet length
-   EXPECT_EQ( 3u + 252u, longest.size() );
-   EXPECT_EQ( "c008fc01020300", hex( longest.substr( 0, 7 ) ) );
-   std::string extended = ofCount( 64 ); // 256 octets: extended length
-   EXPECT_EQ( 4u + 256u, extended.size() );
-   EXPECT_EQ( "d008010001020300", hex( extended.substr( 0, 8 ) ) );
-   EXPECT_EQ( "0102033f", hex( extended.substr( 256 ) ) );
-}
-
 TEST( CommListDeathTest, BrokenPreconditionsAbortWithTheirConditionText ) {
    auto table = commListDedupTableFactory();
    CommList::PtrConst shared = intern( table, { 1 } );
@@ -192,84 +151,27 @@ TEST( CommListDeathTest, BrokenPreconditionsAbortWithTheirConditionText ) {
 
 // --- The store -------------------------------------------------------------------
 
-const std::vector<std::vector<U32>> kStoredContents = {
-   { comm( 65000, 100 ), kNoExport },
-   {},
-   { 0, kLocalAs, kNoAdvertise, 0xFFFF0000 },
-};
-
-// A rebuilt list is checked by its text and its wire octets.
-std::string describe( const CommList* list ) {
-   return list->toStrep() + "|" + hex( list->serialize() );
-}
-
-class CommListStore : public ::testing::Test {
- protected:
-   void SetUp() override {
-      path_ = ( std::filesystem::temp_directory_path() /
-                ( "commlist_test_" + std::to_string( ::getpid() ) + ".stow" ) )
-                    .string();
-   }
-   void TearDown() override { std::filesystem::remove( path_ ); }
-
-   // The store's root: the count, then each list's offset. Returns the
-   // octets used.
-   U64 stowAll( const std::vector<CommList::PtrConst>& lists ) {
-      auto store = KelStow::StoreManager::createFile( path_, 4096 );
-      std::vector<U64> slots = { lists.size() };
-      for ( const auto& list : lists ) {
-         slots.push_back( list->stow( store.ptr() ) );
-      }
-      U64 root = store->allocate( 8 * slots.size() );
-      std::memcpy( store->translate( root, 8 * slots.size() ), slots.data(), 8 * slots.size() );
-      store->rootIs( root );
-      store->sync();
-      return store->used();
-   }
-
-   std::string path_;
-};
-
-// Runs only in the process that RebuildsInAFreshProcess starts.
-TEST( CommListStoreChild, RebuildFromFile ) {
-   const char* path = std::getenv( "COMMLIST_TEST_STORE" );
-   if ( !path ) {
-      GTEST_SKIP() << "helper of CommListStore.RebuildsInAFreshProcess";
-   }
-   auto store = KelStow::StoreManager::openFile( path );
+TEST( CommListStore, RebuildKeepsTheFlagsAndTracesItsKindAndText ) {
    auto table = commListDedupTableFactory();
-   const auto* slots = static_cast<const U64*>( store->translate( store->root(), 8 ) );
-   for ( U64 i = 1; i <= slots[ 0 ]; ++i ) {
-      CommList::Ptr list = CommList::destow( store->translate( slots[ i ] ), store.ptr() );
-      EXPECT_EQ( Bex::dedupHandleStateStowed(), list->dedupState() );
-      EXPECT_EQ( list->comm( kNoExport ), list->noExport() );
-      std::cout << "list " << describe( list.ptr() ) << "\n";
-      EXPECT_EQ( intern( table, *list->commVectorRawPtr() ), list->dedup( table.ptr() ) );
-   }
+   auto store = KelStow::StoreManager::inMemory();
+   CommList::PtrConst list = intern( table, { comm( 65000, 100 ), kNoExport } );
+   const U64 at = list->stow( store.ptr() );
+   ::setenv( "OVTRACE", "BgpCommunityList/8", 1 );
+   Kel::TraceCategory::reloadForTesting();
+   ::testing::internal::CaptureStderr();
+   CommList::Ptr rebuilt = CommList::destow( store->translate( at ), store.ptr() );
+   const std::string trace = ::testing::internal::GetCapturedStderr();
+   ::unsetenv( "OVTRACE" );
+   Kel::TraceCategory::reloadForTesting();
+   EXPECT_TRUE( rebuilt->noExport() && !rebuilt->noAdvertise() );
+   EXPECT_EQ( list, rebuilt->dedup( table.ptr() ) );
+   EXPECT_EQ(
+         "BgpCommunityList/8 Destowing Routing::Bgp::CommList\n"
+         "BgpCommunityList/8   destowed: 65000:100 no-export\n",
+         trace );
 }
 
-TEST_F( CommListStore, RebuildsInAFreshProcessWithTheSameTextAndWireOctets ) {
-   auto table = commListDedupTableFactory();
-   std::vector<CommList::PtrConst> lists;
-   std::vector<std::string> expected, texts;
-   for ( const auto& content : kStoredContents ) {
-      lists.push_back( intern( table, content ) );
-      expected.push_back( describe( lists.back().ptr() ) );
-      texts.push_back( lists.back()->toStrep() );
-   }
-   stowAll( lists );
-   RunSelfResult child =
-         runSelf( "CommListStoreChild.RebuildFromFile",
-                  { { "COMMLIST_TEST_STORE", path_ }, { "OVTRACE", "BgpCommunityList/8" } } );
-   ASSERT_EQ( 0, child.exitCode ) << child.out << child.err;
-   EXPECT_EQ( expected, linesStartingWith( child.out, "list " ) );
-   EXPECT_EQ( 3u,
-              linesStartingWith( child.err, "BgpCommunityList/8 Destowing Routing::Bgp::CommList" )
-                    .size() );
-   EXPECT_EQ( texts, linesStartingWith( child.err, "BgpCommunityList/8   destowed: " ) );
-}
-
-TEST_F( CommListStore, DamagedImagesAreRejectedWithTheRecordAndTheReason ) {
+TEST( CommListStore, DamagedImagesAreRejectedWithTheRecordAndTheReason ) {
    auto table = commListDedupTableFactory();
    auto store = KelStow::StoreManager::inMemory();
    CommList::PtrConst list = intern( table, { 3, 1, 2 } );
@@ -298,11 +200,6 @@ TEST_F( CommListStore, DamagedImagesAreRejectedWithTheRecordAndTheReason ) {
    EXPECT_EQ( "record at offset " + std::to_string( flagged ) +
                     ": CommList flag word 3 does not match its values",
               error( flagged ) );
-
-   std::filesystem::resize_file( path_, stowAll( { list } ) - 1 );
-   EXPECT_THAT( Testing::messageOf<KelStow::StoreException>(
-                      [ & ] { KelStow::StoreManager::openFile( path_ ); } ),
-                ::testing::HasSubstr( "is truncated" ) );
 }
 
 // --- Threads ------------------------------------------------------------------------

@@ -1,16 +1,12 @@
 // IPv6 extended community lists: interning by content whatever the order,
 // duplicates, classification lists, the wire form, the texts, the dump,
-// snapshots, the store image (rebuilt in a fresh process) and interning
-// from several threads.
+// snapshots, unsorted and damaged store images and interning from several
+// threads (what every kind does alike is in OvBgpCommunityList_test.cpp).
 #include "OvBgp/ExtCommIp6List.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-#include <cstdlib>
-#include <filesystem>
-#include <iostream>
 #include <sstream>
 #include <vector>
 
@@ -21,7 +17,6 @@
 #include "OvBgp/ExtCommIp6ListDedupTable.h"
 #include "Routing/Bgp/OvBgpGlobals.h"
 #include "tests/OvBgp/ExtCommIp6TestRule.h"
-#include "tests/OvBgp/RunSelf.h"
 #include "tests/OvBgp/TestSupport.h"
 
 namespace Routing::Bgp {
@@ -169,25 +164,6 @@ TEST_F( ExtCommIp6ListTest, SerializeWritesAttribute25WithTwentyOctetsPerMember 
    EXPECT_EQ( onlyNonTrans->serialize( false ), "" );
    EXPECT_EQ( hex( onlyNonTrans->serialize( true ) ), "c01914" + nonTransWire );
    EXPECT_EQ( intern( {} )->serialize( true ), "" );
-
-   // 12 members fit a one-octet length (240); 13 need the extended length.
-   Members many;
-   for ( U16 local = 1; local <= 13; ++local ) {
-      many.push_back( value( 0x00, 0x02, "2001:db8::1", local ) );
-   }
-   const std::string twelve =
-         intern( Members( many.begin(), many.begin() + 12 ) )->serialize( false );
-   EXPECT_EQ( hex( twelve.substr( 0, 3 ) ), "c019f0" );
-   const std::string thirteen = intern( many )->serialize( false );
-   EXPECT_EQ( hex( thirteen.substr( 0, 4 ) ), "d0190104" );
-   EXPECT_EQ( hex( thirteen.substr( 4 + 12 * 20 ) ), "000220010db8000000000000000000000001000d" );
-
-   // More members than a 16-bit length can carry is a clear error.
-   Members tooMany;
-   for ( U32 i = 0; i < 3277; ++i ) {
-      tooMany.push_back( value( 0x00, 0x02, "2001:db8::1", U16( i ) ) );
-   }
-   EXPECT_THROW( intern( tooMany )->serialize( true ), Kel::RangeException );
 }
 
 TEST_F( ExtCommIp6ListTest, TextForms ) {
@@ -282,65 +258,7 @@ TEST_F( ExtCommIp6ListTest, AssertionsNameTheBrokenInvariant ) {
 
 // ---- store ------------------------------------------------------------------
 
-constexpr const char* kChildStoreVariable = "EXTCOMMIP6LIST_CHILD_STORE";
-
-// describe(): the wire and policy forms of a list, its members' kinds and
-// its classification lists, one line. (The debugging form is left out: a
-// rebuilt value is a plain ExtCommIp6, which prints no subtype.)
-std::string describe( const ExtCommIp6List* list ) {
-   std::ostringstream os;
-   os << list->commsStringForm() << "| " << hex( list->serialize( true ) ) << " | "
-      << hex( list->serialize( false ) ) << " | " << list->totalTransitiveCommunities() << " |";
-   for ( const auto& member : list->commVector() ) {
-      os << ' ' << member->classification();
-   }
-   os << " |";
-   for ( const auto& sublist : list->classificationLists() ) {
-      os << ' ' << ( sublist ? sublist->comms() : 0 );
-   }
-   return os.str();
-}
-
 class ExtCommIp6ListStore : public ExtCommIp6ListTest {};
-
-// Runs only in the process started by RebuildsInAFreshProcess.
-TEST( ExtCommIp6ListStoreChild, RebuildFromFile ) {
-   const char* path = std::getenv( kChildStoreVariable );
-   if ( !path ) {
-      GTEST_SKIP() << "helper of ExtCommIp6ListStore.RebuildsInAFreshProcess";
-   }
-   auto store = KelStow::StoreManager::openFile( path );
-   ExtCommIp6List::Ptr list =
-         ExtCommIp6List::destow( store->translate( store->root() ), store.ptr() );
-   EXPECT_EQ( list->dedupState(), Bex::dedupHandleStateStowed() );
-   for ( const auto& member : list->commVector() ) {
-      EXPECT_EQ( list->comm( member->community() ), member );
-      EXPECT_EQ( list->classificationList( member->classification() )->comm( member->community() ),
-                 member );
-   }
-   std::cout << "list " << describe( list.ptr() ) << "\n";
-}
-
-TEST_F( ExtCommIp6ListStore, RebuildsInAFreshProcessWithTheSameTextsAndWireOctets ) {
-   auto list =
-         intern( { value( 0x40, 0x0b, "2001:db8::5", 9 ), value( 0x00, 0x02, "2001:db8::1", 1 ),
-                   value( 0x00, 0x02, "2001:db8::1", 2 ), value( 0x00, 0x03, "fe80::1", 3 ),
-                   plain( extCommClassificationColor, content( 0x00, 0x04, "::", 0 ) ) } );
-   const std::string path = ( std::filesystem::temp_directory_path() /
-                              ( "extcommip6list_test_" + std::to_string( ::getpid() ) ) )
-                                  .string();
-   {
-      auto store = KelStow::StoreManager::createFile( path, 4096 );
-      store->rootIs( list->stow( store.ptr() ) );
-      store->sync();
-   }
-   RunSelfResult child =
-         runSelf( "ExtCommIp6ListStoreChild.RebuildFromFile", { { kChildStoreVariable, path } } );
-   std::filesystem::remove( path );
-   ASSERT_EQ( child.exitCode, 0 ) << child.out << child.err;
-   EXPECT_EQ( linesStartingWith( child.out, "list " ),
-              std::vector<std::string>{ describe( list.ptr() ) } );
-}
 
 TEST_F( ExtCommIp6ListStore, UnsortedImagesComeBackToBeInternedAndDamagedOnesAreRejected ) {
    auto store = KelStow::StoreManager::inMemory();

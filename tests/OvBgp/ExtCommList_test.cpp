@@ -1,23 +1,19 @@
 // Extended community lists: interning through their classification lists,
-// the wire selection, pruning, matching, text forms, snapshots, the store,
-// and the route-target list collection.
+// the wire selection, pruning, matching, text forms, snapshots and the
+// route-target list collection (what every kind does alike is in
+// OvBgpCommunityList_test.cpp).
 #include "OvBgp/ExtCommList.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <filesystem>
-#include <iostream>
 #include <sstream>
 
 #include "Acl/CommunityValue.h"
 #include "Bex/DumpContext.h"
-#include "KelStow/StoreManager.h"
 #include "OvBgp/ExtCommListDedupTable.h"
 #include "OvBgp/Parse/ExtComm.h"
 #include "Routing/Bgp/OvBgpGlobals.h"
 #include "Routing/RouteMap/PosixRegex.h"
-#include "tests/OvBgp/RunSelf.h"
 #include "tests/OvBgp/TestSupport.h"
 
 namespace Routing::Bgp {
@@ -151,14 +147,6 @@ TEST_F( ExtCommListTest, WireFormSelectsMembersAndSizesTheHeader ) {
               3u );
    EXPECT_EQ( intern( { 0x4102c0a80001002a } )->serialize( ExtCommList::Serialization::transitive ),
               "" );
-
-   ExtCommList::Ptr big = extCommListFactory();
-   for ( U64 i = 0; i < 40; ++i ) {
-      big->commIs( value( kQos + i ) );
-   }
-   Kel::String wire = big->dedup( lists_.ptr() )->serialize( all );
-   EXPECT_EQ( wire.size(), 4u + 320u );
-   EXPECT_EQ( hex( wire.substr( 0, 4 ) ), "d0100140" );
 }
 
 TEST_F( ExtCommListTest, PruneKeepsTheChosenLinkBandwidthOnly ) {
@@ -219,72 +207,6 @@ TEST_F( ExtCommListTest, SnapshotsCopyPartsAndMembersAndFlagSetsHaveRangesAndTex
       EXPECT_EQ( ExtCommList::CommVectorAttrs( text.data(), text.data() + text.size() ).value(),
                  octet );
    }
-}
-
-// What a list must look like after a rebuild: the wire octets, every member
-// with its classification, and the flags its parts give it (the flags that
-// only interning computes are not part of a rebuilt image).
-Kel::String describe( const ExtCommList& list ) {
-   Kel::String text = hex( list.serialize( ExtCommList::Serialization::all ) ) + " lb " +
-                      std::to_string( list.hasLinkBandwidth() ) + " parts " +
-                      std::to_string( list.classificationLists().size() );
-   for ( const auto& comm : list.commVector() ) {
-      text += " " + std::to_string( comm->classification() );
-   }
-   return text;
-}
-
-constexpr const char* kStoreVariable = "EXTCOMMLIST_TEST_STORE";
-
-// Runs only in the process that the store test starts.
-TEST( ExtCommListStoreChild, RebuildFromFile ) {
-   const char* path = std::getenv( kStoreVariable );
-   if ( !path ) {
-      GTEST_SKIP() << "helper of ExtCommListTest.StoreImageRebuildsInAFreshProcess";
-   }
-   auto store = KelStow::StoreManager::openFile( path );
-   const auto* slots = static_cast<const U64*>( store->translate( store->root(), 8 ) );
-   for ( U64 i = 1; i <= slots[ 0 ]; ++i ) {
-      auto list = ExtCommList::destow( store->translate( slots[ i ] ), store.ptr() );
-      EXPECT_EQ( list->dedupState(), Bex::dedupHandleStateStowed() );
-      std::cout << "list " << describe( *list ) << "\n";
-   }
-}
-
-TEST_F( ExtCommListTest, StoreImageRebuildsInAFreshProcess ) {
-   const std::vector<ExtCommList::PtrConst> lists = { intern( { kRt100, kLbLow, kQos } ),
-                                                      intern( {} ),
-                                                      intern( { kValidation, kLbHigh, kLbLow } ),
-                                                      intern( { kOrigin, kRt200 } ) };
-   const std::string path = ( std::filesystem::temp_directory_path() /
-                              ( "extcommlist_store_" + std::to_string( ::getpid() ) ) )
-                                  .string();
-   std::string expected;
-   {
-      auto store = KelStow::StoreManager::createFile( path );
-      std::vector<U64> offsets;
-      for ( const auto& list : lists ) {
-         offsets.push_back( list->stow( store.ptr() ) );
-         expected += "list " + describe( *list ) + "\n";
-      }
-      const U64 root = store->allocate( 8 * ( offsets.size() + 1 ), 8 );
-      auto* slots = static_cast<U64*>( store->translate( root, 8 * ( offsets.size() + 1 ) ) );
-      slots[ 0 ] = offsets.size();
-      std::copy( offsets.begin(), offsets.end(), slots + 1 );
-      store->rootIs( root );
-      store->sync();
-   }
-   RunSelfResult child =
-         runSelf( "ExtCommListStoreChild.RebuildFromFile", { { kStoreVariable, path } } );
-   std::filesystem::remove( path );
-   ASSERT_EQ( 0, child.exitCode ) << child.out << child.err;
-   EXPECT_NE( child.out.find( expected ), std::string::npos ) << child.out;
-
-   // A record of another kind is refused.
-   auto store = KelStow::StoreManager::inMemory();
-   const U64 member = value( kRt100 )->stow( store.ptr() );
-   EXPECT_THROW( ExtCommList::destow( store->translate( member ), store.ptr() ),
-                 KelStow::StoreException );
 }
 
 TEST( ExtCommClassificationLists, KeepOneListPerKindInOrder ) {

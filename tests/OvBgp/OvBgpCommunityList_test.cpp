@@ -1,13 +1,22 @@
-// Interning each kind of list straight from a received attribute's octets:
-// the object is the one the value-by-value build gives, whatever the order
-// and repeats on the wire; an empty value is the empty list; a bad length
-// throws a precise error and interns nothing.
+// What the four list kinds do alike. Interning straight from a received
+// attribute's octets: the object is the one the value-by-value build gives,
+// whatever the order and repeats on the wire, one per content and table
+// until released; an empty value is the empty list; a bad length throws a
+// precise error and interns nothing. The way back: the attribute holds the
+// values in order, its length switches to two octets past 255, and a list
+// longer than one attribute holds refuses to be written. The store image
+// rebuilds the same list from a new mapping of its file.
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
 #include <string>
 #include <vector>
 
 #include "Kel/Exception.h"
+#include "KelStow/StoreManager.h"
 #include "OvBgp/CommList.h"
 #include "OvBgp/CommListDedupTable.h"
 #include "OvBgp/ExtCommIp6DedupTable.h"
@@ -33,6 +42,8 @@ U64 load64( const U8* p ) { return U64( load32( p ) ) << 32 | load32( p + 4 ); }
 // One fixture per kind: its tables, the value-by-value build from wire
 // values and dedupOctets().
 struct Standard {
+   static constexpr U8 attrType = 8;
+   static constexpr const char* list = "CommList";
    static constexpr size_t unit = 4;
    static constexpr const char* attribute = "COMMUNITIES";
    CommListDedupTable::Ptr lists = commListDedupTableFactory();
@@ -46,10 +57,21 @@ struct Standard {
    CommList::PtrConst fromOctets( const U8* octets, size_t length ) {
       return CommList::dedupOctets( lists.ptr(), octets, length );
    }
+   static std::string serialize( const auto& list ) { return list->serialize(); }
+   // emptyWire: what an empty list writes.
+   static constexpr const char* emptyWire = "c00800";
+   static CommList::Ptr destow( const void* stored, KelStow::StoreManager* store ) {
+      return CommList::destow( stored, store );
+   }
+   static std::string describe( const auto& list ) {
+      return list->toStrep() + "|" + Testing::hex( list->serialize() );
+   }
    size_t interned() const { return lists->dedupTable()->size(); }
 };
 
 struct Large {
+   static constexpr U8 attrType = 32;
+   static constexpr const char* list = "LargeCommList";
    static constexpr size_t unit = 12;
    static constexpr const char* attribute = "LARGE_COMMUNITY";
    LargeCommListDedupTable::Ptr lists = largeCommListDedupTableFactory();
@@ -64,10 +86,21 @@ struct Large {
    LargeCommList::PtrConst fromOctets( const U8* octets, size_t length ) {
       return LargeCommList::dedupOctets( lists.ptr(), octets, length );
    }
+   static std::string serialize( const auto& list ) { return list->serialize(); }
+   // emptyWire: what an empty list writes.
+   static constexpr const char* emptyWire = "c02000";
+   static LargeCommList::Ptr destow( const void* stored, KelStow::StoreManager* store ) {
+      return LargeCommList::destow( stored, store );
+   }
+   static std::string describe( const auto& list ) {
+      return list->toStrep() + "|" + Testing::hex( list->serialize() );
+   }
    size_t interned() const { return lists->dedupTable()->size(); }
 };
 
 struct Extended {
+   static constexpr U8 attrType = 16;
+   static constexpr const char* list = "ExtCommList";
    static constexpr size_t unit = 8;
    static constexpr const char* attribute = "EXTENDED_COMMUNITIES";
    BgpParseExtCommContainerSm::Ptr container = bgpParseExtCommContainerSmFactory();
@@ -84,6 +117,18 @@ struct Extended {
    ExtCommList::PtrConst fromOctets( const U8* octets, size_t length ) {
       return ExtCommList::dedupOctets( lists.ptr(), values.ptr(), octets, length );
    }
+   static std::string serialize( const auto& list ) {
+      return list->serialize( ExtCommList::Serialization::all );
+   }
+   // emptyWire: what an empty list writes.
+   static constexpr const char* emptyWire = "";
+   static ExtCommList::Ptr destow( const void* stored, KelStow::StoreManager* store ) {
+      return ExtCommList::destow( stored, store );
+   }
+   static std::string describe( const auto& list ) {
+      return list->toStrep() + "|" + Testing::hex( serialize( list ) ) + "|" +
+             std::to_string( list->classificationLists().size() );
+   }
    size_t interned() const {
       return lists->dedupTable()->size() + values->dedupTable()->size() +
              lists->rtExtCommClassificationListDedupTable()->size() +
@@ -92,6 +137,8 @@ struct Extended {
 };
 
 struct Ip6Extended {
+   static constexpr U8 attrType = 25;
+   static constexpr const char* list = "ExtCommIp6List";
    static constexpr size_t unit = 20;
    static constexpr const char* attribute = "IPV6_EXTENDED_COMMUNITIES";
    Testing::TestIp6Rule rule;
@@ -109,6 +156,16 @@ struct Ip6Extended {
    ExtCommIp6List::PtrConst fromOctets( const U8* octets, size_t length ) {
       return ExtCommIp6List::dedupOctets( lists.ptr(), values.ptr(), octets, length );
    }
+   static std::string serialize( const auto& list ) { return list->serialize( true ); }
+   // emptyWire: what an empty list writes.
+   static constexpr const char* emptyWire = "";
+   static ExtCommIp6List::Ptr destow( const void* stored, KelStow::StoreManager* store ) {
+      return ExtCommIp6List::destow( stored, store );
+   }
+   static std::string describe( const auto& list ) {
+      return list->commsStringForm() + "|" + Testing::hex( serialize( list ) ) + "|" +
+             Testing::hex( list->serialize( false ) );
+   }
    size_t interned() const {
       return lists->dedupTable()->size() + values->dedupTable()->size() +
              lists->extCommIp6ClassificationListDedupTable()->size();
@@ -123,6 +180,15 @@ Octets value( size_t unit, size_t i ) {
       v[ o ] = U8( ( i * 37 + o * 11 ) >> ( o == 0 ? 2 : 0 ) );
    }
    v[ 1 ] = U8( i % 3 ); // extended subtypes 0..2: route targets among them
+   return v;
+}
+
+// distinct(): value( unit, i ) with i in its last two octets, so that up to
+// 65536 of them differ.
+Octets distinct( size_t unit, size_t i ) {
+   Octets v = value( unit, i );
+   v[ unit - 2 ] = U8( i >> 8 );
+   v[ unit - 1 ] = U8( i );
    return v;
 }
 
@@ -177,11 +243,8 @@ TYPED_TEST( ListDedupOctetsTest, LongAttributeOutOfOrderGivesTheBuiltList ) {
    // Past the room kept for a copy: 3000 values, descending, each twice.
    std::vector<Octets> wireValues;
    for ( size_t i = 3000; i-- > 0; ) {
-      Octets v = value( TypeParam::unit, i );
-      v[ TypeParam::unit - 2 ] = U8( i >> 8 );
-      v[ TypeParam::unit - 1 ] = U8( i );
-      wireValues.push_back( v );
-      wireValues.push_back( v );
+      wireValues.push_back( distinct( TypeParam::unit, i ) );
+      wireValues.push_back( wireValues.back() );
    }
    const Octets wire = concat( wireValues );
    auto fromWire = this->kind.fromOctets( wire.data(), wire.size() );
@@ -189,10 +252,44 @@ TYPED_TEST( ListDedupOctetsTest, LongAttributeOutOfOrderGivesTheBuiltList ) {
    EXPECT_EQ( fromWire, this->kind.built( wireValues ) );
 }
 
+TYPED_TEST( ListDedupOctetsTest, OneObjectPerContentAndTableUntilReleased ) {
+   TypeParam other;
+   const Octets wire = concat( this->values( { 4, 2, 7, 2 } ) );
+   auto list = this->kind.fromOctets( wire.data(), wire.size() );
+   EXPECT_EQ( list->commVector().capacity(), 3u ); // an interned list keeps no spare room
+   auto elsewhere = other.fromOctets( wire.data(), wire.size() );
+   EXPECT_NE( list, elsewhere );
+   EXPECT_EQ( TypeParam::describe( list ), TypeParam::describe( elsewhere ) );
+   list = nullptr;
+   elsewhere = nullptr;
+   EXPECT_EQ( this->kind.interned() + other.interned(), 0u );
+}
+
 TYPED_TEST( ListDedupOctetsTest, EmptyValueGivesTheEmptyList ) {
    auto empty = this->kind.fromOctets( nullptr, 0 );
    EXPECT_TRUE( empty->empty() );
    EXPECT_EQ( empty, this->kind.built( {} ) );
+   EXPECT_EQ( Testing::hex( TypeParam::serialize( empty ) ), TypeParam::emptyWire );
+}
+
+TYPED_TEST( ListDedupOctetsTest, AttributeHoldsTheValuesInOrderWithTwoLengthOctetsPast255 ) {
+   for ( size_t count : { 255 / TypeParam::unit, 255 / TypeParam::unit + 1 } ) {
+      std::vector<Octets> wireValues;
+      for ( size_t i = count; i-- > 0; ) {
+         wireValues.push_back( distinct( TypeParam::unit, i ) );
+      }
+      const Octets wire = concat( wireValues );
+      std::sort( wireValues.begin(), wireValues.end() );
+      const Octets body = concat( wireValues );
+      Octets expected = { body.size() > 255 ? U8( 0xD0 ) : U8( 0xC0 ), TypeParam::attrType };
+      if ( body.size() > 255 ) {
+         expected.push_back( U8( body.size() >> 8 ) );
+      }
+      expected.push_back( U8( body.size() ) );
+      expected.insert( expected.end(), body.begin(), body.end() );
+      EXPECT_EQ( TypeParam::serialize( this->kind.fromOctets( wire.data(), wire.size() ) ),
+                 std::string( expected.begin(), expected.end() ) );
+   }
 }
 
 TYPED_TEST( ListDedupOctetsTest, LengthNotAMultipleThrowsAndInternsNothing ) {
@@ -205,6 +302,50 @@ TYPED_TEST( ListDedupOctetsTest, LengthNotAMultipleThrowsAndInternsNothing ) {
                        std::to_string( TypeParam::unit ) );
    }
    EXPECT_EQ( this->kind.interned(), 0u );
+}
+
+TYPED_TEST( ListDedupOctetsTest, ListLongerThanOneAttributeHoldsThrowsOnSerialize ) {
+   const size_t most = 0xFFFF / TypeParam::unit;
+   std::vector<Octets> wireValues;
+   for ( size_t i = 0; i <= most; ++i ) {
+      wireValues.push_back( distinct( TypeParam::unit, i ) );
+   }
+   const Octets wire = concat( wireValues );
+   auto full = this->kind.fromOctets( wire.data(), wire.size() - TypeParam::unit );
+   EXPECT_EQ( TypeParam::serialize( full ).size(), 4 + most * TypeParam::unit );
+   auto tooLong = this->kind.fromOctets( wire.data(), wire.size() );
+   ASSERT_EQ( tooLong->comms(), most + 1 );
+   EXPECT_EQ( Testing::messageOf<Kel::RangeException>( [ & ] { TypeParam::serialize( tooLong ); } ),
+              std::string( TypeParam::list ) + "::serialize: " + std::to_string( most + 1 ) +
+                    " communities do not fit in one " + TypeParam::attribute +
+                    " attribute (at most " + std::to_string( most ) + ")" );
+}
+
+TYPED_TEST( ListDedupOctetsTest, StoreImageRebuildsTheSameListFromANewMappingOfItsFile ) {
+   const std::string path = ( std::filesystem::temp_directory_path() /
+                              ( "list_store_" + std::to_string( ::getpid() ) ) )
+                                  .string();
+   std::vector<decltype( this->kind.built( {} ) )> lists;
+   std::vector<U64> offsets;
+   {
+      auto store = KelStow::StoreManager::createFile( path, 4096 );
+      for ( const auto& values : { this->values( { 3, 1, 8 } ), this->values( {} ) } ) {
+         lists.push_back( this->kind.built( values ) );
+         offsets.push_back( lists.back()->stow( store.ptr() ) );
+      }
+      store->sync();
+   }
+   // Nothing of the rebuilt lists may point into the old mapping.
+   auto store = KelStow::StoreManager::openFile( path );
+   std::filesystem::remove( path );
+   for ( size_t i = 0; i < lists.size(); ++i ) {
+      auto rebuilt = TypeParam::destow( store->translate( offsets[ i ] ), store.ptr() );
+      EXPECT_EQ( rebuilt->dedupState(), Bex::dedupHandleStateStowed() );
+      EXPECT_EQ( TypeParam::describe( rebuilt ), TypeParam::describe( lists[ i ] ) );
+   }
+   const U64 foreign = store->stowRecord( 0x464F4F31, 1, 24 ); // "FOO1"
+   EXPECT_THROW( TypeParam::destow( store->translate( foreign ), store.ptr() ),
+                 KelStow::StoreException );
 }
 
 } // namespace
