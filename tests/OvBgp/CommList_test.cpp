@@ -12,7 +12,6 @@
 #include "KelStow/StoreManager.h"
 #include "OvBgp/OvBgpCommunityList.h"
 #include "OvFmt/DynamicBuffer.h"
-#include "Routing/Bgp/OvBgpGlobals.h"
 #include "Routing/RouteMap/PosixRegex.h"
 #include "tests/OvBgp/TestSupport.h"
 
@@ -149,7 +148,8 @@ TEST( CommListDeathTest, BrokenPreconditionsAbortWithTheirConditionText ) {
                                             "Bex::dedupHandleStateNeverDeduped()" ) );
 }
 
-// --- The store -------------------------------------------------------------------
+// --- The store
+// -------------------------------------------------------------------
 
 TEST( CommListStore, RebuildKeepsTheFlagsAndTracesItsKindAndText ) {
    auto table = commListDedupTableFactory();
@@ -200,29 +200,6 @@ TEST( CommListStore, DamagedImagesAreRejectedWithTheRecordAndTheReason ) {
    EXPECT_EQ( "record at offset " + std::to_string( flagged ) +
                     ": CommList flag word 3 does not match its values",
               error( flagged ) );
-}
-
-// --- Threads ------------------------------------------------------------------------
-
-TEST( CommListDedupTableConcurrency, FourThreadsInternAndReleaseStandardAndLargeLists ) {
-   OvBgpGlobals::multiThreadedIs( true );
-   auto table = commListDedupTableFactory();
-   auto largeTable = largeCommListDedupTableFactory();
-   OvBgpGlobals::multiThreadedIs( false );
-   std::vector<std::vector<U32>> contents;
-   std::vector<std::vector<Acl::CommunityValue>> largeContents;
-   for ( U32 k = 0; k < 24; ++k ) {
-      contents.push_back( { comm( 65000, k ), comm( k % 5, 7 ), k % 3 ? k : kNoExport } );
-      largeContents.push_back( { { 4200000000u, k, 1 }, { 65000, 1, k % 4 } } );
-   }
-   Testing::internFromFourThreads( table, contents, build );
-   Testing::internFromFourThreads( largeTable, largeContents, []( const auto& values ) {
-      LargeCommList::Ptr list = largeCommListFactory();
-      for ( const auto& value : values ) {
-         list->commIs( value );
-      }
-      return list;
-   } );
 }
 
 } // namespace

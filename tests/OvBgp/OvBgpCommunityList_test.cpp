@@ -26,6 +26,7 @@
 #include "OvBgp/ExtCommListDedupTable.h"
 #include "OvBgp/LargeCommList.h"
 #include "OvBgp/Parse/ExtComm.h"
+#include "Routing/Bgp/OvBgpGlobals.h"
 #include "tests/OvBgp/ExtCommIp6TestRule.h"
 #include "tests/OvBgp/TestSupport.h"
 
@@ -39,20 +40,22 @@ U32 load32( const U8* p ) {
 }
 U64 load64( const U8* p ) { return U64( load32( p ) ) << 32 | load32( p + 4 ); }
 
-// One fixture per kind: its tables, the value-by-value build from wire
-// values and dedupOctets().
+// One fixture per kind: its tables, the value-by-value build from keys
+// (the native form of a wire value) and dedupOctets().
 struct Standard {
    static constexpr U8 attrType = 8;
    static constexpr const char* list = "CommList";
    static constexpr size_t unit = 4;
    static constexpr const char* attribute = "COMMUNITIES";
    CommListDedupTable::Ptr lists = commListDedupTableFactory();
-   CommList::PtrConst built( const std::vector<Octets>& values ) {
+   using Key = U32;
+   static Key key( const Octets& v ) { return load32( v.data() ); }
+   CommList::Ptr open( const std::vector<Key>& keys ) const {
       CommList::Ptr list = commListFactory();
-      for ( const Octets& v : values ) {
-         list->commIs( load32( v.data() ) );
+      for ( Key k : keys ) {
+         list->commIs( k );
       }
-      return list->dedup( lists.ptr() );
+      return list;
    }
    CommList::PtrConst fromOctets( const U8* octets, size_t length ) {
       return CommList::dedupOctets( lists.ptr(), octets, length );
@@ -75,13 +78,16 @@ struct Large {
    static constexpr size_t unit = 12;
    static constexpr const char* attribute = "LARGE_COMMUNITY";
    LargeCommListDedupTable::Ptr lists = largeCommListDedupTableFactory();
-   LargeCommList::PtrConst built( const std::vector<Octets>& values ) {
+   using Key = Acl::CommunityValue;
+   static Key key( const Octets& v ) {
+      return Key( load32( v.data() ), load32( v.data() + 4 ), load32( v.data() + 8 ) );
+   }
+   LargeCommList::Ptr open( const std::vector<Key>& keys ) const {
       LargeCommList::Ptr list = largeCommListFactory();
-      for ( const Octets& v : values ) {
-         list->commIs( Acl::CommunityValue( load32( v.data() ), load32( v.data() + 4 ),
-                                            load32( v.data() + 8 ) ) );
+      for ( const Key& k : keys ) {
+         list->commIs( k );
       }
-      return list->dedup( lists.ptr() );
+      return list;
    }
    LargeCommList::PtrConst fromOctets( const U8* octets, size_t length ) {
       return LargeCommList::dedupOctets( lists.ptr(), octets, length );
@@ -106,13 +112,14 @@ struct Extended {
    BgpParseExtCommContainerSm::Ptr container = bgpParseExtCommContainerSmFactory();
    ExtCommDedupTable::Ptr values = extCommDedupTableFactory( container->extCommParser() );
    ExtCommListDedupTable::Ptr lists = extCommListDedupTableFactory();
-   ExtCommList::PtrConst built( const std::vector<Octets>& wire ) {
+   using Key = U64;
+   static Key key( const Octets& v ) { return load64( v.data() ); }
+   ExtCommList::Ptr open( const std::vector<Key>& keys ) const {
       ExtCommList::Ptr list = extCommListFactory();
-      for ( const Octets& v : wire ) {
-         list->commIs(
-               ExtComm::dedupContent( values.ptr(), ExtCommContent( load64( v.data() ) ) ) );
+      for ( Key k : keys ) {
+         list->commIs( ExtComm::dedupContent( values.ptr(), ExtCommContent( k ) ) );
       }
-      return list->dedup( lists.ptr() );
+      return list;
    }
    ExtCommList::PtrConst fromOctets( const U8* octets, size_t length ) {
       return ExtCommList::dedupOctets( lists.ptr(), values.ptr(), octets, length );
@@ -144,14 +151,16 @@ struct Ip6Extended {
    Testing::TestIp6Rule rule;
    ExtCommIp6DedupTable::Ptr values = extCommIp6DedupTableFactory( rule.top );
    ExtCommIp6ListDedupTable::Ptr lists = extCommIp6ListDedupTableFactory();
-   ExtCommIp6List::PtrConst built( const std::vector<Octets>& wire ) {
+   using Key = ExtCommIp6Content;
+   static Key key( const Octets& v ) {
+      return Key( v[ 0 ], v[ 1 ], Onet::Ip6Addr( v.data() + 2 ), U16( v[ 18 ] << 8 | v[ 19 ] ) );
+   }
+   ExtCommIp6List::Ptr open( const std::vector<Key>& keys ) const {
       ExtCommIp6List::Ptr list = extCommIp6ListFactory();
-      for ( const Octets& v : wire ) {
-         const ExtCommIp6Content content( v[ 0 ], v[ 1 ], Onet::Ip6Addr( v.data() + 2 ),
-                                          U16( v[ 18 ] << 8 | v[ 19 ] ) );
-         list->commIs( ExtCommIp6::dedupContent( values.ptr(), content ) );
+      for ( const Key& k : keys ) {
+         list->commIs( ExtCommIp6::dedupContent( values.ptr(), k ) );
       }
-      return list->dedup( lists.ptr() );
+      return list;
    }
    ExtCommIp6List::PtrConst fromOctets( const U8* octets, size_t length ) {
       return ExtCommIp6List::dedupOctets( lists.ptr(), values.ptr(), octets, length );
@@ -204,6 +213,14 @@ template<class Kind>
 class ListDedupOctetsTest : public ::testing::Test {
  protected:
    Kind kind;
+   // built(): the list of these wire values, built value by value.
+   auto built( const std::vector<Octets>& values ) const {
+      std::vector<typename Kind::Key> keys;
+      for ( const Octets& v : values ) {
+         keys.push_back( Kind::key( v ) );
+      }
+      return kind.open( keys )->dedup( kind.lists.ptr() );
+   }
    // values(): the listed test values, in the listed order.
    std::vector<Octets> values( std::initializer_list<size_t> which ) const {
       std::vector<Octets> out;
@@ -231,12 +248,12 @@ TYPED_TEST( ListDedupOctetsTest, GivesTheBuiltListWhateverTheOrderAndRepeats ) {
       }
       const Octets wire = concat( wireValues );
       auto fromWire = this->kind.fromOctets( wire.data(), wire.size() );
-      EXPECT_EQ( fromWire, this->kind.built( expected ) );
+      EXPECT_EQ( fromWire, this->built( expected ) );
       EXPECT_EQ( fromWire->comms(), 4u );
    }
    // A subset is another list.
    const Octets three = concat( this->values( { 3, 1, 5 } ) );
-   EXPECT_NE( this->kind.fromOctets( three.data(), three.size() ), this->kind.built( expected ) );
+   EXPECT_NE( this->kind.fromOctets( three.data(), three.size() ), this->built( expected ) );
 }
 
 TYPED_TEST( ListDedupOctetsTest, LongAttributeOutOfOrderGivesTheBuiltList ) {
@@ -249,14 +266,15 @@ TYPED_TEST( ListDedupOctetsTest, LongAttributeOutOfOrderGivesTheBuiltList ) {
    const Octets wire = concat( wireValues );
    auto fromWire = this->kind.fromOctets( wire.data(), wire.size() );
    EXPECT_EQ( fromWire->comms(), 3000u );
-   EXPECT_EQ( fromWire, this->kind.built( wireValues ) );
+   EXPECT_EQ( fromWire, this->built( wireValues ) );
 }
 
 TYPED_TEST( ListDedupOctetsTest, OneObjectPerContentAndTableUntilReleased ) {
    TypeParam other;
    const Octets wire = concat( this->values( { 4, 2, 7, 2 } ) );
    auto list = this->kind.fromOctets( wire.data(), wire.size() );
-   EXPECT_EQ( list->commVector().capacity(), 3u ); // an interned list keeps no spare room
+   EXPECT_EQ( list->commVector().capacity(),
+              3u ); // an interned list keeps no spare room
    auto elsewhere = other.fromOctets( wire.data(), wire.size() );
    EXPECT_NE( list, elsewhere );
    EXPECT_EQ( TypeParam::describe( list ), TypeParam::describe( elsewhere ) );
@@ -268,7 +286,7 @@ TYPED_TEST( ListDedupOctetsTest, OneObjectPerContentAndTableUntilReleased ) {
 TYPED_TEST( ListDedupOctetsTest, EmptyValueGivesTheEmptyList ) {
    auto empty = this->kind.fromOctets( nullptr, 0 );
    EXPECT_TRUE( empty->empty() );
-   EXPECT_EQ( empty, this->kind.built( {} ) );
+   EXPECT_EQ( empty, this->built( {} ) );
    EXPECT_EQ( Testing::hex( TypeParam::serialize( empty ) ), TypeParam::emptyWire );
 }
 
@@ -325,12 +343,12 @@ TYPED_TEST( ListDedupOctetsTest, StoreImageRebuildsTheSameListFromANewMappingOfI
    const std::string path = ( std::filesystem::temp_directory_path() /
                               ( "list_store_" + std::to_string( ::getpid() ) ) )
                                   .string();
-   std::vector<decltype( this->kind.built( {} ) )> lists;
+   std::vector<decltype( this->built( {} ) )> lists;
    std::vector<U64> offsets;
    {
       auto store = KelStow::StoreManager::createFile( path, 4096 );
       for ( const auto& values : { this->values( { 3, 1, 8 } ), this->values( {} ) } ) {
-         lists.push_back( this->kind.built( values ) );
+         lists.push_back( this->built( values ) );
          offsets.push_back( lists.back()->stow( store.ptr() ) );
       }
       store->sync();
@@ -346,6 +364,27 @@ TYPED_TEST( ListDedupOctetsTest, StoreImageRebuildsTheSameListFromANewMappingOfI
    const U64 foreign = store->stowRecord( 0x464F4F31, 1, 24 ); // "FOO1"
    EXPECT_THROW( TypeParam::destow( store->translate( foreign ), store.ptr() ),
                  KelStow::StoreException );
+}
+
+template<class Kind>
+class ListConcurrencyTest : public ::testing::Test {};
+TYPED_TEST_SUITE( ListConcurrencyTest, Kinds );
+
+TYPED_TEST( ListConcurrencyTest, ListsInternedAndReleasedFromFourThreadsLeaveEmptyTables ) {
+   OvBgpGlobals::multiThreadedIs( true );
+   const TypeParam kind;
+   OvBgpGlobals::multiThreadedIs( false );
+   // Overlapping lists: members shared by many, by a few and by none.
+   std::vector<std::vector<typename TypeParam::Key>> contents;
+   for ( size_t k = 0; k < 24; ++k ) {
+      contents.push_back( {} );
+      for ( size_t i : { k % 4, 10 + k % 3, 20 + k } ) {
+         contents.back().push_back( TypeParam::key( distinct( TypeParam::unit, i ) ) );
+      }
+   }
+   Testing::internFromFourThreads( kind.lists, contents,
+                                   [ & ]( const auto& keys ) { return kind.open( keys ); } );
+   EXPECT_EQ( kind.interned(), 0u );
 }
 
 } // namespace
