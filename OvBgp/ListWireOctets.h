@@ -136,7 +136,10 @@ bool sameValues( const Values& values, const SortedWireOctets<kValueOctets>& wir
 
 // listPlacementHash(): where a table keyed with key places the list whose
 // sorted values have these wire octets: keyed SipHash-1-3 of the octets.
-inline U32 listPlacementHash( const Kel::HashKey& key, std::span<const U8> octets ) noexcept {
+// Out of line: inlined into a caller whose octets sit in a temporary, GCC
+// takes the hash's reads for reads of uninitialized octets.
+[[gnu::noinline]] inline U32 listPlacementHash( const Kel::HashKey& key,
+                                                std::span<const U8> octets ) noexcept {
    return U32( Kel::sipHash13( key, octets.data(), octets.size() ) );
 }
 
@@ -188,7 +191,9 @@ typename List::PtrConst dedupWireOctets( const typename Wire::Table* table, cons
    using Wires = SortedWireOctets<Wire::kOctets>;
    const Wires wire( Wire::kAttribute, octets, length );
    auto same = []( const List& list, const Wires& values ) {
-      return sameValues( list.commVector(), values, Wire::sameAsWire );
+      return sameValues( list.commVector(), values, []( const auto& value, const U8* octets ) {
+         return Wire::sameAsWire( value, octets );
+      } );
    };
    if ( auto found = lookupWireOctets<List>( *table->dedupTable(), wire, same ) ) {
       return found;

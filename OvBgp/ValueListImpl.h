@@ -109,7 +109,8 @@ auto ValueList<List, Wire>::lookupByContent( const Table* table, const Content& 
 template<class List, class Wire>
 auto ValueList<List, Wire>::dedupOctets( const Table* table, const U8* octets, size_t length )
       -> PtrConst {
-   return dedupWireOctets<List, Wire>( table, octets, length, Wire::load );
+   return dedupWireOctets<List, Wire>( table, octets, length,
+                                       []( const U8* in ) { return Wire::load( in ); } );
 }
 
 template<class List, class Wire>
