@@ -25,6 +25,7 @@
 #include "OvBgp/BgpPathAttributeEnums.h"
 #include "OvBgp/OvBgpCommunityListImpl.h"
 #include "OvBgp/OvBgpSerialize.h"
+#include "Routing/Bgp/NetworkOrder.h"
 
 namespace Routing::Bgp {
 
@@ -78,8 +79,21 @@ class SortedWireOctets {
  private:
    static constexpr size_t kLocalOctets = 1024 / kValueOctets * kValueOctets;
 
+   // less(): octet order through big-endian words, which compare as their
+   // octets do; an ordering memcmp is a library call on every hit's check.
    static bool less( const U8* a, const U8* b ) noexcept {
-      return std::memcmp( a, b, kValueOctets ) < 0;
+      static_assert( kValueOctets % 4 == 0 );
+      size_t at = 0;
+      for ( ; at + 8 <= kValueOctets; at += 8 ) {
+         const U64 x = loadU64ntoh( a + at ), y = loadU64ntoh( b + at );
+         if ( x != y ) {
+            return x < y;
+         }
+      }
+      if constexpr ( kValueOctets % 8 == 4 ) {
+         return loadU32ntoh( a + at ) < loadU32ntoh( b + at );
+      }
+      return false;
    }
    static bool inOrder( const U8* octets, size_t length ) noexcept {
       for ( size_t at = kValueOctets; at < length; at += kValueOctets ) {
