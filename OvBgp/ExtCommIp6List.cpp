@@ -23,12 +23,6 @@ namespace {
 constexpr U32 kStowTag = 0x4549364C; // "EI6L"
 constexpr U16 kStowVersion = 1;
 
-void writeWireForm( U8* out, const ExtCommIp6Content& content ) noexcept {
-   out[ 0 ] = content.typeOctet;
-   out[ 1 ] = content.subtypeOctet;
-   std::memcpy( out + 2, content.addr.data(), 16 );
-   storeU16hton( out + 18, content.localAdmin );
-}
 ExtCommIp6Content loadWire( const U8* in ) noexcept {
    return ExtCommIp6Content( in[ 0 ], in[ 1 ], Onet::Ip6Addr( in + 2 ), loadU16ntoh( in + 18 ) );
 }
@@ -43,7 +37,7 @@ struct ExtCommIp6ListWire {
    static constexpr const char* kList = "ExtCommIp6List";
    static constexpr const char* kAssertSource = "OvBgp/ExtCommIp6List";
    static void store( U8* out, const ExtCommIp6::PtrConst& comm ) noexcept {
-      writeWireForm( out, comm->content() );
+      comm->content().storeWire( out );
    }
    static bool sameAsWire( const ExtCommIp6::PtrConst& comm, const U8* in ) noexcept {
       U8 wire[ kOctets ];

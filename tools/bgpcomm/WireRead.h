@@ -1,22 +1,22 @@
-// WireRead.h: big-endian loads from octet buffers, and a bounds-checked cursor
-// for walking a record whose fields must all fit inside it.
+// WireRead.h: a bounds-checked cursor for walking a record whose fields must
+// all fit inside it, over the library's network-order loads.
 //
 //   WireCursor c( body );
 //   U16 afi; if ( !c.u16( &afi ) ) return "record ends inside the AFI";
 #pragma once
 
 #include "Kel/Types.h"
+#include "Routing/Bgp/NetworkOrder.h"
 
 #include <span>
 
 namespace Bgpcomm {
 
-// loadU16() / loadU32(): network-order loads; the caller has checked the bounds.
-inline U16 loadU16( const U8* p ) { return U16( ( p[ 0 ] << 8 ) | p[ 1 ] ); }
-inline U32 loadU32( const U8* p ) {
-   return ( U32( p[ 0 ] ) << 24 ) | ( U32( p[ 1 ] ) << 16 ) | ( U32( p[ 2 ] ) << 8 ) | p[ 3 ];
-}
-inline U64 loadU64( const U8* p ) { return ( U64( loadU32( p ) ) << 32 ) | loadU32( p + 4 ); }
+// loadU16() / loadU32() / loadU64(): the library's network-order loads under
+// the tool's short names; the caller has checked the bounds.
+inline U16 loadU16( const U8* p ) { return Routing::Bgp::loadU16ntoh( p ); }
+inline U32 loadU32( const U8* p ) { return Routing::Bgp::loadU32ntoh( p ); }
+inline U64 loadU64( const U8* p ) { return Routing::Bgp::loadU64ntoh( p ); }
 
 // WireCursor: reads fields front to back; every read fails (returns false and
 // leaves the cursor alone) when the field would run past the end.
