@@ -1,5 +1,7 @@
 #include "KelStow/StoreManager.h"
 
+#include "tests/platform/Kel/ThrownText.h"
+
 #include <gtest/gtest.h>
 
 #include <sys/wait.h>
@@ -58,14 +60,7 @@ std::vector<U64> iota( U64 first, int count ) {
    return v;
 }
 
-std::string message( auto&& fn ) {
-   try {
-      fn();
-   } catch ( const StoreException& e ) {
-      return e.what();
-   }
-   return "no exception";
-}
+std::string message( auto&& fn ) { return thrownText<StoreException>( fn ); }
 
 class StoreManagerFile : public ::testing::Test {
  protected:
@@ -103,14 +98,14 @@ TEST( StoreManager, AddressChecksNameTheOffendingRange ) {
    EXPECT_EQ( "offset " + std::to_string( at ) + " (+17) lies outside the store's " +
                     std::to_string( used ) + " used octets",
               message( [ & ] { store->translate( at, 17 ); } ) );
-   EXPECT_NE( "no exception", message( [ & ] { store->translate( 0 ); } ) ); // the header
-   EXPECT_NE( "no exception", message( [ & ] { store->translate( ~U64( 0 ), 2 ); } ) );
+   EXPECT_NE( "<nothing thrown>", message( [ & ] { store->translate( 0 ); } ) ); // the header
+   EXPECT_NE( "<nothing thrown>", message( [ & ] { store->translate( ~U64( 0 ), 2 ); } ) );
    int outside = 0;
    EXPECT_EQ( "address does not lie inside the store",
               message( [ & ] { store->offsetOf( &outside ); } ) );
    EXPECT_EQ( "allocation alignment 3 is not a power of two",
               message( [ & ] { store->allocate( 8, 3 ); } ) );
-   EXPECT_NE( "no exception", message( [ & ] { store->allocate( ~size_t( 0 ) - 4, 8 ); } ) );
+   EXPECT_NE( "<nothing thrown>", message( [ & ] { store->allocate( ~size_t( 0 ) - 4, 8 ); } ) );
 }
 
 TEST( StoreManager, CheckedRecordRejectsAnotherAnchorOrATruncatedRecord ) {

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <limits>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -98,12 +99,7 @@ TEST( DynamicBuffer, DecimalAndHexAtTheirEdges ) {
    EXPECT_EQ( 20u, OvFmt::writeDecimal( out, std::numeric_limits<U64>::max() ) );
    EXPECT_EQ( "18446744073709551615", std::string( out, 20 ) );
 
-   struct Hex {
-      U64 value;
-      unsigned digits;
-      const char* text;
-   };
-   const Hex hexes[] = {
+   const std::tuple<U64, unsigned, const char*> hexes[] = {
       { 0, 1, "0" },
       { 0, 4, "0000" },
       { 10, 1, "a" },
@@ -113,10 +109,10 @@ TEST( DynamicBuffer, DecimalAndHexAtTheirEdges ) {
       { 0x5, 20, "00000000000000000005" },
       { 0x7, 0, "" },
    };
-   for ( const Hex& h : hexes ) {
+   for ( const auto& [ value, digits, text ] : hexes ) {
       DynamicBuffer<4> buf;
-      buf.appendHex( h.value, h.digits );
-      EXPECT_EQ( h.text, buf.view() ) << h.value << " in " << h.digits << " digits";
+      buf.appendHex( value, digits );
+      EXPECT_EQ( text, buf.view() ) << value << " in " << digits << " digits";
    }
 }
 

@@ -1,20 +1,18 @@
 #include "Routing/Bgp/RouteTarget.h"
 
-#include "Kel/Exception.h"
+#include "tests/platform/Kel/ThrownText.h"
 
 #include <gtest/gtest.h>
+
+#include <tuple>
 
 namespace {
 
 using Routing::Bgp::RouteTarget;
 
 TEST( RouteTarget, PrintsEachLayoutByTypeOctet ) {
-   struct Case {
-      U64 value;
-      const char* plain;
-      const char* asDot;
-   };
-   const Case cases[] = {
+   const std::tuple<U64, const char*, const char*> cases[] = {
+      // value, plain, asdot
       { 0x0002FDE800000064ull, "65000:100", "65000:100" },
       { 0x0002FFFFFFFFFFFFull, "65535:4294967295", "65535:4294967295" },
       { 0x0102C00002010005ull, "192.0.2.1:5", "192.0.2.1:5" },
@@ -25,12 +23,12 @@ TEST( RouteTarget, PrintsEachLayoutByTypeOctet ) {
       { 0x0003FDE800000064ull, "0x0003fde800000064", "0x0003fde800000064" }, // not a target
       { 0x4002000000000001ull, "0x4002000000000001", "0x4002000000000001" }, // non-transitive
    };
-   for ( const Case& c : cases ) {
-      RouteTarget rt( c.value );
-      EXPECT_EQ( c.plain, rt.toStrep( false ) );
-      EXPECT_EQ( c.asDot, rt.toStrep( true ) );
-      EXPECT_EQ( rt, RouteTarget::fromStrep( c.plain ) ) << c.plain;
-      EXPECT_EQ( rt, RouteTarget::fromStrep( c.asDot ) ) << c.asDot;
+   for ( const auto& [ value, plain, asDot ] : cases ) {
+      RouteTarget rt( value );
+      EXPECT_EQ( plain, rt.toStrep( false ) );
+      EXPECT_EQ( asDot, rt.toStrep( true ) );
+      EXPECT_EQ( rt, RouteTarget::fromStrep( plain ) ) << plain;
+      EXPECT_EQ( rt, RouteTarget::fromStrep( asDot ) ) << asDot;
    }
 }
 
@@ -56,12 +54,8 @@ TEST( RouteTarget, RejectsMalformedTextWithPreciseMessages ) {
       { "0x000200000000000g", "expected 0x and 16 hex digits" },
    };
    for ( const auto& [ text, message ] : cases ) {
-      try {
-         RouteTarget::fromStrep( text );
-         ADD_FAILURE() << "parsed " << text;
-      } catch ( const Kel::RangeException& e ) {
-         EXPECT_EQ( std::string( "RouteTarget '" ) + text + "': " + message, e.what() );
-      }
+      EXPECT_EQ( std::string( "RouteTarget '" ) + text + "': " + message,
+                 thrownText<Kel::RangeException>( [ & ] { RouteTarget::fromStrep( text ); } ) );
    }
 }
 
