@@ -28,8 +28,7 @@ TEST( Bgpcomm, MrtExitStatusSaysWhetherEverythingWasRead ) {
    size_t ribAt = b.size();
    addRib( b, 2, { 10, 1, 0, 0 }, 24,
            { { 0, pathAttributes( { { 8, hexOctets( "fde800" ) } } ) } } );
-   std::string bad = tempPath( "bad.mrt" );
-   writeFile( bad, b.data() );
+   std::string bad = tempFile( "bad.mrt", b.data() );
    std::string missing = tempPath( "missing.mrt" );
 
    Invocation withProblem = runTool( { "mrt", bad } );

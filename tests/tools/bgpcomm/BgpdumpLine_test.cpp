@@ -6,48 +6,18 @@ namespace BgpcommTest {
 namespace {
 
 // The records of tests/data/mrt/ were written by hand from RFC 6396; the
-// lines are what Debian's bgpdump 1.6 prints for them (`bgpdump -m -l`).
-TEST( BgpdumpLine, HandWrittenRfcRecordsGiveBgpdumpsLines ) {
-   struct Case {
-      const char* fixture;
-      std::string lines;
-   } cases[] = {
-      { "table-dump-ipv4",
-        "TABLE_DUMP|1015000000|B|198.51.100.1|65000|192.0.2.0/24|65000 65001 65002 "
-        "{65003,65004}|IGP|198.51.100.1|200|100|65000:100 no-export no-advertise||AG|65002 "
-        "198.51.100.2|\n"
-        "TABLE_DUMP|1015000000|B|198.51.100.2|65010|10.0.0.0/8|(65010 65011) [65012] 1 "
-        "2|INCOMPLETE|198.51.100.2|0|0|1:65535 65535:666 local-AS|65010:1:2|NAG||\n" },
-      { "table-dump-ipv6",
-        "TABLE_DUMP|1015000000|B|2001:db8::1|65000|2001:db8:1::/48|65000 1 2 "
-        "3|EGP|2001:db8::1|0|5|65000:1 65000:2||NAG||\n" },
-      { "bgp4mp-et",
-        "BGP4MP_ET|1500000000.123456|W|198.51.100.5|200000|198.51.101.0/24\n"
-        "BGP4MP_ET|1500000000.123456|A|198.51.100.5|200000|192.0.2.0/24|200000 4200000001 "
-        "65001|IGP|198.51.100.5|0|0|3:10 65000:100|200000:1:2|NAG||\n"
-        "BGP4MP_ET|1500000000.123456|A|198.51.100.5|200000|10.1.0.0/16|200000 4200000001 "
-        "65001|IGP|198.51.100.5|0|0|3:10 65000:100|200000:1:2|NAG||\n"
-        "BGP4MP_ET|1500000001.000007|W|2001:db8::5|200000|2001:db8:2::/48\n"
-        "BGP4MP_ET|1500000001.000007|A|2001:db8::5|200000|2001:db8::/32|200000|IGP|2001:db8::5|"
-        "0|0|3:3392||NAG||\n"
-        "BGP4MP_ET|1500000002.999999|STATE|198.51.100.5|200000|5|6\n" },
-      // AS4_PATH merged (RFC 6793), ignored behind a 2-octet aggregator.
-      { "bgp4mp-as4-path",
-        "BGP4MP|1000000000|A|198.51.100.9|65001|203.0.113.0/24|65001 200000 300000 1 "
-        "{2,400000}|IGP|198.51.100.9|0|0|||NAG|200000 198.51.100.9|\n"
-        "BGP4MP|1000000001|A|198.51.100.9|65001|203.0.114.0/24|65001 23456|IGP|198.51.100.9|0|0|"
-        "||NAG|5 198.51.100.9|\n"
-        "BGP4MP|1000000002|A|198.51.100.9|65001|203.0.115.0/24|(7 8) 1 "
-        "200000|IGP|198.51.100.9|0|0|||NAG||\n" },
-   };
-   for ( const Case& c : cases ) {
-      std::string file = hexFixture( c.fixture );
+// interop test holds their lines against Debian's bgpdump. Here they read
+// without a problem (under the sanitizers too).
+TEST( BgpdumpLine, HandWrittenRfcRecordsReadWithoutAProblem ) {
+   for ( const char* fixture :
+         { "table-dump-ipv4", "table-dump-ipv6", "bgp4mp-et", "bgp4mp-as4-path" } ) {
+      std::string file = hexFixture( fixture );
       if ( file.empty() )
          GTEST_SKIP() << "OVBGP_SOURCE_DIR not set";
       Invocation r = runTool( { "mrt", "--bgpdump", file } );
-      EXPECT_EQ( r.status, 0 ) << c.fixture;
-      EXPECT_EQ( r.err, "" ) << c.fixture;
-      EXPECT_EQ( r.out, c.lines ) << c.fixture;
+      EXPECT_EQ( r.status, 0 ) << fixture;
+      EXPECT_EQ( r.err, "" ) << fixture;
+      EXPECT_NE( r.out, "" ) << fixture;
    }
    // The same routes through the library's lists: every kind in its column.
    Invocation lists = runTool( { "mrt", hexFixture( "table-dump-ipv4" ) } );
@@ -97,7 +67,8 @@ TEST( BgpdumpLine, PeerAndPrefixSelectRoutesTogether ) {
 }
 
 // Add-path routes of one prefix from one peer differ only by their path id:
-// each is its own route, and the id is shown in every form.
+// each is its own route, and the id is shown in every form (the interop
+// test checks bgpdump's).
 TEST( BgpdumpLine, AddPathRoutesKeepTheirPathIdInEveryForm ) {
    std::string real = sourceFile( "../shared/mrt/ris-bview.ipv4_unicast_add_path.gz" );
    if ( real.empty() || readText( real ).empty() )
@@ -117,11 +88,6 @@ TEST( BgpdumpLine, AddPathRoutesKeepTheirPathIdInEveryForm ) {
               "\"peerAs\": 65015}\n"
               "{\"prefix\": \"10.0.10.0/24\", \"pathId\": 38, \"peer\": \"10.0.15.1\", "
               "\"peerAs\": 65015}\n" );
-   EXPECT_EQ( firstTwo( { "--bgpdump" } ),
-              "TABLE_DUMP2_AP|1452168107|B|10.0.15.1|65015|10.0.10.0/24|36|65015 65014 65013 "
-              "65012 65011|IGP|10.0.15.1|100|0|||NAG||\n"
-              "TABLE_DUMP2_AP|1452168107|B|10.0.15.1|65015|10.0.10.0/24|38|65015 65014 65013 "
-              "65012 65011 65010|IGP|10.0.15.1|100|0|||NAG||\n" );
 }
 
 // bgpdump prints no line for multicast and RIB_GENERIC table dump records;
@@ -131,8 +97,7 @@ TEST( BgpdumpLine, OnlyUnicastTableDumpRecordsGiveLines ) {
    addPeerIndexTable( b, { { { 192, 0, 2, 1 }, 65001, false } } );
    for ( U16 subtype : { 2, 3 } )
       addRib( b, subtype, { 10, 1, 0, 0 }, 24, { { 0, pathAttributes( {} ) } } );
-   std::string file = tempPath( "multicast.mrt" );
-   writeFile( file, b.data() );
+   std::string file = tempFile( "multicast.mrt", b.data() );
    Invocation lines = runTool( { "mrt", "--bgpdump", file } );
    EXPECT_EQ( lines.out.rfind( "TABLE_DUMP2|" ), 0u ) << lines.out;
    EXPECT_EQ( std::count( lines.out.begin(), lines.out.end(), '\n' ), 1 );

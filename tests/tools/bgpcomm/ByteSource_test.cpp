@@ -19,11 +19,6 @@ Octets pattern( size_t n ) {
    return o;
 }
 
-Octets gzipOf( const Octets& data ) { return compressedAs( data, Compression::gzip ); }
-Octets bzip2Of( const Octets& data ) { return compressedAs( data, Compression::bzip2 ); }
-Octets xzOf( const Octets& data ) { return compressedAs( data, Compression::xz ); }
-Octets zstdOf( const Octets& data ) { return compressedAs( data, Compression::zstd ); }
-
 Octets twice( const Octets& o ) {
    Octets t = o;
    t.insert( t.end(), o.begin(), o.end() );
@@ -52,37 +47,29 @@ Octets readAll( const std::string& path, bool threaded, Compression* seen = null
    return all;
 }
 
-std::string fileWith( const Octets& o, const char* name ) {
-   std::string path = tempPath( name );
-   writeFile( path, o );
-   return path;
-}
+const Compression kCompressed[] = { Compression::gzip, Compression::bzip2, Compression::xz,
+                                    Compression::zstd };
 
 TEST( ByteSource, EveryFormGivesTheSameOctetsChosenByMagicNotName ) {
    Octets data = pattern( 700000 );
-   Octets gz = gzipOf( data );
-   Octets padded = gz;
+   Octets padded = compressedAs( data, Compression::gzip );
    padded.insert( padded.end(), 512, 0 ); // ends the data quietly
    struct Case {
       Octets file;
       Compression compression;
       Octets expected;
-   } cases[] = {
-      { data, Compression::none, data },
-      { gz, Compression::gzip, data },
-      { twice( gz ), Compression::gzip, twice( data ) }, // members back to back
-      { padded, Compression::gzip, data },
-      { bzip2Of( data ), Compression::bzip2, data },
-      { twice( bzip2Of( data ) ), Compression::bzip2, twice( data ) },
-      { xzOf( data ), Compression::xz, data },
-      { twice( xzOf( data ) ), Compression::xz, twice( data ) },
-      { zstdOf( data ), Compression::zstd, data },
-      { twice( zstdOf( data ) ), Compression::zstd, twice( data ) },
-      { Octets{ 0x1f }, Compression::none, Octets{ 0x1f } },
-      { Octets{}, Compression::none, Octets{} },
    };
+   std::vector<Case> cases = { { data, Compression::none, data },
+                               { padded, Compression::gzip, data },
+                               { Octets{ 0x1f }, Compression::none, Octets{ 0x1f } },
+                               { Octets{}, Compression::none, Octets{} } };
+   for ( Compression c : kCompressed ) {
+      // One member or stream, and two back to back.
+      cases.push_back( { compressedAs( data, c ), c, data } );
+      cases.push_back( { twice( cases.back().file ), c, twice( data ) } );
+   }
    for ( const Case& c : cases ) {
-      std::string path = fileWith( c.file, "a.mrt.gz" );
+      std::string path = tempFile( "a.mrt.gz", c.file );
       for ( bool threaded : { false, true } ) {
          Compression seen;
          EXPECT_EQ( readAll( path, threaded, &seen ), c.expected )
@@ -94,33 +81,26 @@ TEST( ByteSource, EveryFormGivesTheSameOctetsChosenByMagicNotName ) {
 
 TEST( ByteSource, CutOrCorruptDataIsReportedAfterTheOctetsBeforeIt ) {
    Octets data = pattern( 700000 );
-   struct Case {
-      Octets compressed;
-      const char* name;
-   } cases[] = { { gzipOf( data ), "gzip" },
-                 { bzip2Of( data ), "bzip2" },
-                 { xzOf( data ), "xz" },
-                 { zstdOf( data ), "zstd" } };
-   for ( const Case& c : cases ) {
-      const Octets& z = c.compressed;
+   for ( Compression c : kCompressed ) {
+      const Octets z = compressedAs( data, c );
+      const std::string name = compressionName( c );
       Octets cut( z.begin(), z.begin() + long( z.size() * 3 / 4 ) );
       Octets bad = z;
       for ( size_t i = z.size() / 2; i < z.size() / 2 + 40; ++i )
          bad[ i ] ^= 0x5a;
       for ( bool threaded : { false, true } ) {
          for ( const Octets& file : { std::cref( cut ), std::cref( bad ) } ) {
-            std::string cause = &file == &cut ? c.name + std::string( " data is truncated" )
-                                              : "corrupt " + std::string( c.name );
+            std::string cause = &file == &cut ? name + " data is truncated" : "corrupt " + name;
             std::string error;
-            Octets got = readAll( fileWith( file, "bad.bin" ), threaded, nullptr, &error );
-            EXPECT_NE( error.find( cause ), std::string::npos ) << c.name << ": " << error;
-            if ( &file == &bad && std::string( c.name ) != "bzip2" ) {
+            Octets got = readAll( tempFile( "bad.bin", file ), threaded, nullptr, &error );
+            EXPECT_NE( error.find( cause ), std::string::npos ) << name << ": " << error;
+            if ( &file == &bad && c != Compression::bzip2 ) {
                continue; // only bzip2 checks its output before the stream's end
             }
             // What came before the fault is handed out, and is right.
-            ASSERT_LE( got.size(), data.size() ) << c.name;
-            EXPECT_TRUE( std::equal( got.begin(), got.end(), data.begin() ) ) << c.name;
-            EXPECT_GE( got.size(), 250000u ) << c.name << ": " << error;
+            ASSERT_LE( got.size(), data.size() ) << name;
+            EXPECT_TRUE( std::equal( got.begin(), got.end(), data.begin() ) ) << name;
+            EXPECT_GE( got.size(), 250000u ) << name << ": " << error;
          }
       }
    }
@@ -134,8 +114,8 @@ TEST( ByteSource, CutOrCorruptDataIsReportedAfterTheOctetsBeforeIt ) {
 // The pipeline's ring is three 4 MB buffers: 13 MB go round it more than once.
 TEST( ByteSourceConcurrency, PipelinedInflatingHandsOutEveryOctetAndStopsMidFile ) {
    Octets data = pattern( 13 << 20 );
-   for ( const Octets& file : { gzipOf( data ), bzip2Of( data ) } ) {
-      std::string path = fileWith( file, "big.bin" );
+   for ( Compression c : { Compression::gzip, Compression::bzip2 } ) {
+      std::string path = tempFile( "big.bin", compressedAs( data, c ) );
       EXPECT_EQ( readAll( path, true ), data );
       // Going away after one chunk stops the reader and the block workers.
       ByteSource src( path, ByteSource::Options{ true, 2 } );

@@ -3,6 +3,8 @@
 #include "tools/bgpcomm/CommunityInput.h"
 #include "tools/bgpcomm/HexText.h"
 
+#include "tests/platform/Kel/ThrownText.h"
+
 #include <gtest/gtest.h>
 
 namespace BgpcommTest {
@@ -15,12 +17,7 @@ std::string hexOf( const std::vector<U8>& o ) {
 }
 
 std::string errorOf( const char* input ) {
-   try {
-      parseCommunityInput( input );
-   } catch ( const CommunityInputError& e ) {
-      return e.what();
-   }
-   return "(accepted)";
+   return thrownText<CommunityInputError>( [ & ] { parseCommunityInput( input ); } );
 }
 
 TEST( CommunityInput, BareCommunitiesAreKnownByTheirLength ) {

@@ -34,10 +34,10 @@ TEST( ListText, TextsAreTheLibrarysFormsForEveryListOfTheSample ) {
       RouteCollector got;
       MrtReader( got ).readFile( sample );
       ASSERT_EQ( got.routes.size(), 33u );
-      for ( const CollectedRoute& r : got.routes ) {
+      for ( const auto& route : got.communities ) {
          for ( size_t k = 0; k < communityKindCount; ++k ) {
-            if ( !r.communities[ k ].empty() )
-               lists[ k ].push_back( hexOctets( r.communities[ k ] ) );
+            if ( !route[ k ].empty() )
+               lists[ k ].push_back( hexOctets( route[ k ] ) );
          }
       }
    }

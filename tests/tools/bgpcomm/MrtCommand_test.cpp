@@ -89,12 +89,11 @@ TEST( MrtCommand, EveryFormAndJobCountGivesTheSameRoutesInFileOrder ) {
    std::vector<U8> halves = compressedAs( std::span( octets ).first( 50001 ), Compression::gzip );
    std::vector<U8> second = compressedAs( std::span( octets ).subspan( 50001 ), Compression::gzip );
    halves.insert( halves.end(), second.begin(), second.end() );
-   std::vector<std::string> files = { plain, tempPath( "two-members.gz" ) };
-   writeFile( files.back(), halves );
+   std::vector<std::string> files = { plain, tempFile( "two-members.gz", halves ) };
    for ( Compression c :
          { Compression::gzip, Compression::bzip2, Compression::xz, Compression::zstd } ) {
-      files.push_back( tempPath( std::string( "forms." ) + compressionName( c ) ) );
-      writeFile( files.back(), compressedAs( octets, c ) );
+      files.push_back(
+            tempFile( std::string( "forms." ) + compressionName( c ), compressedAs( octets, c ) ) );
    }
    Invocation alone = runTool( { "mrt", plain } );
    ASSERT_EQ( alone.status, 0 ) << alone.err;
@@ -118,8 +117,7 @@ TEST( MrtCommand, EveryFormAndJobCountGivesTheSameRoutesInFileOrder ) {
    EXPECT_NE( statsOne.find( "routes: 18000\n" ), std::string::npos ) << statsOne;
 
    std::vector<U8> gz = compressedAs( octets, Compression::gzip );
-   std::string cut = tempPath( "cut.gz" );
-   writeFile( cut, std::span( gz ).first( gz.size() / 2 ) );
+   std::string cut = tempFile( "cut.gz", std::span( gz ).first( gz.size() / 2 ) );
    Invocation r = runTool( { "mrt", "-j", "4", plain, cut, plain } );
    EXPECT_EQ( r.status, 3 );
    EXPECT_EQ( r.err.rfind( cut + ": record at offset ", 0 ), 0u ) << r.err;

@@ -20,18 +20,20 @@
 namespace BgpcommTest {
 
 void RouteCollector::route( const MrtRoute& route ) {
-   CollectedRoute r;
-   r.recordOffset = route.recordOffset;
-   r.prefix = route.prefix;
-   r.peer = route.peer;
-   r.peerAs = route.peerAs;
-   for ( size_t i = 0; i < communityKindCount; ++i )
-      appendHex( r.communities[ i ], route.communities[ i ] );
-   routes.push_back( std::move( r ) );
+   std::string& line = routes.emplace_back( route.prefix );
+   line += " " + std::string( route.peer ) + " " + std::to_string( route.peerAs );
+   auto& hex = communities.emplace_back();
+   const char* kinds[] = { " std=", " ext=", " large=", " ip6=" };
+   for ( size_t k = 0; k < communityKindCount; ++k ) {
+      appendHex( hex[ k ], route.communities[ k ] );
+      if ( !hex[ k ].empty() )
+         line += kinds[ k ] + hex[ k ];
+   }
 }
 
 void RouteCollector::problem( const MrtProblem& problem ) {
-   problems.push_back( { problem.recordOffset, problem.reason, problem.recordSkipped } );
+   problems.push_back( "@" + std::to_string( problem.recordOffset ) +
+                       ( problem.recordSkipped ? " " : " kept: " ) + problem.reason );
 }
 
 std::string tempPath( const std::string& name ) {
@@ -40,14 +42,15 @@ std::string tempPath( const std::string& name ) {
           std::to_string( counter++ ) + "-" + name;
 }
 
-void writeFile( const std::string& path, std::span<const U8> octets ) {
+std::string tempFile( const std::string& name, std::span<const U8> octets ) {
+   std::string path = tempPath( name );
    std::ofstream out( path, std::ios::binary );
    out.write( reinterpret_cast<const char*>( octets.data() ), std::streamsize( octets.size() ) );
+   return path;
 }
 
 MrtFileSummary readMrtBytes( std::span<const U8> octets, RouteCollector& into ) {
-   std::string path = tempPath( "input.mrt" );
-   writeFile( path, octets );
+   std::string path = tempFile( "input.mrt", octets );
    MrtFileSummary s = MrtReader( into ).readFile( path );
    ::unlink( path.c_str() );
    return s;
@@ -162,9 +165,7 @@ std::string hexFixture( const std::string& name ) {
       else if ( !comment && !std::isspace( U8( c ) ) )
          hex += c;
    }
-   std::string path = tempPath( name + ".mrt" );
-   writeFile( path, hexOctets( hex ) );
-   return path;
+   return tempFile( name + ".mrt", hexOctets( hex ) );
 }
 
 std::vector<U8> compressedAs( std::span<const U8> octets, Compression c ) {

@@ -1,9 +1,9 @@
-// MrtTestSupport.h: what the bgpcomm tests share: a sink that keeps copies of
-// everything the reader hands out, temporary files, and builders for the
-// records the tests feed the reader.
+// MrtTestSupport.h: what the bgpcomm tests share: a sink that keeps, as
+// text, everything the reader hands out, temporary files, and builders for
+// the records the tests feed the reader.
 //
 //   RouteCollector got; readMrtBytes( builder.data(), got );
-//   EXPECT_EQ( got.routes[ 0 ].prefix, "10.1.0.0/24" );
+//   EXPECT_EQ( got.routes[ 0 ], "10.1.0.0/24 192.0.2.1 65001 std=fde80064" );
 #pragma once
 
 #include "tools/bgpcomm/Inflater.h"
@@ -20,41 +20,24 @@ namespace BgpcommTest {
 
 using namespace Bgpcomm;
 
-// CollectedRoute: an MrtRoute with owned text; communities as hex ("" absent).
-struct CollectedRoute {
-   U64 recordOffset = 0;
-   std::string prefix;
-   std::string peer;
-   U32 peerAs = 0;
-   std::array<std::string, communityKindCount> communities;
-
-   const std::string& community( CommunityKind kind ) const {
-      return communities[ communityKindIndex( kind ) ];
-   }
-};
-
-// CollectedProblem
-struct CollectedProblem {
-   U64 recordOffset = 0;
-   std::string reason;
-   bool recordSkipped = false;
-};
-
-// RouteCollector
+// RouteCollector: a line per route ("prefix peer peerAs", then each
+// community kind present as kind=hex) and per problem ("@offset reason",
+// "kept: " before the reason when the rest of the record still counts);
+// and each route's community attributes as hex ("" absent).
 class RouteCollector : public MrtRouteSink {
  public:
    void route( const MrtRoute& route ) override;
    void problem( const MrtProblem& problem ) override;
 
-   std::vector<CollectedRoute> routes;
-   std::vector<CollectedProblem> problems;
+   std::vector<std::string> routes, problems;
+   std::vector<std::array<std::string, communityKindCount>> communities;
 };
 
 // tempPath(): a fresh path in the test temporary directory.
 std::string tempPath( const std::string& name );
 
-// writeFile()
-void writeFile( const std::string& path, std::span<const U8> octets );
+// tempFile(): the octets written to a fresh temporary file; its path.
+std::string tempFile( const std::string& name, std::span<const U8> octets );
 
 // readMrtBytes(): writes the octets to a temporary file and reads it.
 MrtFileSummary readMrtBytes( std::span<const U8> octets, RouteCollector& into );

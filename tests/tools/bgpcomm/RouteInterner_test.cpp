@@ -11,12 +11,10 @@ namespace {
 
 using namespace Routing::Bgp;
 
-std::vector<U8> extended( std::initializer_list<U64> values ) {
-   std::vector<U8> o;
-   for ( U64 v : values ) {
-      for ( int i = 7; i >= 0; --i )
-         o.push_back( U8( v >> ( 8 * i ) ) );
-   }
+// extended(): one extended community value as its attribute octets.
+std::vector<U8> extended( U64 value ) {
+   std::vector<U8> o( 8 );
+   storeU64hton( o.data(), value );
    return o;
 }
 
@@ -41,9 +39,9 @@ TEST( RouteInterner, SameValuesInAnyOrderWithRepeatsAreOneListOfSortedUniqueValu
    EXPECT_EQ( large1->comms(), 2u );
    EXPECT_EQ( ( *large1->commVectorRawPtr() )[ 0 ], Acl::CommunityValue( 65000, 0, 9 ) );
 
-   auto ext1 = interner.extCommunities( extended( { 0x4004fde84e6e6b28, 0x0002fde800000064 } ) );
+   auto ext1 = interner.extCommunities( hexOctets( "4004fde84e6e6b28 0002fde800000064" ) );
    auto ext2 = interner.extCommunities(
-         extended( { 0x0002fde800000064, 0x4004fde84e6e6b28, 0x0002fde800000064 } ) );
+         hexOctets( "0002fde800000064 4004fde84e6e6b28 0002fde800000064" ) );
    ASSERT_TRUE( ext1 );
    EXPECT_EQ( ext1, ext2 );
    ASSERT_EQ( ext1->comms(), 2u );
@@ -110,9 +108,9 @@ TEST( RouteInterner, ManyExtendedListsAreEachBuiltOnceAndFoundAgain ) {
    constexpr U64 lists = 6000;
    std::vector<ExtCommList::PtrConst> first;
    for ( U64 i = 0; i < lists; ++i )
-      first.push_back( interner.extCommunities( extended( { 0x0002fde800000000 | i } ) ) );
+      first.push_back( interner.extCommunities( extended( 0x0002fde800000000 | i ) ) );
    for ( U64 i = 0; i < lists; ++i )
-      ASSERT_EQ( interner.extCommunities( extended( { 0x0002fde800000000 | i } ) ), first[ i ] );
+      ASSERT_EQ( interner.extCommunities( extended( 0x0002fde800000000 | i ) ), first[ i ] );
    EXPECT_EQ( tables.extCommList()->dedupTable()->size(), lists );
    EXPECT_EQ( tables.extComm()->dedupTable()->size(), lists );
    EXPECT_EQ( interner.listsBuilt(), lists );
