@@ -7,56 +7,23 @@
 #include <gtest/gtest.h>
 
 #include "OvBgp/CommunityListMatch.h"
-#include "OvBgp/ExtCommIp6DedupTable.h"
-#include "OvBgp/Parse/ExtCommContainer.h"
 #include "Routing/Bgp/OvBgpGlobals.h"
-#include "tests/OvBgp/ExtCommIp6TestRule.h"
-#include "tests/OvBgp/TestSupport.h"
+#include "tests/OvBgp/ListKinds.h"
 
 namespace Routing::Bgp {
 namespace {
 
-// Kinds: value i of each kind (65000:i in its form) and the pattern of
-// values lo..hi; the value tables the extended kinds intern through.
-struct Kinds {
-   Kinds()
-         : container( bgpParseExtCommContainerSmFactory() ),
-           extValues( extCommDedupTableFactory( container->extCommParser() ) ),
-           ip6Values( extCommIp6DedupTableFactory( ip6Rule.top ) ) {}
-
-   U32 value( CommList*, U32 i ) const { return 65000u << 16 | i; }
-   Acl::CommunityValue value( LargeCommList*, U32 i ) const { return { 65000, i, 0 }; }
-   ExtComm::PtrConst value( ExtCommList*, U32 i ) const {
-      return ExtComm::dedupContent( extValues.ptr(), ExtCommContent( 0x0002fde800000000 | i ) );
-   }
-   ExtCommIp6::PtrConst value( ExtCommIp6List*, U32 i ) const {
-      return ExtCommIp6::dedupContent(
-            ip6Values.ptr(),
-            ExtCommIp6Content( 0, 2, Onet::Ip6Addr::parse( "2001:db8::1" ), U16( i ) ) );
-   }
-   static std::string range( CommList*, const std::string& r ) { return "65000:" + r; }
-   static std::string range( LargeCommList*, const std::string& r ) { return "65000:" + r + ":0"; }
-   static std::string range( ExtCommList*, const std::string& r ) { return "RT:65000:" + r; }
-   static std::string range( ExtCommIp6List*, const std::string& r ) {
-      return "RT:2001:db8::1:" + r;
-   }
-
-   BgpParseExtCommContainerSm::Ptr container;
-   ExtCommDedupTable::Ptr extValues;
-   Testing::TestIp6Rule ip6Rule;
-   ExtCommIp6DedupTable::Ptr ip6Values;
-};
-
-template<class List>
+template<class K>
 class CommunityListEditTest : public ::testing::Test {
  protected:
+   using List = typename K::List;
    using Traits = CommunityListTraits<List>;
    using Edit = CommunityListEdit<List>;
 
    std::vector<typename Traits::Value> values( std::initializer_list<U32> is ) const {
       std::vector<typename Traits::Value> out;
       for ( U32 i : is ) {
-         out.push_back( kinds_.value( static_cast<List*>( nullptr ), i ) );
+         out.push_back( kind_.member( K::numbered( i ) ) );
       }
       return out;
    }
@@ -64,15 +31,16 @@ class CommunityListEditTest : public ::testing::Test {
       return Traits::intern( table_.ptr(), values( is ) );
    }
    CommunityPattern pattern( const std::string& r ) const {
-      return CommunityPattern( Kinds::range( static_cast<List*>( nullptr ), r ) );
+      return CommunityPattern( K::pattern( r ) );
    }
    size_t members() const { return table_->dedupTable()->size(); }
 
-   Kinds kinds_;
-   Kel::Ptr<typename Traits::Table> table_ = Kel::makeActivePtr<typename Traits::Table>();
+   K kind_;
+   const Kel::Ptr<typename Traits::Table>& table_ = kind_.lists;
 };
 
-using ListKinds = ::testing::Types<CommList, LargeCommList, ExtCommList, ExtCommIp6List>;
+using ListKinds =
+      ::testing::Types<Testing::Standard, Testing::Large, Testing::Extended, Testing::Ip6Extended>;
 TYPED_TEST_SUITE( CommunityListEditTest, ListKinds );
 
 TYPED_TEST( CommunityListEditTest, EditsReturnTheInternedResultOrTheListItself ) {
@@ -81,7 +49,7 @@ TYPED_TEST( CommunityListEditTest, EditsReturnTheInternedResultOrTheListItself )
    const auto& table = this->table_;
    const struct {
       typename Edit::Ptr edit;
-      typename TypeParam::PtrConst expected;
+      typename TestFixture::List::PtrConst expected;
    } rows[] = {
       { Edit::addIs( table, this->values( { 4, 2 } ) ), this->intern( { 1, 2, 3, 4 } ) },
       { Edit::addIs( table, this->values( { 3 } ) ), list },
@@ -109,7 +77,8 @@ TYPED_TEST( CommunityListEditTest, MemoIsBoundedAndForgetsListsThatLeaveTheirTab
    using Edit = typename TestFixture::Edit;
    auto add = Edit::addIs( this->table_, this->values( { 9 } ) );
    auto drop = Edit::deleteMatchingIs( this->table_, this->pattern( "9" ), 2 );
-   auto match = CommunityListMatch<TypeParam>::patternIs( this->table_, this->pattern( "9" ) );
+   auto match = CommunityListMatch<typename TestFixture::List>::patternIs( this->table_,
+                                                                           this->pattern( "9" ) );
    const size_t before = this->members();
    {
       auto list = this->intern( { 1 } );
@@ -128,7 +97,7 @@ TYPED_TEST( CommunityListEditTest, MemoIsBoundedAndForgetsListsThatLeaveTheirTab
    EXPECT_EQ( drop->remembered(), 0u );
    EXPECT_EQ( match->remembered(), 0u );
 
-   std::vector<typename TypeParam::PtrConst> lists;
+   std::vector<typename TestFixture::List::PtrConst> lists;
    for ( U32 i = 1; i <= 3; ++i ) {
       lists.push_back( this->intern( { i, 9 } ) );
       drop->apply( lists.back() );

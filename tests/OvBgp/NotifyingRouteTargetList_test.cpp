@@ -118,14 +118,12 @@ TEST( NotifyingRouteTargetList, DumpIndentsHeaderAndMembers ) {
    list->rtIs( rtA );
    list->rtIs( rtB );
    // Members print in the set's own order.
-   std::vector<std::string> texts;
-   for ( const RouteTarget& rt : *list ) {
-      texts.push_back( rt.toStrep( false ) );
-   }
-   EXPECT_EQ( ( std::set<std::string>{ "65000:100", "192.0.2.1:42" } ),
-              std::set<std::string>( texts.begin(), texts.end() ) );
    auto members = [ & ]( const std::string& indent ) {
-      return indent + texts[ 0 ] + "\n" + indent + texts[ 1 ] + "\n";
+      std::string out;
+      for ( const RouteTarget& rt : *list ) {
+         out += indent + rt.toStrep( false ) + "\n";
+      }
+      return out;
    };
    Bex::DumpContext onStack;
    list->dumpState( onStack, 3 );

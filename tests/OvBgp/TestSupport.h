@@ -1,8 +1,6 @@
 // tests/OvBgp/TestSupport.h: small helpers the value and list tests share:
-// octets as hex text and back, the one-at-a-time hash written out, what
-// a call throws,
-// death-test patterns, the TSan load factor and lists interned from four
-// threads at once.
+// octets as hex text and back, what a call throws, death-test patterns, a
+// run on four threads and the TSan load factor.
 //
 //   EXPECT_EQ( hex( list->serialize() ), "c00800" );
 //   EXPECT_DEATH( f(), assertionPattern( "commVectorSorted()", "OvBgp/CommList" ) );
@@ -10,11 +8,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <atomic>
-#include <barrier>
-#include <cstdint>
-#include <random>
 #include <string>
 #include <thread>
 #include <vector>
@@ -40,20 +33,6 @@ inline std::string octets( const std::string& digits ) {
       out += char( std::stoi( digits.substr( i, 2 ), nullptr, 16 ) );
    }
    return out;
-}
-
-// oneAtATime(): the one-at-a-time hash over octets, as the values and
-// lists define their hash.
-inline std::uint32_t oneAtATime( const std::vector<std::uint8_t>& octets ) {
-   std::uint32_t h = 0;
-   for ( std::uint8_t o : octets ) {
-      h += o;
-      h += h << 10;
-      h ^= h >> 6;
-   }
-   h += h << 3;
-   h ^= h >> 11;
-   return h + ( h << 15 );
 }
 
 // messageOf(): the text of the E that fn throws, or "<nothing thrown>".
@@ -115,49 +94,5 @@ constexpr int kThreadLoad = 1;
 #else
 constexpr int kThreadLoad = 1;
 #endif
-
-// internFromFourThreads(): four threads intern lists of overlapping
-// contents in shuffled orders with one member twice, dropping most at once
-// (racing each other's releases) and checking their members, and hold one
-// of each per round, which must then be the same object in every thread.
-// The list table is empty at the end.
-template<class Table, class Value, class Build>
-void internFromFourThreads( const Table& table, const std::vector<std::vector<Value>>& contents,
-                            Build build ) {
-   ASSERT_TRUE( table->dedupTable()->threadSafe() );
-   using Held = decltype( build( contents[ 0 ] )->dedup( table.ptr() ) );
-   std::vector<std::vector<Held>> held( 4, std::vector<Held>( contents.size() ) );
-   std::barrier sync( 4 );
-   std::atomic<int> mismatches{ 0 };
-   onFourThreads( [ & ]( int t ) {
-      std::mt19937 rng( t );
-      for ( int round = 0; round < 40 / kThreadLoad; ++round ) {
-         for ( int i = 0; i < 200; ++i ) {
-            std::vector<Value> v = contents[ rng() % contents.size() ];
-            v.push_back( v[ rng() % v.size() ] );
-            std::shuffle( v.begin(), v.end(), rng );
-            auto list = build( v )->dedup( table.ptr() );
-            bool right = list->comms() == v.size() - 1;
-            for ( const Value& value : v ) {
-               right = right && list->comm( value );
-            }
-            mismatches += !right;
-         }
-         for ( size_t k = 0; k < contents.size(); ++k ) {
-            std::vector<Value> v = contents[ k ];
-            std::shuffle( v.begin(), v.end(), rng );
-            held[ t ][ k ] = build( v )->dedup( table.ptr() );
-         }
-         sync.arrive_and_wait();
-         for ( size_t k = 0; k < contents.size(); ++k ) {
-            mismatches += held[ t ][ k ] != held[ ( t + 1 ) % 4 ][ k ];
-         }
-         sync.arrive_and_wait();
-         held[ t ].assign( contents.size(), nullptr );
-      }
-   } );
-   EXPECT_EQ( 0, mismatches.load() );
-   EXPECT_EQ( 0u, table->dedupTable()->size() );
-}
 
 } // namespace Routing::Bgp::Testing

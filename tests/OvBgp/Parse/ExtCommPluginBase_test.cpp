@@ -149,8 +149,6 @@ TEST( BgpParseExtCommPluginBaseDeathTest, NullRulesAreBrokenInvariants ) {
 }
 
 TEST( BgpParseExtCommPluginBase, InstantiationIsTracedAtLevelEight ) {
-   const char* previous = std::getenv( "OVTRACE" );
-   const Kel::String saved = previous ? previous : "";
    setenv( "OVTRACE", "BgpCommunityList/8", 1 );
    Kel::TraceCategory::reloadForTesting();
    testing::internal::CaptureStderr();
@@ -160,7 +158,7 @@ TEST( BgpParseExtCommPluginBase, InstantiationIsTracedAtLevelEight ) {
       auto plugin = bgpParseExtCommColorSmFactory( collections );
    }
    const std::string err = testing::internal::GetCapturedStderr();
-   previous ? setenv( "OVTRACE", saved.c_str(), 1 ) : unsetenv( "OVTRACE" );
+   unsetenv( "OVTRACE" );
    Kel::TraceCategory::reloadForTesting();
    EXPECT_NE( err.find( "BgpCommunityList/8 instantiateExtCommSubTypeTransOpaqueSubRule "
                         "BgpParseExtCommColorSm\n" ),

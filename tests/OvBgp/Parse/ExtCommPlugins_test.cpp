@@ -77,7 +77,8 @@ std::type_index typeOf( const Kel::Ptr<T>& p ) {
 // plug-ins and interned with the library's: the typed ones carry their classification into
 // the table, everything else is its type's fallback, unclassified; AS values know their
 // layout by the type; only route targets (of all three layouts) enter the table's
-// route-target set while held; a parsed value is never interned. Without a toggle directory
+// route-target set while held; a parsed value is never interned, has notification on and a
+// subtype unless it is a plain ExtComm. Without a toggle directory
 // (the normal run) Mvpn is on by default.
 TEST( ExtCommPlugins, EveryPairInternsToItsClassOrFallback ) {
    const bool mvpnOn = BgpParseExtCommContainerSm::mvpnToggleOn();
@@ -96,6 +97,8 @@ TEST( ExtCommPlugins, EveryPairInternsToItsClassOrFallback ) {
          ASSERT_EQ( typeOf( plain ), fallbackType( U8( type ) ) ) << std::hex << content;
          ASSERT_EQ( plain->classification(), extCommClassificationUnSpecified );
          ASSERT_EQ( plain->dedupState(), Bex::dedupHandleStateNeverDeduped() );
+         ASSERT_TRUE( plain->hasNotificationActive() );
+         ASSERT_EQ( plain->pktSubtype().isUnspecified(), typeOf( plain ) == typeid( ExtComm ) );
          ExtComm::PtrConst value = ExtComm::dedupContent( table.ptr(), ExtCommContent( content ) );
          ASSERT_TRUE( value && value->isDeduped() );
          ASSERT_EQ( value->community(), content );
