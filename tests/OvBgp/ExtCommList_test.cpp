@@ -7,10 +7,8 @@
 #include <gtest/gtest.h>
 
 #include "Acl/CommunityValue.h"
-#include "OvBgp/CommunityListTraits.h"
-#include "OvBgp/Parse/ExtComm.h"
 #include "Routing/RouteMap/PosixRegex.h"
-#include "tests/OvBgp/TestSupport.h"
+#include "tests/OvBgp/ListKinds.h"
 
 namespace Routing::Bgp {
 namespace {
@@ -23,25 +21,19 @@ constexpr U64 kLbLow = 0x4004fde84cee6b28;      // link bandwidth 1.25e8
 constexpr U64 kLbHigh = 0x4004fde84e6e6b28;     // link bandwidth 1e9
 constexpr U64 kValidation = 0x4300000000000000; // origin validation: valid
 
+using Testing::hex;
+using Testing::open;
+
 class ExtCommListTest : public ::testing::Test {
  protected:
-   ExtComm::PtrConst value( U64 content ) const {
-      return ExtComm::dedupContent( values_.ptr(), ExtCommContent( content ) );
-   }
+   ExtComm::PtrConst value( U64 content ) const { return kind_.member( content ); }
    ExtCommList::PtrConst intern( std::initializer_list<U64> contents ) const {
-      std::vector<ExtComm::PtrConst> members;
-      for ( U64 c : contents ) {
-         members.push_back( value( c ) );
-      }
-      return CommunityListTraits<ExtCommList>::intern( lists_.ptr(), members );
+      return open( kind_, contents )->dedup( lists_.ptr() );
    }
 
-   BgpParseExtCommContainerSm::Ptr container_ = bgpParseExtCommContainerSmFactory();
-   ExtCommDedupTable::Ptr values_ = extCommDedupTableFactory( container_->extCommParser() );
-   ExtCommListDedupTable::Ptr lists_ = extCommListDedupTableFactory();
+   Testing::Extended kind_;
+   ExtCommListDedupTable::Ptr& lists_ = kind_.lists;
 };
-
-using Testing::hex;
 
 TEST_F( ExtCommListTest, ListsAreKnownByTheirPartsAndFoundByTheirMembers ) {
    auto a = intern( { kRt200, kQos, kRt100, kRt100 } );

@@ -54,12 +54,6 @@ std::string tablesOf( const BgpParseExtendedCommunityRule& top ) {
    return t;
 }
 
-// What the test plug-in of classification c leaves; IPv6 0x40 is never offered.
-std::string tablesWith( ExtCommClassification c ) {
-   const std::string none = code( extCommClassificationUnSpecified );
-   return "[ 2 ][ 12 ][ 2 ][ ]" + code( c ) + code( c ) + none + code( c ) + none;
-}
-
 // ---------------------------------------------------------------------------
 
 // Each plug-in is offered each entered type rule once, whichever came first; of two claims
@@ -78,7 +72,10 @@ TEST( BgpParseExtCommPluginBase, PluginsBeforeOrAfterTheParserEndWithTheSameTabl
          EXPECT_EQ( earlier->twoOctetAsOffers, 0 ); // nothing entered yet
          rule = bgpParseExtendedCommunityRuleFactory( BgpParseExtCommControl( collections ) );
       }
-      EXPECT_EQ( tablesOf( *rule ), tablesWith( extCommClassificationColor ) );
+      // The later (colour) plug-in's sub-rules; IPv6 0x40 is never offered.
+      const std::string color = code( extCommClassificationColor ),
+                        none = code( extCommClassificationUnSpecified );
+      EXPECT_EQ( tablesOf( *rule ), "[ 2 ][ 12 ][ 2 ][ ]" + color + color + none + color + none );
       for ( const auto& plugin : { earlier, later } ) {
          EXPECT_EQ( ( std::vector<int>{ plugin->twoOctetAsOffers, plugin->opaqueOffers,
                                         plugin->ip6TransOffers, plugin->ip6NonTransOffers } ),

@@ -87,39 +87,24 @@ class TestPlugin : public BgpParseExtCommPluginBaseSm {
    }
    ~TestPlugin() override { --liveTestPlugins; }
 
-   void instantiateExtCommSubTypeTransTwoOctetAsSubRule(
-         const BgpParseExtCommSubTypeTransTwoOctetAsRuleKey& key,
-         const BgpParseExtCommControl& control ) const override {
-      ++twoOctetAsOffers;
-      addExtCommSubTypeTransTwoOctetAsSubRule(
-            key, testSubRule<BgpParseExtComSubTypeTransTwoOctetAsRuleBase>(
-                       control, extCommPktSubtypeTransTwoOctetAsRouteTarget, classification_ ) );
+// OVBGP_TEST_CLAIM: the plug-in's answer to an offer of the Stem collection's
+// type rule: count it, then enter a test sub-rule for subtype.
+#define OVBGP_TEST_CLAIM( Stem, Base, offers, subtype )                                         \
+   void instantiateExtComm##Stem##SubRule( const BgpParseExtComm##Stem##RuleKey& key,           \
+                                           const BgpParseExtCommControl& control )              \
+         const override {                                                                       \
+      ++offers;                                                                                 \
+      addExtComm##Stem##SubRule( key, testSubRule<Base>( control, subtype, classification_ ) ); \
    }
-   void instantiateExtCommSubTypeTransOpaqueSubRule(
-         const BgpParseExtCommSubTypeTransOpaqueRuleKey& key,
-         const BgpParseExtCommControl& control ) const override {
-      ++opaqueOffers;
-      addExtCommSubTypeTransOpaqueSubRule(
-            key, testSubRule<BgpParseExtComSubTypeTransOpaqueRuleBase>(
-                       control, extCommPktSubtypeTransOpaqueEncapsulationExtendedCommunity,
-                       classification_ ) );
-   }
-   void instantiateExtCommIp6SubTypeTransSubRule(
-         const BgpParseExtCommIp6SubTypeTransRuleKey& key,
-         const BgpParseExtCommControl& control ) const override {
-      ++ip6TransOffers;
-      addExtCommIp6SubTypeTransSubRule(
-            key, testSubRule<BgpParseExtCommIp6SubTypeTransRuleBase>(
-                       control, extCommIp6PktSubtypeRouteTarget, classification_ ) );
-   }
-   void instantiateExtCommIp6SubTypeNonTransSubRule(
-         const BgpParseExtCommIp6SubTypeNonTransRuleKey& key,
-         const BgpParseExtCommControl& control ) const override {
-      ++ip6NonTransOffers;
-      addExtCommIp6SubTypeNonTransSubRule(
-            key, testSubRule<BgpParseExtCommIp6SubTypeNonTransRuleBase>( control, 0x02,
-                                                                         classification_ ) );
-   }
+   OVBGP_TEST_CLAIM( SubTypeTransTwoOctetAs, BgpParseExtComSubTypeTransTwoOctetAsRuleBase,
+                     twoOctetAsOffers, extCommPktSubtypeTransTwoOctetAsRouteTarget )
+   OVBGP_TEST_CLAIM( SubTypeTransOpaque, BgpParseExtComSubTypeTransOpaqueRuleBase, opaqueOffers,
+                     extCommPktSubtypeTransOpaqueEncapsulationExtendedCommunity )
+   OVBGP_TEST_CLAIM( Ip6SubTypeTrans, BgpParseExtCommIp6SubTypeTransRuleBase, ip6TransOffers,
+                     extCommIp6PktSubtypeRouteTarget )
+   OVBGP_TEST_CLAIM( Ip6SubTypeNonTrans, BgpParseExtCommIp6SubTypeNonTransRuleBase,
+                     ip6NonTransOffers, 0x02 )
+#undef OVBGP_TEST_CLAIM
 
    mutable int twoOctetAsOffers = 0;
    mutable int opaqueOffers = 0;
