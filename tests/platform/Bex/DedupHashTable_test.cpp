@@ -12,6 +12,7 @@
 #include <random>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <type_traits>
 #include <vector>
 
@@ -98,27 +99,18 @@ class CheckingNotifiee : public Bex::DedupHashTableLifeTimeNotifiee {
 
    void handleInsert( const DedupHandle::Ptr& handle ) override {
       inserts.fetch_add( 1 );
-      if ( !handle || !handle->isDeduped() ) {
-         return violation( "handleInsert of a handle that is not deduped" );
-      }
-      U64 v = valueOf( handle.ptr() );
-      if ( v < live_.size() && live_[ v ].fetch_add( 1 ) != 0 ) {
-         violation( "content " + std::to_string( v ) + " inserted while already live" );
-      }
+      expect( handle && handle->isDeduped(), "an inserted handle that is not deduped" );
+      U64 v = handle ? valueOf( handle.ptr() ) : live_.size();
+      expect( v >= live_.size() || live_[ v ].fetch_add( 1 ) == 0, "a content inserted twice" );
    }
    void handleRemove( DedupHandle* handle ) override {
       removes.fetch_add( 1 );
-      if ( handle->dedupState() != Bex::dedupHandleStateBeingDetached() ) {
-         violation( "handleRemove of a handle that is not being detached" );
-      }
+      expect( handle->dedupState() == Bex::dedupHandleStateBeingDetached(),
+              "a removed handle that is not being detached" );
       // Only the table's own reference is left when a member goes.
-      if ( handle->refCount() != 1 ) {
-         violation( "handleRemove with " + std::to_string( handle->refCount() ) + " references" );
-      }
+      expect( handle->refCount() == 1, "a removed handle with outside references" );
       U64 v = valueOf( handle );
-      if ( v < live_.size() && live_[ v ].fetch_sub( 1 ) != 1 ) {
-         violation( "content " + std::to_string( v ) + " removed while not live" );
-      }
+      expect( v >= live_.size() || live_[ v ].fetch_sub( 1 ) == 1, "a content removed twice" );
    }
    void handleNotificationStop( const Kel::Ptr<const Bex::DedupHashTableBase>& table ) override {
       stops.fetch_add( 1 );
@@ -144,9 +136,9 @@ class CheckingNotifiee : public Bex::DedupHashTableLifeTimeNotifiee {
    Kel::Ptr<const Bex::DedupHashTableBase> keptTable;
 
  private:
-   void violation( std::string what ) {
-      if ( violations.fetch_add( 1 ) == 0 ) {
-         firstViolation = std::move( what );
+   void expect( bool holds, const char* violation ) {
+      if ( !holds && violations.fetch_add( 1 ) == 0 ) {
+         firstViolation = violation;
       }
    }
 
@@ -331,37 +323,32 @@ TYPED_TEST( DedupHashTableTest, MemberLeavesWithItsLastOutsideReferenceNotifying
 // collide in runs, and that crowd the end of the slot array so that probe
 // runs wrap; after every step each member is found and nothing else is.
 TYPED_TEST( DedupHashTableTest, RandomInsertsAndRemovalsKeepEveryMemberFindable ) {
-   struct Mode {
-      const char* name;
-      U32 ( *hash )( U64 );
-      U64 contents;
-   };
-   const Mode modes[] = {
+   const std::tuple<const char*, U32 ( * )( U64 ), U64> modes[] = {
+      // name, hash, contents
       { "spread", []( U64 v ) { return goodHash( v ); }, 400 },
       { "few hashes", []( U64 v ) { return U32( v % 7 ) * 0x01000193u; }, 90 },
       { "crowding the end", []( U64 v ) { return goodHash( v ) | 0x0000FFE0u; }, 200 },
       { "wrapping runs", []( U64 v ) { return 0xFFFFFFF0u | U32( v % 5 ); }, 90 },
    };
    std::mt19937_64 rng( 2024 );
-   for ( const Mode& mode : modes ) {
-      SCOPED_TRACE( mode.name );
+   for ( const auto& [ name, hash, contents ] : modes ) {
+      SCOPED_TRACE( name );
       auto table = this->newTable();
       std::map<U64, DedupHandle::PtrConst> model;
       for ( int step = 0; step < 3000; ++step ) {
-         U64 v = rng() % mode.contents;
+         U64 v = rng() % contents;
          auto it = model.find( v );
          if ( it == model.end() ) {
-            model[ v ] = table->dedup( this->make( v, mode.hash( v ) ) );
+            model[ v ] = table->dedup( this->make( v, hash( v ) ) );
          } else if ( rng() % 4 == 0 ) {
-            ASSERT_EQ( it->second, table->dedup( this->make( v, mode.hash( v ) ) ) ); // found again
+            ASSERT_EQ( it->second, table->dedup( this->make( v, hash( v ) ) ) ); // found again
          } else {
             model.erase( it );
          }
          ASSERT_EQ( model.size(), table->size() ) << "step " << step;
-         for ( U64 c = 0; c < mode.contents; ++c ) {
+         for ( U64 c = 0; c < contents; ++c ) {
             auto m = model.find( c );
-            ASSERT_EQ( m == model.end() ? nullptr : m->second,
-                       this->lookup( table, c, mode.hash( c ) ) )
+            ASSERT_EQ( m == model.end() ? nullptr : m->second, this->lookup( table, c, hash( c ) ) )
                   << "content " << c << " at step " << step;
          }
       }

@@ -9,25 +9,21 @@
 
 namespace {
 
-struct Deaths {
-   int count = 0;
-};
-
 class Base : public Kel::PtrInterface {
  public:
    using Ptr = Kel::Ptr<Base>;
    using PtrConst = Kel::Ptr<const Base>;
-   explicit Base( Deaths* deaths ) : deaths_( deaths ) {}
-   ~Base() override { ++deaths_->count; }
+   explicit Base( int* deaths ) : deaths_( deaths ) {}
+   ~Base() override { ++*deaths_; }
 
  private:
-   Deaths* deaths_;
+   int* deaths_;
 };
 
 class Derived : public Base {
  public:
    using Ptr = Kel::Ptr<Derived>;
-   explicit Derived( Deaths* deaths, int v = 0 ) : Base( deaths ), value( v ) {}
+   explicit Derived( int* deaths, int v = 0 ) : Base( deaths ), value( v ) {}
    int value;
 };
 
@@ -40,7 +36,7 @@ struct Padding {
 class Mixed : public Padding, public Base {
  public:
    using Ptr = Kel::Ptr<Mixed>;
-   explicit Mixed( Deaths* deaths ) : Base( deaths ) {}
+   explicit Mixed( int* deaths ) : Base( deaths ) {}
 };
 
 static_assert( std::is_convertible_v<Derived::Ptr, Base::PtrConst> );
@@ -51,7 +47,7 @@ static_assert( std::is_nothrow_move_constructible_v<Base::Ptr> );
 static_assert( sizeof( Base::Ptr ) == sizeof( void* ) );
 
 TEST( Ptr, CopiesCountMovesHandOverAndTheLastReleaseDestroysOnce ) {
-   Deaths deaths;
+   int deaths = 0;
    Base::Ptr a;
    EXPECT_FALSE( a );
    EXPECT_TRUE( a == nullptr && nullptr == a );
@@ -73,18 +69,18 @@ TEST( Ptr, CopiesCountMovesHandOverAndTheLastReleaseDestroysOnce ) {
    // Assigning over the last reference to another object releases it.
    Base::Ptr other = Kel::makePtr<Base>( &deaths );
    other = a;
-   EXPECT_EQ( 1, deaths.count );
+   EXPECT_EQ( 1, deaths );
    // A raw pointer can always be turned back into an owning one.
    Base::Ptr fromRaw( a.ptr() );
    EXPECT_EQ( 5u, a->refCount() );
    a = b = c = other = nullptr;
-   EXPECT_EQ( 1, deaths.count );
+   EXPECT_EQ( 1, deaths );
    fromRaw = nullptr;
-   EXPECT_EQ( 2, deaths.count );
+   EXPECT_EQ( 2, deaths );
 }
 
 TEST( Ptr, ConvertsToBaseAndConstAndCastsBackDown ) {
-   Deaths deaths;
+   int deaths = 0;
    Derived::Ptr d = Kel::makePtr<Derived>( &deaths, 7 );
    Base::Ptr b = d;
    Base::PtrConst bc = d;
@@ -113,13 +109,13 @@ TEST( Ptr, ConvertsToBaseAndConstAndCastsBackDown ) {
    b = nullptr;
    bc = dc = nullptr;
    taken = nullptr;
-   EXPECT_EQ( 0, deaths.count );
+   EXPECT_EQ( 0, deaths );
    adopted = nullptr;
-   EXPECT_EQ( 1, deaths.count );
+   EXPECT_EQ( 1, deaths );
 }
 
 TEST( Ptr, EqualityAndHashAreByIdentityEvenWhenTheCountedBaseIsNotFirst ) {
-   Deaths deaths;
+   int deaths = 0;
    Derived::Ptr one = Kel::makePtr<Derived>( &deaths, 1 );
    Derived::Ptr alsoOne = Kel::makePtr<Derived>( &deaths, 1 );
    EXPECT_NE( one, alsoOne ); // equal contents, two objects
@@ -172,7 +168,7 @@ TEST( Ptr, ZeroReferencesHookRunsBeforeDestructionAndCopiesStartUncounted ) {
 }
 
 TEST( PtrConcurrency, CopiesAndReleasesFromManyThreadsDestroyOnce ) {
-   Deaths deaths;
+   int deaths = 0;
    for ( int round = 0; round < 200; ++round ) {
       std::vector<std::thread> threads;
       {
@@ -190,7 +186,7 @@ TEST( PtrConcurrency, CopiesAndReleasesFromManyThreadsDestroyOnce ) {
          t.join();
       }
    }
-   EXPECT_EQ( 200, deaths.count );
+   EXPECT_EQ( 200, deaths );
 }
 
 } // namespace

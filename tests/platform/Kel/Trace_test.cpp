@@ -59,12 +59,9 @@ TEST( Trace, WritesOneLinePerEnabledPointAndEvaluatesNothingWhenOff ) {
    ::setenv( "OVTRACE", "ExtCommParse/3", 1 );
    TraceCategory::reloadForTesting();
    int evaluated = 0;
-   auto count = [ & ] {
-      return ++evaluated;
-   };
    testing::internal::CaptureStderr();
-   OVTRACE( category, 4, "off %d", count() );
-   OVTRACE( category, 3, "on %d %s", count(), "x" );
+   OVTRACE( category, 4, "off %d", ++evaluated );
+   OVTRACE( category, 3, "on %d %s", ++evaluated, "x" );
    OVTRACE( category, 3, "%*c|", 5, 'y' );
    std::string longText( 2000, 'z' );
    OVTRACE( category, 3, "%s", longText.c_str() );

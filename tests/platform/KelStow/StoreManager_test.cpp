@@ -64,13 +64,9 @@ std::string message( auto&& fn ) { return thrownText<StoreException>( fn ); }
 
 class StoreManagerFile : public ::testing::Test {
  protected:
-   void SetUp() override {
-      path_ = ( std::filesystem::temp_directory_path() /
-                ( "kelstow_test_" + std::to_string( ::getpid() ) + ".stow" ) )
-                    .string();
-   }
    void TearDown() override { std::filesystem::remove( path_ ); }
-   std::string path_;
+   std::string path_ =
+         testing::TempDir() + "kelstow_test_" + std::to_string( ::getpid() ) + ".stow";
 };
 
 TEST( StoreManager, RecordsLinkedByOffsetSurviveTheArenaMoving ) {

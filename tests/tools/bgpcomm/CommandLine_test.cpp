@@ -44,20 +44,18 @@ TEST( CommandLine, EachCommandTakesItsOwnOptions ) {
 }
 
 TEST( CommandLine, HelpIsPerCommandAndVersionIsOneLine ) {
-   struct Case {
-      std::vector<const char*> args;
-      const char* firstUsageLine;
-   } cases[] = {
+   const std::pair<std::vector<const char*>, const char*> cases[] = {
+      // args, first usage line
       { { "--help" }, "Usage: bgpcomm [OPTIONS] SUBCOMMAND" },
       { { "help" }, "Usage: bgpcomm [OPTIONS] SUBCOMMAND" },
       { { "mrt", "--help" }, "Usage: bgpcomm mrt [OPTIONS] FILE..." },
       { { "help", "gen" }, "Usage: bgpcomm gen [OPTIONS]" },
       { { "decode", "-h", "--bogus" }, "Usage: bgpcomm decode [OPTIONS] COMMUNITY..." },
    };
-   for ( const Case& c : cases ) {
-      CommandLine cl = parse( c.args );
-      EXPECT_EQ( cl.command, Command::help ) << c.firstUsageLine;
-      EXPECT_NE( cl.text.find( std::string( "\n" ) + c.firstUsageLine + "\n" ), std::string::npos )
+   for ( const auto& [ args, firstUsageLine ] : cases ) {
+      CommandLine cl = parse( args );
+      EXPECT_EQ( cl.command, Command::help ) << firstUsageLine;
+      EXPECT_NE( cl.text.find( std::string( "\n" ) + firstUsageLine + "\n" ), std::string::npos )
             << cl.text;
    }
    CommandLine v = parse( { "--version" } );
@@ -69,11 +67,8 @@ TEST( CommandLine, MistakesAreUsageErrorsThatSayWhich ) {
    const std::string top = "Decode BGP communities and read MRT routing-table dumps.";
    const std::string mrt = "Read MRT dumps, intern every route's communities and print them.";
    const std::string gen = "Write a synthetic MRT dump (gzip when FILE ends in .gz).";
-   struct Case {
-      std::vector<const char*> args;
-      std::string reason;
-      std::string usage; // its first line: which command's usage follows
-   } cases[] = {
+   // Arguments, reason, and the usage's first line: which command's usage follows.
+   const std::tuple<std::vector<const char*>, std::string, std::string> cases[] = {
       { {}, "no command given", top },
       { { "show" }, "unknown command 'show'", top },
       { { "--bogus" }, "unknown option '--bogus'", top },
@@ -99,10 +94,8 @@ TEST( CommandLine, MistakesAreUsageErrorsThatSayWhich ) {
         "--prefix: '10.0.0.0/33' is not a prefix such as 10.0.0.0/8 or 2001:db8::/32",
         mrt },
    };
-   for ( const Case& c : cases ) {
-      auto [ reason, usage ] = usageErrorOf( c.args );
-      EXPECT_EQ( reason, c.reason );
-      EXPECT_EQ( usage, c.usage ) << c.reason;
+   for ( const auto& [ args, reason, usage ] : cases ) {
+      EXPECT_EQ( usageErrorOf( args ), std::make_pair( reason, usage ) );
    }
 }
 

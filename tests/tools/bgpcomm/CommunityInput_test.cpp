@@ -21,11 +21,8 @@ std::string errorOf( const char* input ) {
 }
 
 TEST( CommunityInput, BareCommunitiesAreKnownByTheirLength ) {
-   struct Case {
-      const char* input;
-      CommunityKind kind;
-      const char* octets;
-   } cases[] = {
+   const std::tuple<const char*, CommunityKind, const char*> cases[] = {
+      // input, kind, octets
       { "fde80064", CommunityKind::standard, "fde80064" },
       { "0x0002FDE8:00000064", CommunityKind::extended, "0002fde800000064" },
       { "fa56ea00-00000001-00000002", CommunityKind::large, "fa56ea000000000100000002" },
@@ -34,11 +31,11 @@ TEST( CommunityInput, BareCommunitiesAreKnownByTheirLength ) {
       // Eight octets that start like an attribute header but do not add up to one.
       { "c0080500000000ff", CommunityKind::extended, "c0080500000000ff" },
    };
-   for ( const Case& c : cases ) {
-      CommunityInput in = parseCommunityInput( c.input );
-      EXPECT_EQ( in.kind, c.kind ) << c.input;
-      EXPECT_EQ( hexOf( in.octets ), c.octets ) << c.input;
-      EXPECT_FALSE( in.isAttribute ) << c.input;
+   for ( const auto& [ input, kind, octets ] : cases ) {
+      CommunityInput in = parseCommunityInput( input );
+      EXPECT_EQ( in.kind, kind ) << input;
+      EXPECT_EQ( hexOf( in.octets ), octets ) << input;
+      EXPECT_FALSE( in.isAttribute ) << input;
    }
 }
 

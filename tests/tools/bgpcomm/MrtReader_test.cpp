@@ -230,19 +230,13 @@ void addBgp4mp( MrtRecordBuilder& b, U16 type, U16 subtype, U32 peerAs, const Oc
    b.beginRecord( 1700000000, type, subtype );
    if ( type == 17 )
       b.u32( 123456 );
-   if ( as4 ) {
-      b.u32( peerAs );
-      b.u32( 65000 );
-   } else {
-      b.u16( U16( peerAs ) );
-      b.u16( 65000 );
-   }
+   for ( U32 as : { peerAs, 65000u } ) // the peer's, then the local one
+      as4 ? b.u32( as ) : b.u16( U16( as ) );
    b.u16( 0 );
    b.u16( peer.size() == 4 ? 1 : 2 );
    b.bytes( peer );
    b.bytes( Octets( peer.size(), 0 ) );
-   for ( int i = 0; i < 16; ++i )
-      b.u8( 0xff );
+   b.bytes( Octets( 16, 0xff ) ); // marker
    b.u16( U16( 19 + payload.size() ) );
    b.u8( messageType );
    b.bytes( payload );

@@ -11,11 +11,11 @@
 #include <unistd.h>
 #include <zstd.h>
 #include <atomic>
-#include <cctype>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
+#include <regex>
 
 namespace BgpcommTest {
 
@@ -104,15 +104,18 @@ std::vector<U8> hexOctets( const std::string& hex ) { return parseHex( hex ); }
 
 namespace {
 
-std::string slurp( std::FILE* f ) {
-   std::rewind( f );
-   std::string s;
-   char buf[ 4096 ];
-   while ( size_t n = std::fread( buf, 1, sizeof buf, f ) )
-      s.append( buf, n );
-   std::fclose( f );
-   return s;
-}
+// MemoryFile: a stream whose text stays in memory until close() hands it out.
+struct MemoryFile {
+   char* text = nullptr;
+   size_t size = 0;
+   std::FILE* f = open_memstream( &text, &size );
+   std::string close() {
+      std::fclose( f );
+      std::string s( text, size );
+      std::free( text );
+      return s;
+   }
+};
 
 } // namespace
 
@@ -120,32 +123,24 @@ Invocation runTool( const std::vector<std::string>& args ) {
    std::vector<const char*> argv = { "bgpcomm" };
    for ( const std::string& a : args )
       argv.push_back( a.c_str() );
-   std::FILE* out = std::tmpfile();
-   std::FILE* err = std::tmpfile();
-   Invocation r;
-   r.status = runBgpcomm( int( argv.size() ), argv.data(), out, err );
-   r.out = slurp( out );
-   r.err = slurp( err );
-   return r;
+   MemoryFile out, err;
+   int status = runBgpcomm( int( argv.size() ), argv.data(), out.f, err.f );
+   return { status, out.close(), err.close() };
 }
 
 std::string printedBy( const std::function<void( OutputBuffer& )>& print ) {
-   char* text = nullptr;
-   size_t size = 0;
-   std::FILE* f = open_memstream( &text, &size );
+   MemoryFile f;
    {
-      OutputBuffer out( f );
+      OutputBuffer out( f.f );
       print( out );
    }
-   std::fclose( f );
-   std::string s( text, size );
-   std::free( text );
-   return s;
+   return f.close();
 }
 
 std::string sourceFile( const std::string& relative ) {
+   // ctest says where the tree is; run by hand, the tests run in a build directory inside it.
    const char* source = std::getenv( "OVBGP_SOURCE_DIR" );
-   return source ? std::string( source ) + "/" + relative : std::string();
+   return std::string( source ? source : ".." ) + "/" + relative;
 }
 
 std::string readText( const std::string& path ) {
@@ -155,16 +150,7 @@ std::string readText( const std::string& path ) {
 
 std::string hexFixture( const std::string& name ) {
    std::string text = readText( sourceFile( "tests/data/mrt/" + name + ".hex" ) );
-   if ( text.empty() )
-      return std::string();
-   std::string hex;
-   bool comment = false;
-   for ( char c : text ) {
-      if ( c == '#' || c == '\n' )
-         comment = c == '#';
-      else if ( !comment && !std::isspace( U8( c ) ) )
-         hex += c;
-   }
+   std::string hex = std::regex_replace( text, std::regex( "#.*|\\s" ), "" ); // '#' to the line end
    return tempFile( name + ".mrt", hexOctets( hex ) );
 }
 

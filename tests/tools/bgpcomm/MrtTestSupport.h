@@ -84,8 +84,8 @@ Invocation runTool( const std::vector<std::string>& args );
 // printedBy(): what print wrote through an OutputBuffer.
 std::string printedBy( const std::function<void( OutputBuffer& )>& print );
 
-// sourceFile(): a file of the source tree ("samples/x.mrt"), from
-// OVBGP_SOURCE_DIR; empty when that is not set.
+// sourceFile(): a file of the source tree ("samples/x.mrt"), found through
+// OVBGP_SOURCE_DIR, else from a build directory inside the tree.
 std::string sourceFile( const std::string& relative );
 
 // compressedAs(): the octets compressed in format c (bzip2 in 100k blocks,
@@ -96,7 +96,7 @@ std::vector<U8> compressedAs( std::span<const U8> octets, Compression c );
 std::string readText( const std::string& path );
 
 // hexFixture(): tests/data/mrt/<name>.hex (hex pairs, '#' comments) written
-// as a binary file; empty when the source tree is not known.
+// as a binary file; its path.
 std::string hexFixture( const std::string& name );
 
 } // namespace BgpcommTest
