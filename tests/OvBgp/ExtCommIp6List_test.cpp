@@ -36,11 +36,6 @@ class ExtCommIp6ListTest : public ::testing::Test {
    ExtCommIp6::PtrConst value( U8 type, U8 subtype, const char* address, U16 local ) {
       return ExtCommIp6::dedupContent( values_.ptr(), content( type, subtype, address, local ) );
    }
-   // plain(): a plain ExtCommIp6 of that classification, interned.
-   ExtCommIp6::PtrConst plain( ExtCommClassification classification, const ExtCommIp6Content& c ) {
-      return Kel::ptrCast<const ExtCommIp6>(
-            values_->dedupTable()->dedup( extCommIp6Factory( classification, c ) ) );
-   }
    ExtCommIp6List::Ptr build( const Members& members ) {
       ExtCommIp6List::Ptr list = extCommIp6ListFactory();
       list->expectedCommunityCountIs( U32( members.size() ) );
@@ -156,7 +151,8 @@ TEST_F( ExtCommIp6ListTest, SerializeWritesAttribute25WithTwentyOctetsPerMember 
 
 TEST_F( ExtCommIp6ListTest, TextForms ) {
    auto plainValue =
-         plain( extCommClassificationUnSpecified, content( 0x00, 0x02, "2001:db8::1", 100 ) );
+         Kel::ptrCast<const ExtCommIp6>( values_->dedupTable()->dedup( extCommIp6Factory(
+               extCommClassificationUnSpecified, content( 0, 2, "2001:db8::1", 100 ) ) ) );
    auto subtyped = value( 0x40, 0x02, "2001:db8::2", 7 );
    const std::string plainText =
          "<extCommIp6PktTypeTransIpv6Address addr=2001:db8::1 localAdmin=100>";
