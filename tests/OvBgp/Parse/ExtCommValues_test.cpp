@@ -140,7 +140,6 @@ TEST( TunnelType, ExactlyTheEightRegistryValuesAreValidAndTextsRoundTrip ) {
 
    EXPECT_EQ( valueToStrep( tunnelTypeMplsInGre ), "tunnelTypeMplsInGre" );
    EXPECT_EQ( TunnelTypeInstance( Kel::String( "tunnelTypeGre" ) ), tunnelTypeGre );
-   EXPECT_EQ( TunnelTypeInstance( 9 ), tunnelTypeNvgre );
    EXPECT_THROW( TunnelTypeInstance( Kel::String( "tunnelTypeBogus" ) ), Kel::RangeException );
    // The type is the last two octets.
    EXPECT_EQ( extCommTunnelEncapFactory( ExtCommContent( 0x030cffffffff0008 ) )->tunnelType(),
