@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <sstream>
 #include <string>
 #include <type_traits>
 
@@ -38,10 +37,9 @@ TEST( Enum, MembersPrintTheirNamesAndOthersTheirNumber ) {
    EXPECT_EQ( "colourGreen", stringValue( colourGreen_ ) );
    EXPECT_EQ( "", stringValue( Colour( 7 ) ) );
    EXPECT_EQ( "colourGreen", valueToStrep( colourGreen ) );
-   EXPECT_EQ( "7", valueToStrep( Colour( 7 ) ) ); // a number, not a character
-   std::ostringstream os;
-   os << colourBlue << ' ' << Colour( 0 );
-   EXPECT_EQ( "colourBlue 0", os.str() );
+   EXPECT_EQ( "7", valueToStrep( Colour( 7 ) ) );                   // a number, not a character
+   EXPECT_EQ( "colourBlue", testing::PrintToString( colourBlue ) ); // through operator<<
+   EXPECT_EQ( "0", testing::PrintToString( Colour( 0 ) ) );
    ASSERT_EQ( 3u, ColourMembers().size() );
    EXPECT_EQ( colourBlue, ColourMembers()[ 2 ].value );
 }

@@ -9,21 +9,17 @@
 
 namespace {
 
-class Base : public Kel::PtrInterface {
- public:
+struct Base : Kel::PtrInterface {
    using Ptr = Kel::Ptr<Base>;
    using PtrConst = Kel::Ptr<const Base>;
-   explicit Base( int* deaths ) : deaths_( deaths ) {}
-   ~Base() override { ++*deaths_; }
-
- private:
-   int* deaths_;
+   explicit Base( int* deathCount ) : deaths( deathCount ) {}
+   ~Base() override { ++*deaths; }
+   int* deaths;
 };
 
-class Derived : public Base {
- public:
+struct Derived : Base {
    using Ptr = Kel::Ptr<Derived>;
-   explicit Derived( int* deaths, int v = 0 ) : Base( deaths ), value( v ) {}
+   explicit Derived( int* deathCount, int v = 0 ) : Base( deathCount ), value( v ) {}
    int value;
 };
 
@@ -33,10 +29,9 @@ struct Padding {
    virtual ~Padding() = default;
    long pad[ 3 ] = {};
 };
-class Mixed : public Padding, public Base {
- public:
+struct Mixed : Padding, Base {
    using Ptr = Kel::Ptr<Mixed>;
-   explicit Mixed( int* deaths ) : Base( deaths ) {}
+   explicit Mixed( int* deathCount ) : Base( deathCount ) {}
 };
 
 static_assert( std::is_convertible_v<Derived::Ptr, Base::PtrConst> );
@@ -137,19 +132,14 @@ TEST( Ptr, EqualityAndHashAreByIdentityEvenWhenTheCountedBaseIsNotFirst ) {
 }
 
 // onZeroReferences() may run work that needs the object before it goes.
-class Announcer : public Kel::PtrInterface {
- public:
-   explicit Announcer( std::vector<int>* log ) : log_( log ) {}
-   ~Announcer() override { log_->push_back( 2 ); }
-
- protected:
+struct Announcer : Kel::PtrInterface {
+   explicit Announcer( std::vector<int>* events ) : log( events ) {}
+   ~Announcer() override { log->push_back( 2 ); }
    void onZeroReferences() const noexcept override {
-      log_->push_back( 1 );
+      log->push_back( 1 );
       PtrInterface::onZeroReferences();
    }
-
- private:
-   std::vector<int>* log_;
+   std::vector<int>* log;
 };
 
 TEST( Ptr, ZeroReferencesHookRunsBeforeDestructionAndCopiesStartUncounted ) {
@@ -170,7 +160,7 @@ TEST( Ptr, ZeroReferencesHookRunsBeforeDestructionAndCopiesStartUncounted ) {
 TEST( PtrConcurrency, CopiesAndReleasesFromManyThreadsDestroyOnce ) {
    int deaths = 0;
    for ( int round = 0; round < 200; ++round ) {
-      std::vector<std::thread> threads;
+      std::vector<std::jthread> threads; // joined at the end of the round
       {
          Base::Ptr shared = Kel::makePtr<Base>( &deaths );
          for ( int t = 0; t < 4; ++t ) {
@@ -182,9 +172,6 @@ TEST( PtrConcurrency, CopiesAndReleasesFromManyThreadsDestroyOnce ) {
             } );
          }
       } // the threads may now hold the last references
-      for ( auto& t : threads ) {
-         t.join();
-      }
    }
    EXPECT_EQ( 200, deaths );
 }

@@ -81,20 +81,19 @@ TEST( TraceConcurrency, FirstUseFromManyThreadsAgrees ) {
    ::setenv( "OVTRACE", "Shared/5", 1 );
    for ( int round = 0; round < 20; ++round ) {
       TraceCategory category( "Shared" );
-      std::vector<std::thread> threads;
       std::atomic<int> enabled{ 0 };
-      for ( int t = 0; t < 4; ++t ) {
-         threads.emplace_back( [ & ] {
-            for ( int level = 0; level <= 9; ++level ) {
-               enabled += category.enabled( level );
-            }
-            if ( round == 0 ) {
-               TraceCategory::reloadForTesting();
-            }
-         } );
-      }
-      for ( std::thread& thread : threads ) {
-         thread.join();
+      {
+         std::vector<std::jthread> threads;
+         for ( int t = 0; t < 4; ++t ) {
+            threads.emplace_back( [ & ] {
+               for ( int level = 0; level <= 9; ++level ) {
+                  enabled += category.enabled( level );
+               }
+               if ( round == 0 ) {
+                  TraceCategory::reloadForTesting();
+               }
+            } );
+         }
       }
       EXPECT_EQ( 4, enabled.load() );
    }

@@ -8,7 +8,6 @@
 #include <unistd.h>
 
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <numeric>
@@ -78,9 +77,7 @@ TEST( StoreManager, RecordsLinkedByOffsetSurviveTheArenaMoving ) {
    EXPECT_EQ( 0u, aligned % 64 );
    EXPECT_GT( aligned, odd );
    auto* bytes = static_cast<const U8*>( store->translate( aligned, 40 ) );
-   for ( int i = 0; i < 40; ++i ) {
-      ASSERT_EQ( 0, bytes[ i ] ); // zeroed
-   }
+   EXPECT_EQ( std::vector<U8>( 40, 0 ), std::vector<U8>( bytes, bytes + 40 ) ); // zeroed
    EXPECT_EQ( aligned, store->offsetOf( bytes ) );
    EXPECT_EQ( aligned + 40, store->used() );
    EXPECT_FALSE( store->fileBacked() );

@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <memory>
-#include <sstream>
 #include <unordered_set>
 
 namespace {
@@ -72,9 +71,7 @@ TEST( Ip6Addr, OrdersByOctetsHashesAndStreams ) {
    }
    EXPECT_EQ( 16u, set.size() );
    EXPECT_EQ( 1u, set.count( Ip6Addr::parse( "::100" ) ) );
-   std::ostringstream os;
-   os << Ip6Addr::parse( "2001:DB8::A" );
-   EXPECT_EQ( "2001:db8::a", os.str() );
+   EXPECT_EQ( "2001:db8::a", testing::PrintToString( Ip6Addr::parse( "2001:DB8::A" ) ) );
    EXPECT_EQ( "::ffff:10.0.0.1", Ip6Addr::parse( "::ffff:10.0.0.1" ).toString() );
 }
 

@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <memory>
-#include <sstream>
 #include <unordered_set>
 
 namespace {
@@ -55,9 +54,7 @@ TEST( IpAddr, OrdersNumericallyHashesAndStreams ) {
    std::unordered_set<IpAddr> set{ IpAddr( 10, 0, 0, 1 ), IpAddr::parse( "10.0.0.1" ),
                                    IpAddr( 1, 0, 0, 10 ) };
    EXPECT_EQ( 2u, set.size() );
-   std::ostringstream os;
-   os << IpAddr( 203, 0, 113, 9 );
-   EXPECT_EQ( "203.0.113.9", os.str() );
+   EXPECT_EQ( "203.0.113.9", testing::PrintToString( IpAddr( 203, 0, 113, 9 ) ) );
    EXPECT_EQ( "203.0.113.9", IpAddr( 203, 0, 113, 9 ).toString() );
 }
 

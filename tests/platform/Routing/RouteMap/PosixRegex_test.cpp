@@ -71,17 +71,16 @@ TEST( PosixRegex, MovedObjectKeepsTheCompiledPattern ) {
 
 TEST( PosixRegexConcurrency, OneRegexMatchedFromManyThreads ) {
    const PosixRegex re( "^[0-9]+:(1|2)[0-9]*$" );
-   std::vector<std::thread> threads;
    std::vector<int> hits( 4 );
-   for ( int t = 0; t < 4; ++t ) {
-      threads.emplace_back( [ &, t ] {
-         for ( int i = 0; i < 20000; ++i ) {
-            hits[ t ] += re.execute( ( "65000:" + std::to_string( i ) ).c_str() ) == 0;
-         }
-      } );
-   }
-   for ( std::thread& thread : threads ) {
-      thread.join();
+   {
+      std::vector<std::jthread> threads;
+      for ( int t = 0; t < 4; ++t ) {
+         threads.emplace_back( [ &, t ] {
+            for ( int i = 0; i < 20000; ++i ) {
+               hits[ t ] += re.execute( ( "65000:" + std::to_string( i ) ).c_str() ) == 0;
+            }
+         } );
+      }
    }
    for ( int count : hits ) {
       EXPECT_EQ( 2 + 20 + 200 + 2000 + 2 * 5000, count );
