@@ -1,27 +1,16 @@
 #include "MrtTestSupport.h"
 
-#include "tools/bgpcomm/Commands.h"
-
 #include <gtest/gtest.h>
-
-#include <cstdio>
 
 namespace BgpcommTest {
 namespace {
-
-size_t lines( const std::string& s ) { return size_t( std::count( s.begin(), s.end(), '\n' ) ); }
 
 TEST( Bgpcomm, MrtExitStatusSaysWhetherEverythingWasRead ) {
    std::string good = tempPath( "good.mrt" );
    Invocation gen = runTool( { "gen", "--routes", "500", "--seed", "9", "-o", good } );
    ASSERT_EQ( gen.status, 0 ) << gen.err;
    EXPECT_NE( gen.out.find( "500 routes" ), std::string::npos );
-
-   Invocation read = runTool( { "mrt", good } );
-   EXPECT_EQ( read.status, 0 );
-   EXPECT_EQ( lines( read.out ), 500u );
-   EXPECT_EQ( read.err, "" );
-
+   // A file read without a problem is a status 0: MrtCommand_test.
    // A bad community length: reported with file and offset, route still shown.
    MrtRecordBuilder b;
    addPeerIndexTable( b, { { { 192, 0, 2, 1 }, 65001, false } } );

@@ -20,40 +20,31 @@ std::string errorOf( const char* input ) {
    return thrownText<CommunityInputError>( [ & ] { parseCommunityInput( input ); } );
 }
 
-TEST( CommunityInput, BareCommunitiesAreKnownByTheirLength ) {
-   const std::tuple<const char*, CommunityKind, const char*> cases[] = {
-      // input, kind, octets
-      { "fde80064", CommunityKind::standard, "fde80064" },
-      { "0x0002FDE8:00000064", CommunityKind::extended, "0002fde800000064" },
-      { "fa56ea00-00000001-00000002", CommunityKind::large, "fa56ea000000000100000002" },
-      { "0002 20010db8000000000000000000000001 0064", CommunityKind::ip6Extended,
+// Bare communities are known by their length, whole attributes by their type.
+TEST( CommunityInput, CommunitiesAndAttributesGiveTheirKindAndValueOctets ) {
+   using K = CommunityKind;
+   // Input, kind, attribute flags (0: a bare community), value octets.
+   const std::tuple<const char*, CommunityKind, U8, const char*> cases[] = {
+      { "fde80064", K::standard, 0, "fde80064" },
+      { "0x0002FDE8:00000064", K::extended, 0, "0002fde800000064" },
+      { "fa56ea00-00000001-00000002", K::large, 0, "fa56ea000000000100000002" },
+      { "0002 20010db8000000000000000000000001 0064", K::ip6Extended, 0,
         "000220010db80000000000000000000000010064" },
       // Eight octets that start like an attribute header but do not add up to one.
-      { "c0080500000000ff", CommunityKind::extended, "c0080500000000ff" },
+      { "c0080500000000ff", K::extended, 0, "c0080500000000ff" },
+      { "c00808fde80064fde800c8", K::standard, 0xc0, "fde80064fde800c8" },
+      { "d020000cfa56ea000000000100000002", K::large, 0xd0, "fa56ea000000000100000002" },
+      { "c010080002fde800000064", K::extended, 0xc0, "0002fde800000064" },
+      { "c01914000220010db80000000000000000000000010064", K::ip6Extended, 0xc0,
+        "000220010db80000000000000000000000010064" },
    };
-   for ( const auto& [ input, kind, octets ] : cases ) {
+   for ( const auto& [ input, kind, flags, octets ] : cases ) {
       CommunityInput in = parseCommunityInput( input );
       EXPECT_EQ( in.kind, kind ) << input;
+      EXPECT_EQ( in.isAttribute ? in.attrFlags : 0, flags ) << input;
+      EXPECT_EQ( in.isAttribute, flags != 0 ) << input;
       EXPECT_EQ( hexOf( in.octets ), octets ) << input;
-      EXPECT_FALSE( in.isAttribute ) << input;
    }
-}
-
-TEST( CommunityInput, WholeAttributesGiveTheirValueOctets ) {
-   CommunityInput std = parseCommunityInput( "c00808fde80064fde800c8" );
-   EXPECT_EQ( std.kind, CommunityKind::standard );
-   EXPECT_TRUE( std.isAttribute );
-   EXPECT_EQ( std.attrFlags, 0xc0 );
-   EXPECT_EQ( hexOf( std.octets ), "fde80064fde800c8" );
-
-   // Extended length header, large communities.
-   CommunityInput large = parseCommunityInput( "d020000cfa56ea000000000100000002" );
-   EXPECT_EQ( large.kind, CommunityKind::large );
-   EXPECT_EQ( hexOf( large.octets ), "fa56ea000000000100000002" );
-
-   EXPECT_EQ( parseCommunityInput( "c010080002fde800000064" ).kind, CommunityKind::extended );
-   EXPECT_EQ( parseCommunityInput( "c01914000220010db80000000000000000000000010064" ).kind,
-              CommunityKind::ip6Extended );
 }
 
 TEST( CommunityInput, BadInputGetsOneLineSayingWhatIsWrong ) {

@@ -40,18 +40,16 @@ TEST( ListText, TextsAreTheLibrarysFormsForEveryListOfTheSample ) {
    }
 
    ListText text;
-   for ( const auto& octets : lists[ 0 ] ) {
-      auto list = interner.communities( octets );
+   // Standard and large lists: the library's text, after what the string held.
+   auto asLibrary = [ & ]( const auto& list ) {
       std::string got = "prefix ";
       text.append( got, *list );
       EXPECT_EQ( got, "prefix " + list->toStrep() );
-   }
-   for ( const auto& octets : lists[ 2 ] ) {
-      auto list = interner.largeCommunities( octets );
-      std::string got;
-      text.append( got, *list );
-      EXPECT_EQ( got, list->toStrep() );
-   }
+   };
+   for ( const auto& octets : lists[ 0 ] )
+      asLibrary( interner.communities( octets ) );
+   for ( const auto& octets : lists[ 2 ] )
+      asLibrary( interner.largeCommunities( octets ) );
    for ( const auto& octets : lists[ 1 ] ) {
       auto list = interner.extCommunities( octets );
       std::string got, expected;

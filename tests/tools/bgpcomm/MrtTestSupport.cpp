@@ -49,13 +49,6 @@ std::string tempFile( const std::string& name, std::span<const U8> octets ) {
    return path;
 }
 
-MrtFileSummary readMrtBytes( std::span<const U8> octets, RouteCollector& into ) {
-   std::string path = tempFile( "input.mrt", octets );
-   MrtFileSummary s = MrtReader( into ).readFile( path );
-   ::unlink( path.c_str() );
-   return s;
-}
-
 void addPeerIndexTable( MrtRecordBuilder& b, const std::vector<TestPeer>& peers ) {
    b.beginRecord( 1700000000, 13, 1 );
    b.u32( 0x0A000001 );
@@ -155,45 +148,35 @@ std::string hexFixture( const std::string& name ) {
 }
 
 std::vector<U8> compressedAs( std::span<const U8> octets, Compression c ) {
-   std::vector<U8> out;
-   switch ( c ) {
-      case Compression::gzip: {
-         std::string path = tempPath( "compressed.gz" );
-         ByteSink sink( path ); // compresses by the name
-         sink.write( octets );
-         sink.close();
-         std::string gz = readText( path );
-         return std::vector<U8>( gz.begin(), gz.end() );
-      }
-      case Compression::bzip2: {
-         out.resize( octets.size() + octets.size() / 50 + 1024 );
-         unsigned n = unsigned( out.size() );
-         BZ2_bzBuffToBuffCompress( reinterpret_cast<char*>( out.data() ), &n,
-                                   reinterpret_cast<char*>( const_cast<U8*>( octets.data() ) ),
-                                   unsigned( octets.size() ), 1, 0, 0 );
-         out.resize( n );
-         return out;
-      }
-      case Compression::xz: {
-         out.resize( lzma_stream_buffer_bound( octets.size() ) );
-         size_t n = 0;
-         lzma_easy_buffer_encode( 1, LZMA_CHECK_CRC64, nullptr, octets.data(), octets.size(),
-                                  out.data(), &n, out.size() );
-         out.resize( n );
-         return out;
-      }
-      case Compression::zstd: {
-         out.resize( ZSTD_compressBound( octets.size() ) );
-         ZSTD_CCtx* ctx = ZSTD_createCCtx();
-         ZSTD_CCtx_setParameter( ctx, ZSTD_c_checksumFlag, 1 );
-         out.resize( ZSTD_compress2( ctx, out.data(), out.size(), octets.data(), octets.size() ) );
-         ZSTD_freeCCtx( ctx );
-         return out;
-      }
-      case Compression::none:
-         break;
+   if ( c == Compression::gzip ) {
+      std::string path = tempPath( "compressed.gz" );
+      ByteSink sink( path ); // compresses by the name
+      sink.write( octets );
+      sink.close();
+      std::string gz = readText( path );
+      return std::vector<U8>( gz.begin(), gz.end() );
    }
-   return std::vector<U8>( octets.begin(), octets.end() );
+   std::vector<U8> out( octets.begin(), octets.end() );
+   out.resize( octets.size() * 2 + 1024 ); // beyond every format's bound
+   size_t n = octets.size();
+   if ( c == Compression::bzip2 ) {
+      unsigned size = unsigned( out.size() );
+      BZ2_bzBuffToBuffCompress( reinterpret_cast<char*>( out.data() ), &size,
+                                reinterpret_cast<char*>( const_cast<U8*>( octets.data() ) ),
+                                unsigned( octets.size() ), 1, 0, 0 );
+      n = size;
+   } else if ( c == Compression::xz ) {
+      n = 0;
+      lzma_easy_buffer_encode( 1, LZMA_CHECK_CRC64, nullptr, octets.data(), octets.size(),
+                               out.data(), &n, out.size() );
+   } else if ( c == Compression::zstd ) {
+      ZSTD_CCtx* ctx = ZSTD_createCCtx();
+      ZSTD_CCtx_setParameter( ctx, ZSTD_c_checksumFlag, 1 );
+      n = ZSTD_compress2( ctx, out.data(), out.size(), octets.data(), octets.size() );
+      ZSTD_freeCCtx( ctx );
+   }
+   out.resize( n );
+   return out;
 }
 
 } // namespace BgpcommTest

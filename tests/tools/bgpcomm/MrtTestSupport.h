@@ -2,7 +2,7 @@
 // text, everything the reader hands out, temporary files, and builders for
 // the records the tests feed the reader.
 //
-//   RouteCollector got; readMrtBytes( builder.data(), got );
+//   RouteCollector got; MrtReader( got ).readFile( tempFile( "x.mrt", builder.data() ) );
 //   EXPECT_EQ( got.routes[ 0 ], "10.1.0.0/24 192.0.2.1 65001 std=fde80064" );
 #pragma once
 
@@ -24,8 +24,7 @@ using namespace Bgpcomm;
 // community kind present as kind=hex) and per problem ("@offset reason",
 // "kept: " before the reason when the rest of the record still counts);
 // and each route's community attributes as hex ("" absent).
-class RouteCollector : public MrtRouteSink {
- public:
+struct RouteCollector : MrtRouteSink {
    void route( const MrtRoute& route ) override;
    void problem( const MrtProblem& problem ) override;
 
@@ -38,9 +37,6 @@ std::string tempPath( const std::string& name );
 
 // tempFile(): the octets written to a fresh temporary file; its path.
 std::string tempFile( const std::string& name, std::span<const U8> octets );
-
-// readMrtBytes(): writes the octets to a temporary file and reads it.
-MrtFileSummary readMrtBytes( std::span<const U8> octets, RouteCollector& into );
 
 // TestPeer: one PEER_INDEX_TABLE entry.
 struct TestPeer {
