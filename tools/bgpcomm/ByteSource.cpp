@@ -33,6 +33,8 @@ void ByteSource::start( Options options ) {
    compression_ = sniffCompression( raw_.peek( 6 ) );
    if ( compression_ == Compression::none )
       return;
+   if ( compression_ != Compression::bzip2 && raw_.size() > 0 && raw_.size() < options.threadFrom )
+      options.threaded = false;
    unsigned workers = 0;
    if ( options.threaded ) {
       workers = options.bzip2Workers ? options.bzip2Workers

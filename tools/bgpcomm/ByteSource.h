@@ -27,6 +27,9 @@ class ByteSource {
       // bzip2Workers more (0: one per core); otherwise all in the caller.
       bool threaded = true;
       unsigned bzip2Workers = 0;
+      // A gzip, xz or zstd file smaller than this inflates in the caller:
+      // it takes less time than starting a thread and its buffers.
+      U64 threadFrom = 0;
    };
 
    // ByteSource(): opens the file and looks at its magic; throws ByteSourceError.

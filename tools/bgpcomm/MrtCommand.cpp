@@ -111,6 +111,10 @@ U64 fileSize( const std::string& path ) {
    return path != "-" && ::stat( path.c_str(), &st ) == 0 ? U64( st.st_size ) : 0;
 }
 
+// Below this a compressed file inflates in less time than a thread and its
+// ring of buffers take to set up.
+constexpr U64 threadFrom = U64( 1 ) << 20;
+
 // FileReading: the sinks one reading thread puts its files through. It keeps
 // the lists it interned until the end, so the tables' figures do not depend
 // on how files were shared out; its statistics are merged with the others'.
@@ -127,7 +131,7 @@ struct FileReading {
                                     : interning ),
            reader( filter.empty() ? filtering.next() : filtering ),
            err_( err ) {
-      reader.sourceOptionsIs( ByteSource::Options{ true, bzip2Workers } );
+      reader.sourceOptionsIs( ByteSource::Options{ true, bzip2Workers, threadFrom } );
    }
 
    // streamsAre(): where the next file prints.
