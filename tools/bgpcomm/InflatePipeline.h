@@ -21,6 +21,9 @@ class InflatePipeline {
  public:
    static constexpr size_t bufferSize = 4 << 20;
    static constexpr size_t bufferCount = 3;
+   // What the first buffer holds when handed over; each next one up to four
+   // times more, up to bufferSize.
+   static constexpr size_t firstFill = 64 << 10;
 
    // InflatePipeline(): starts inflating; inflater outlives the pipeline.
    explicit InflatePipeline( Inflater& inflater );
