@@ -13,7 +13,7 @@ namespace {
 
 // Inflating in the caller's thread hands out smaller chunks: nothing runs
 // ahead, so a large one only costs memory.
-constexpr size_t callerChunk = 256 * 1024;
+constexpr size_t callerChunk = 64 * 1024;
 
 } // namespace
 
