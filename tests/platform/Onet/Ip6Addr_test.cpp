@@ -56,7 +56,7 @@ TEST( Ip6Addr, RejectsMalformedTextSayingWhatAndWhere ) {
    };
    for ( const auto& [ input, message ] : cases ) {
       EXPECT_EQ( std::string( "address: invalid IPv6 address '" ) + input + "': " + message,
-                 thrownText<Kel::ParseException>( [ & ] { Ip6Addr::parse( input ); } ) );
+                 thrownText<Kel::ParseException>( [ in = input ] { Ip6Addr::parse( in ); } ) );
    }
 }
 

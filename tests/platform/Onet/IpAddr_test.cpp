@@ -41,7 +41,7 @@ TEST( IpAddr, RejectsMalformedTextSayingWhatAndWhere ) {
    };
    for ( const auto& [ text, message ] : cases ) {
       EXPECT_EQ( std::string( "address: invalid IPv4 address '" ) + text + "': " + message,
-                 thrownText<Kel::ParseException>( [ & ] { IpAddr::parse( text ); } ) );
+                 thrownText<Kel::ParseException>( [ in = text ] { IpAddr::parse( in ); } ) );
       IpAddr untouched( 1, 1, 1, 1 );
       EXPECT_FALSE( IpAddr::tryParse( text, &untouched ) );
       EXPECT_EQ( IpAddr( 1, 1, 1, 1 ), untouched );

@@ -54,8 +54,9 @@ TEST( RouteTarget, RejectsMalformedTextWithPreciseMessages ) {
       { "0x000200000000000g", "expected 0x and 16 hex digits" },
    };
    for ( const auto& [ text, message ] : cases ) {
-      EXPECT_EQ( std::string( "RouteTarget '" ) + text + "': " + message,
-                 thrownText<Kel::RangeException>( [ & ] { RouteTarget::fromStrep( text ); } ) );
+      EXPECT_EQ(
+            std::string( "RouteTarget '" ) + text + "': " + message,
+            thrownText<Kel::RangeException>( [ in = text ] { RouteTarget::fromStrep( in ); } ) );
    }
 }
 

@@ -39,7 +39,8 @@ TEST( PosixRegex, BadAndRunawayPatternsAreRefusedWithTheReason ) {
       { "^(a|){2,}", "{m,} repeats an operand that can match nothing" },
    };
    for ( const auto& [ pattern, reason ] : bad ) {
-      std::string what = thrownText<Kel::ParseException>( [ & ] { PosixRegex re( pattern ); } );
+      std::string what =
+            thrownText<Kel::ParseException>( [ in = pattern ] { PosixRegex re( in ); } );
       std::string prefix = std::string( "pattern: invalid regular expression '" ) + pattern + "': ";
       EXPECT_EQ( prefix, what.substr( 0, prefix.size() ) );
       EXPECT_NE( std::string::npos, what.find( reason, prefix.size() ) ) << what;
