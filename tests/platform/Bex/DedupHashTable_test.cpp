@@ -9,6 +9,7 @@
 #include <atomic>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <random>
 #include <string>
 #include <thread>
@@ -190,12 +191,8 @@ class DedupHashTableTest : public testing::Test {
       return notifiee;
    }
    template<class P>
-   static DedupHandle::PtrConst lookup( const P& table, U64 value, U32 hash ) {
-      return lookupIn<Table>( table, value, hash );
-   }
-   template<class P>
-   static DedupHandle::PtrConst lookup( const P& table, U64 value ) {
-      return lookupIn<Table>( table, value, goodHash( value ) );
+   static DedupHandle::PtrConst lookup( const P& table, U64 value, std::optional<U32> hash = {} ) {
+      return lookupIn<Table>( table, value, hash.value_or( goodHash( value ) ) );
    }
    bool allDestroyed() const { return counters.alive() == 0 && !counters.destroyedTwice.load(); }
 

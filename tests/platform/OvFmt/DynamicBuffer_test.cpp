@@ -42,7 +42,7 @@ TEST( DynamicBuffer, GrowsToTwiceTheUsedUpToOneKilobyteOrWhatIsNeeded ) {
    for ( size_t n : { 8, 1, 3, 20, 1, 100, 5, 400, 1, 1, 600, 2000, 1, 3000 } ) {
       const std::string piece( n, char( 'a' + expected.size() % 26 ) );
       const size_t before = buf.capacity();
-      buf.append( piece );
+      n == 1 ? buf.append( piece[ 0 ] ) : buf.append( piece ); // a character on its own
       expected += piece;
       if ( buf.capacity() != before ) {
          capacities.push_back( buf.capacity() );
@@ -63,15 +63,7 @@ TEST( DynamicBuffer, GrowsToTwiceTheUsedUpToOneKilobyteOrWhatIsNeeded ) {
    EXPECT_EQ( expected + "xxx", buf.view() );
 }
 
-TEST( DynamicBuffer, AppendsCharactersAndItsOwnTextAcrossGrowth ) {
-   DynamicBuffer<4> chars;
-   std::string expected;
-   for ( int i = 0; i < 5000; ++i ) {
-      chars.append( char( '0' + i % 10 ) );
-      expected += char( '0' + i % 10 );
-   }
-   EXPECT_EQ( expected, chars.str() );
-
+TEST( DynamicBuffer, AppendsItsOwnTextAcrossGrowth ) {
    DynamicBuffer<8> buf;
    buf.append( "abcdef" );
    buf.append( buf.view() ); // moves to the heap while reading itself

@@ -39,11 +39,10 @@ TEST( Serialize, PatchesAHeaderAfterTheValueIsWritten ) {
    EXPECT_EQ( end, out.length() ); // overwriting does not shorten
    out.writePosIs( end );
    out.addU8( 0xFF );
-   std::string wire = out.serializedString();
-   ASSERT_EQ( 1u + 2 + 20 + 1, wire.size() );
-   EXPECT_EQ( 0, wire[ 1 ] );
-   EXPECT_EQ( 20, wire[ 2 ] );
-   EXPECT_EQ( '\xFF', wire.back() );
+   EXPECT_EQ( std::string( "\x10\0\x14"
+                           "\0\0\0\0\0\0\0\1\0\0\0\2\0\0\0\3\0\0\0\4\xFF",
+                           1 + 2 + 20 + 1 ),
+              out.serializedString() );
    EXPECT_THROW( out.writePosIs( out.length() + 1 ), Kel::RangeException );
 }
 

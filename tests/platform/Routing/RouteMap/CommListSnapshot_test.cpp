@@ -18,11 +18,10 @@ TEST( CommListSnapshot, InsertsOverwritesAndIteratesInAscendingOrder ) {
       snapshot->commIs( c, true );
    }
    snapshot->commIs( 0x80000000u, false ); // overwrite
-   std::vector<CommListSnapshot::KelComm> entries( snapshot->commBegin(), snapshot->commEnd() );
-   std::vector<CommListSnapshot::KelComm> expected = { { 5u, true },
-                                                       { 0x80000000u, false },
-                                                       { 0xFFFFFF01u, true } };
-   EXPECT_EQ( expected, entries );
+   EXPECT_EQ(
+         ( std::vector<CommListSnapshot::KelComm>{
+               { 5u, true }, { 0x80000000u, false }, { 0xFFFFFF01u, true } } ),
+         std::vector<CommListSnapshot::KelComm>( snapshot->commBegin(), snapshot->commEnd() ) );
    EXPECT_TRUE( snapshot->comm( 5u ) );
    EXPECT_FALSE( snapshot->comm( 0x80000000u ) );
    EXPECT_FALSE( snapshot->comm( 6u ) );
