@@ -13,10 +13,10 @@ TEST( Bgpcomm, MrtExitStatusSaysWhetherEverythingWasRead ) {
    // A file read without a problem is a status 0: MrtCommand_test.
    // A bad community length: reported with file and offset, route still shown.
    MrtRecordBuilder b;
-   addPeerIndexTable( b, { { { 192, 0, 2, 1 }, 65001, false } } );
+   addPeerIndexTable( b, { { { 192, 0, 2, 1 }, 65001 } } );
    size_t ribAt = b.size();
    addRib( b, 2, { 10, 1, 0, 0 }, 24,
-           { { 0, pathAttributes( { { 8, hexOctets( "fde800" ) } } ) } } );
+           { { 0, pathAttributes( { { 8, parseHex( "fde800" ) } } ) } } );
    std::string bad = tempFile( "bad.mrt", b.data() );
    std::string missing = tempPath( "missing.mrt" );
 

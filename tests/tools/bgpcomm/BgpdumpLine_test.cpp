@@ -86,7 +86,7 @@ TEST( BgpdumpLine, AddPathRoutesKeepTheirPathIdInEveryForm ) {
 // the other outputs show every route.
 TEST( BgpdumpLine, OnlyUnicastTableDumpRecordsGiveLines ) {
    MrtRecordBuilder b;
-   addPeerIndexTable( b, { { { 192, 0, 2, 1 }, 65001, false } } );
+   addPeerIndexTable( b, { { { 192, 0, 2, 1 }, 65001 } } );
    for ( U16 subtype : { 2, 3 } )
       addRib( b, subtype, { 10, 1, 0, 0 }, 24, { { 0, pathAttributes( {} ) } } );
    std::string file = tempFile( "multicast.mrt", b.data() );

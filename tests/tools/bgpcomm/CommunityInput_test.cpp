@@ -1,7 +1,6 @@
 #include "MrtTestSupport.h"
 
 #include "tools/bgpcomm/CommunityInput.h"
-#include "tools/bgpcomm/HexText.h"
 
 #include "tests/platform/Kel/ThrownText.h"
 

@@ -18,11 +18,11 @@ TEST( ListText, TextsAreTheLibrarysFormsForEveryListOfTheSample ) {
    RouteInterner interner( tables );
    // Per kind: standard, extended, large, IPv6-address-specific.
    std::array<std::vector<std::vector<U8>>, communityKindCount> lists = {
-      { { hexOctets( "00000000 ffff029a ffffff01 ffffff02 ffffff03 ffff0000 ffff0006 0001ffff" ) },
-        { hexOctets( "0603001122334455 1d05000100000002 4300000000000002 030c00000000000b" ) },
-        { hexOctets( "ffffffff ffffffff ffffffff" ) },
-        { hexOctets( "004b20010db80000000000000000000000010064"
-                     "000320010db80000000000000000000000010064" ) } }
+      { { parseHex( "00000000 ffff029a ffffff01 ffffff02 ffffff03 ffff0000 ffff0006 0001ffff" ) },
+        { parseHex( "0603001122334455 1d05000100000002 4300000000000002 030c00000000000b" ) },
+        { parseHex( "ffffffff ffffffff ffffffff" ) },
+        { parseHex( "004b20010db80000000000000000000000010064"
+                    "000320010db80000000000000000000000010064" ) } }
    };
    std::vector<U8>& longList = lists[ 0 ].emplace_back();
    for ( U32 i = 0; i < 400; ++i ) {
@@ -35,7 +35,7 @@ TEST( ListText, TextsAreTheLibrarysFormsForEveryListOfTheSample ) {
    for ( const auto& route : got.communities ) {
       for ( size_t k = 0; k < communityKindCount; ++k ) {
          if ( !route[ k ].empty() )
-            lists[ k ].push_back( hexOctets( route[ k ] ) );
+            lists[ k ].push_back( parseHex( route[ k ] ) );
       }
    }
 

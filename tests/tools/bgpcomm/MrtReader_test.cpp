@@ -9,11 +9,11 @@ using Octets = std::vector<U8>;
 using Lines = std::vector<std::string>;
 
 const Octets peerA = { 192, 0, 2, 1 };
-const Octets peerB = hexOctets( "20010db8000000000000000000000002" );
-const Octets twoCommunities = hexOctets( "fde80064fde800c8" );
-const Octets oneLarge = hexOctets( "fa56ea00 00000001 00000002" );
+const Octets peerB = parseHex( "20010db8000000000000000000000002" );
+const Octets twoCommunities = parseHex( "fde80064fde800c8" );
+const Octets oneLarge = parseHex( "fa56ea00 00000001 00000002" );
 
-const std::vector<TestPeer> twoPeers = { { peerA, 65001, false }, { peerB, 4200000000u, true } };
+const std::vector<TestPeer> twoPeers = { { peerA, 65001 }, { peerB, 4200000000u } };
 
 Octets octetsOf( const MrtRecordBuilder& b ) { return Octets( b.data().begin(), b.data().end() ); }
 
@@ -61,9 +61,9 @@ TEST( MrtReader, BadCommunityLengthDropsOnlyThatAttributeOfThatRoute ) {
    addPeerIndexTable( b, twoPeers );
    size_t ribAt = b.size();
    addRib( b, 2, { 10, 1, 0, 0 }, 24,
-           { { 0, pathAttributes( { { 8, hexOctets( "fde80064fde8" ) }, { 32, oneLarge } } ) },
+           { { 0, pathAttributes( { { 8, parseHex( "fde80064fde8" ) }, { 32, oneLarge } } ) },
              { 1, pathAttributes( { { 16, {} }, { 8, twoCommunities } } ) },
-             { 0, pathAttributes( { { 8, twoCommunities }, { 8, hexOctets( "00000001" ) } } ) } } );
+             { 0, pathAttributes( { { 8, twoCommunities }, { 8, parseHex( "00000001" ) } } ) } } );
 
    Read got = read( b.data() );
    EXPECT_TRUE( got.summary.readToEnd );
@@ -139,16 +139,15 @@ TEST( MrtReader, Ipv6AndAddPathRibEntriesReadEveryPath ) {
    addPeerIndexTable( b, twoPeers );
    const std::string nextHop = "20010db8000000000000000000000001";
    MrtRecordBuilder a1, a2;
-   a1.attribute( 0x80, 14, hexOctets( "10" + nextHop ) );
+   a1.attribute( 0x80, 14, parseHex( "10" + nextHop ) );
    a1.attribute( 0xC0, 8, twoCommunities );
-   a2.attribute( 0x90, 14, hexOctets( "0002 01 10" + nextHop + "00 30 20010db80001" ) );
+   a2.attribute( 0x90, 14, parseHex( "0002 01 10" + nextHop + "00 30 20010db80001" ) );
    a2.attribute( 0xC0, 32, oneLarge );
-   addRib( b, 4, hexOctets( "20010db80001" ), 48,
-           { { 0, octetsOf( a1 ) }, { 1, octetsOf( a2 ) } } );
+   addRib( b, 4, parseHex( "20010db80001" ), 48, { { 0, octetsOf( a1 ) }, { 1, octetsOf( a2 ) } } );
    Octets a = pathAttributes( { { 8, twoCommunities } } );
    Octets c = pathAttributes( { { 32, oneLarge } } );
    addRib( b, 8, { 10, 9, 0, 0 }, 16, { { 0, a, 1 }, { 0, c, 2 } } );
-   addRib( b, 10, hexOctets( "20010db8" ), 32, { { 1, c, 7 } } );
+   addRib( b, 10, parseHex( "20010db8" ), 32, { { 1, c, 7 } } );
    addRib( b, 9, { 224, 1, 0, 0 }, 16, { { 1, a, 3 } } ); // multicast
 
    Read got = read( b.data() );
@@ -186,19 +185,19 @@ void addGeneric( MrtRecordBuilder& b, U16 subtype, U16 afi, U8 safi, const Octet
 TEST( MrtReader, RibGenericShowsVpnPrefixesWithRouteDistinguisherAndOthersAsHex ) {
    MrtRecordBuilder b;
    addPeerIndexTable( b, twoPeers );
-   Octets a = pathAttributes( { { 16, hexOctets( "0002fde800000064" ) } } );
+   Octets a = pathAttributes( { { 16, parseHex( "0002fde800000064" ) } } );
    // 24 label bits + 64 RD bits + 24 prefix bits = 112.
-   addGeneric( b, 6, 1, 128, hexOctets( "70 000641 0000fde800000064 0a0100" ), a );
+   addGeneric( b, 6, 1, 128, parseHex( "70 000641 0000fde800000064 0a0100" ), a );
    // Type 1 RD (IPv4 administrator), IPv6 prefix /48: 24 + 64 + 48 = 136.
-   addGeneric( b, 6, 2, 128, hexOctets( "88 000641 0001c0000201 0007 20010db80001" ), a );
+   addGeneric( b, 6, 2, 128, parseHex( "88 000641 0001c0000201 0007 20010db80001" ), a );
    // Type 2 RD (4-octet AS), two labels: 48 + 64 + 8 = 120.
-   addGeneric( b, 6, 1, 128, hexOctets( "78 000640 000641 0002fa56ea00 0003 0a" ), a );
-   addGeneric( b, 6, 25, 70, hexOctets( "03 05 0102030405" ), a ); // EVPN
-   addGeneric( b, 6, 1, 4, hexOctets( "30 000641 0a0100" ), a );   // labeled unicast
+   addGeneric( b, 6, 1, 128, parseHex( "78 000640 000641 0002fa56ea00 0003 0a" ), a );
+   addGeneric( b, 6, 25, 70, parseHex( "03 05 0102030405" ), a ); // EVPN
+   addGeneric( b, 6, 1, 4, parseHex( "30 000641 0a0100" ), a );   // labeled unicast
    size_t unknownAt = b.size();
-   addGeneric( b, 6, 1, 99, hexOctets( "18 0a0100" ), a ); // no known layout
-   addGeneric( b, 12, 1, 128, hexOctets( "70 000641 0000fde800000064 0a0200" ), a );
-   addGeneric( b, 12, 1, 128, hexOctets( "70 000641 0000fde800000064 0a0300" ), a, true );
+   addGeneric( b, 6, 1, 99, parseHex( "18 0a0100" ), a ); // no known layout
+   addGeneric( b, 12, 1, 128, parseHex( "70 000641 0000fde800000064 0a0200" ), a );
+   addGeneric( b, 12, 1, 128, parseHex( "70 000641 0000fde800000064 0a0300" ), a, true );
 
    Read got = read( b.data() );
    const std::string rest = " 192.0.2.1 65001 ext=0002fde800000064";
@@ -248,28 +247,28 @@ TEST( MrtReader, Bgp4mpUpdatesGiveOneRoutePerAnnouncedPrefix ) {
    MrtRecordBuilder attrs;
    attrs.attribute( 0x40, 1, Octets{ 0 } );
    attrs.attribute( 0x90, 14,
-                    hexOctets( "0002 01 10 20010db8000000000000000000000001 00 30 20010db80005" ) );
+                    parseHex( "0002 01 10 20010db8000000000000000000000001 00 30 20010db80005" ) );
    attrs.attribute( 0xC0, 8, twoCommunities );
    attrs.attribute( 0xC0, 32, oneLarge );
    Octets a = octetsOf( attrs ), std = pathAttributes( { { 8, twoCommunities } } );
-   addBgp4mp( b, 16, 4, 4200000001u, peerA, 2, update( {}, a, hexOctets( "18 0a0100 10 0a02" ) ) );
+   addBgp4mp( b, 16, 4, 4200000001u, peerA, 2, update( {}, a, parseHex( "18 0a0100 10 0a02" ) ) );
    // 2-octet AS message from an IPv6 peer, extended timestamp, one prefix.
    addBgp4mp( b, 17, 1, 65010, peerB, 2,
-              update( {}, pathAttributes( { { 16, hexOctets( "0002fde800000064" ) } } ),
-                      hexOctets( "18 0a0300" ) ) );
+              update( {}, pathAttributes( { { 16, parseHex( "0002fde800000064" ) } } ),
+                      parseHex( "18 0a0300" ) ) );
    // Add-path AS4 message: each NLRI led by a path identifier.
    addBgp4mp( b, 16, 9, 65020, peerA, 2,
-              update( {}, std, hexOctets( "00000001 18 0a0400 00000002 18 0a0400" ) ) );
+              update( {}, std, parseHex( "00000001 18 0a0400 00000002 18 0a0400" ) ) );
    // Nothing to show: a withdrawal, a KEEPALIVE, a state change.
-   addBgp4mp( b, 16, 4, 65030, peerA, 2, update( hexOctets( "18 0a0500" ), {}, {} ) );
+   addBgp4mp( b, 16, 4, 65030, peerA, 2, update( parseHex( "18 0a0500" ), {}, {} ) );
    addBgp4mp( b, 16, 4, 65030, peerA, 4, {} );
    b.beginRecord( 1700000000, 16, 5 );
-   b.bytes( hexOctets( "0000fdea 0000fde8 0000 0001 c0000201 c0000202 0005 0006" ) );
+   b.bytes( parseHex( "0000fdea 0000fde8 0000 0001 c0000201 c0000202 0005 0006" ) );
    b.endRecord();
    // An NLRI that runs past the message: the record goes, reading goes on.
    size_t badAt = b.size();
-   addBgp4mp( b, 16, 4, 65040, peerA, 2, update( {}, a, hexOctets( "18 0a06" ) ) );
-   addBgp4mp( b, 16, 4, 65050, peerA, 2, update( {}, std, hexOctets( "08 0b" ) ) );
+   addBgp4mp( b, 16, 4, 65040, peerA, 2, update( {}, a, parseHex( "18 0a06" ) ) );
+   addBgp4mp( b, 16, 4, 65050, peerA, 2, update( {}, std, parseHex( "08 0b" ) ) );
 
    Read got = read( b.data() );
    EXPECT_TRUE( got.summary.readToEnd );

@@ -23,9 +23,7 @@ MrtRoute routeWith( const std::vector<U8>& standard, const std::vector<U8>& exte
    MrtRoute r;
    r.prefix = "10.0.0.0/8";
    r.peer = "192.0.2.1";
-   r.communities[ communityKindIndex( CommunityKind::standard ) ] = standard;
-   r.communities[ communityKindIndex( CommunityKind::extended ) ] = extended;
-   r.communities[ communityKindIndex( CommunityKind::large ) ] = large;
+   r.communities = { standard, extended, large, {} }; // in CommunityKind order
    return r;
 }
 
@@ -33,11 +31,11 @@ TEST( MrtStats, FiguresComeFromTheTablesListsAndValues ) {
    CommunityTables tables;
    Counted counted( tables );
    InterningSink sink( tables, counted );
-   std::vector<U8> ab = hexOctets( "fde80064 ffffff01" );
-   std::vector<U8> baa = hexOctets( "ffffff01 fde80064 fde80064" ), a = hexOctets( "fde80064" );
-   std::vector<U8> rtLb = hexOctets( "0002fde800000064 4004fde84e6e6b28" ),
-                   rt = hexOctets( "0002fde800000064" ), rtOther = hexOctets( "0102c0000201000a" );
-   std::vector<U8> large = hexOctets( "fa56ea00 00000001 00000002" );
+   std::vector<U8> ab = parseHex( "fde80064 ffffff01" );
+   std::vector<U8> baa = parseHex( "ffffff01 fde80064 fde80064" ), a = parseHex( "fde80064" );
+   std::vector<U8> rtLb = parseHex( "0002fde800000064 4004fde84e6e6b28" ),
+                   rt = parseHex( "0002fde800000064" ), rtOther = parseHex( "0102c0000201000a" );
+   std::vector<U8> large = parseHex( "fa56ea00 00000001 00000002" );
    sink.route( routeWith( ab, rtLb, {} ) );
    sink.route( routeWith( baa, rt, {} ) );
    sink.route( routeWith( a, rtOther, large ) );

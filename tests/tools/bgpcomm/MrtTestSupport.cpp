@@ -2,7 +2,6 @@
 
 #include "tools/bgpcomm/ByteSink.h"
 #include "tools/bgpcomm/Commands.h"
-#include "tools/bgpcomm/HexText.h"
 
 #include <gtest/gtest.h>
 
@@ -55,14 +54,11 @@ void addPeerIndexTable( MrtRecordBuilder& b, const std::vector<TestPeer>& peers 
    b.u16( 0 ); // no view name
    b.u16( U16( peers.size() ) );
    for ( const TestPeer& p : peers ) {
-      b.u8( U8( ( p.address.size() == 16 ? 1 : 0 ) | ( p.as4 ? 2 : 0 ) ) );
+      const bool as4 = p.as > 0xFFFF;
+      b.u8( U8( ( p.address.size() == 16 ? 1 : 0 ) | ( as4 ? 2 : 0 ) ) );
       b.u32( 0x0A0000FF );
       b.bytes( p.address );
-      if ( p.as4 ) {
-         b.u32( p.as );
-      } else {
-         b.u16( U16( p.as ) );
-      }
+      as4 ? b.u32( p.as ) : b.u16( U16( p.as ) );
    }
    b.endRecord();
 }
@@ -86,14 +82,11 @@ void addRib( MrtRecordBuilder& b, U16 subtype, const std::vector<U8>& address, u
 
 std::vector<U8> pathAttributes( const std::vector<std::pair<U8, std::vector<U8>>>& attrs ) {
    MrtRecordBuilder b;
-   std::vector<U8> origin = { 0 };
-   b.attribute( 0x40, 1, origin );
+   b.attribute( 0x40, 1, std::vector<U8>{ 0 } ); // ORIGIN IGP
    for ( const auto& [ type, value ] : attrs )
       b.attribute( 0xC0, type, value );
    return std::vector<U8>( b.data().begin(), b.data().end() );
 }
-
-std::vector<U8> hexOctets( const std::string& hex ) { return parseHex( hex ); }
 
 namespace {
 
@@ -144,7 +137,7 @@ std::string readText( const std::string& path ) {
 std::string hexFixture( const std::string& name ) {
    std::string text = readText( sourceFile( "tests/data/mrt/" + name + ".hex" ) );
    std::string hex = std::regex_replace( text, std::regex( "#.*|\\s" ), "" ); // '#' to the line end
-   return tempFile( name + ".mrt", hexOctets( hex ) );
+   return tempFile( name + ".mrt", parseHex( hex ) );
 }
 
 std::vector<U8> compressedAs( std::span<const U8> octets, Compression c ) {

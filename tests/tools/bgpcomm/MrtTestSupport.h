@@ -6,6 +6,7 @@
 //   EXPECT_EQ( got.routes[ 0 ], "10.1.0.0/24 192.0.2.1 65001 std=fde80064" );
 #pragma once
 
+#include "tools/bgpcomm/HexText.h"
 #include "tools/bgpcomm/Inflater.h"
 #include "tools/bgpcomm/MrtReader.h"
 #include "tools/bgpcomm/MrtRecordBuilder.h"
@@ -38,11 +39,10 @@ std::string tempPath( const std::string& name );
 // tempFile(): the octets written to a fresh temporary file; its path.
 std::string tempFile( const std::string& name, std::span<const U8> octets );
 
-// TestPeer: one PEER_INDEX_TABLE entry.
+// TestPeer: one PEER_INDEX_TABLE entry; an AS beyond 65535 is written in 4 octets.
 struct TestPeer {
    std::vector<U8> address; // 4 or 16 octets
    U32 as = 0;
-   bool as4 = false;
 };
 
 // addPeerIndexTable()
@@ -63,9 +63,6 @@ void addRib( MrtRecordBuilder& b, U16 subtype, const std::vector<U8>& address, u
 // pathAttributes(): path attributes ORIGIN plus the given community
 // attributes (type, value octets), in order.
 std::vector<U8> pathAttributes( const std::vector<std::pair<U8, std::vector<U8>>>& attrs );
-
-// hexOctets(): the octets of hex text (test shorthand).
-std::vector<U8> hexOctets( const std::string& hex );
 
 // Invocation: one bgpcomm run, in process, with what it printed.
 struct Invocation {

@@ -21,25 +21,25 @@ TEST( RouteInterner, SameValuesInAnyOrderWithRepeatsAreOneListOfSortedUniqueValu
    CommunityTables tables;
    RouteInterner interner( tables );
 
-   auto std1 = interner.communities( hexOctets( "ffffff01 fde800c8 fde80064 fde800c8" ) );
-   auto std2 = interner.communities( hexOctets( "fde80064 fde800c8 ffffff01" ) );
+   auto std1 = interner.communities( parseHex( "ffffff01 fde800c8 fde80064 fde800c8" ) );
+   auto std2 = interner.communities( parseHex( "fde80064 fde800c8 ffffff01" ) );
    ASSERT_TRUE( std1 );
    EXPECT_EQ( std1, std2 );
    EXPECT_EQ( *std1->commVectorRawPtr(),
               ( std::vector<U32>{ 0xfde80064, 0xfde800c8, 0xffffff01 } ) );
 
    auto large1 = interner.largeCommunities(
-         hexOctets( "fa56ea00 00000001 00000002  0000fde8 00000000 00000009" ) );
-   auto large2 = interner.largeCommunities( hexOctets(
+         parseHex( "fa56ea00 00000001 00000002  0000fde8 00000000 00000009" ) );
+   auto large2 = interner.largeCommunities( parseHex(
          "0000fde8 00000000 00000009  fa56ea00 00000001 00000002  0000fde8 00000000 00000009" ) );
    ASSERT_TRUE( large1 );
    EXPECT_EQ( large1, large2 );
    EXPECT_EQ( large1->comms(), 2u );
    EXPECT_EQ( ( *large1->commVectorRawPtr() )[ 0 ], Acl::CommunityValue( 65000, 0, 9 ) );
 
-   auto ext1 = interner.extCommunities( hexOctets( "4004fde84e6e6b28 0002fde800000064" ) );
+   auto ext1 = interner.extCommunities( parseHex( "4004fde84e6e6b28 0002fde800000064" ) );
    auto ext2 = interner.extCommunities(
-         hexOctets( "0002fde800000064 4004fde84e6e6b28 0002fde800000064" ) );
+         parseHex( "0002fde800000064 4004fde84e6e6b28 0002fde800000064" ) );
    ASSERT_TRUE( ext1 );
    EXPECT_EQ( ext1, ext2 );
    ASSERT_EQ( ext1->comms(), 2u );
@@ -48,18 +48,16 @@ TEST( RouteInterner, SameValuesInAnyOrderWithRepeatsAreOneListOfSortedUniqueValu
    // committed output; its route targets: MrtCommand_test's stats).
    EXPECT_EQ( ext1->commVector()[ 0 ]->classification(), extCommClassificationRouteTarget );
 
-   std::vector<U8> rt6 = hexOctets( "000220010db80000000000000000000000010064" );
-   std::vector<U8> origin6 = hexOctets( "000320010db80000000000000000000000010064" );
-   std::vector<U8> both = origin6;
-   both.insert( both.end(), rt6.begin(), rt6.end() );
-   auto ip6a = interner.ipv6ExtCommunities( both );
-   auto ip6b = interner.ipv6ExtCommunities( std::vector<U8>( both.rbegin(), both.rend() ) );
-   ASSERT_TRUE( ip6a );
-   EXPECT_NE( ip6a, ip6b ); // reversed octets are other values
-   both.insert( both.end(), rt6.begin(), rt6.end() );
-   EXPECT_EQ( interner.ipv6ExtCommunities( both ), ip6a );
-   ASSERT_EQ( ip6a->comms(), 2u );
-   EXPECT_EQ( ip6a->commVector()[ 0 ]->content().subtypeOctet, 0x02 );
+   const std::string rt6 = "000220010db80000000000000000000000010064",
+                     origin6 = "000320010db80000000000000000000000010064";
+   std::vector<U8> both = parseHex( origin6 + rt6 );
+   auto ip6 = interner.ipv6ExtCommunities( both );
+   ASSERT_TRUE( ip6 );
+   EXPECT_EQ( interner.ipv6ExtCommunities( parseHex( rt6 + origin6 + rt6 ) ), ip6 );
+   // Reversed octets are other values.
+   EXPECT_NE( interner.ipv6ExtCommunities( std::vector<U8>( both.rbegin(), both.rend() ) ), ip6 );
+   ASSERT_EQ( ip6->comms(), 2u );
+   EXPECT_EQ( ip6->commVector()[ 0 ]->content().subtypeOctet, 0x02 );
 
    // One list built per content; the repeats were found.
    EXPECT_EQ( interner.listsBuilt(), 5u );
@@ -77,7 +75,7 @@ TEST( RouteInterner, NoOctetsNoListOtherValuesOtherListAndListsOutliveRoutes ) {
    EXPECT_FALSE( interner.ipv6ExtCommunities( {} ) );
 
    MrtRoute route;
-   std::vector<U8> a = hexOctets( "fde80064" ), b = hexOctets( "fde80065" );
+   std::vector<U8> a = parseHex( "fde80064" ), b = parseHex( "fde80065" );
    route.communities[ communityKindIndex( CommunityKind::standard ) ] = a;
    InternedRoute lists;
    interner.intern( route, &lists );

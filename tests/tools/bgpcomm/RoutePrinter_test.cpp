@@ -25,8 +25,8 @@ class RoutePrinterOutput : public testing::Test {
 // The other kinds, alone and together, are in the bundled sample's committed
 // output (MrtCommand_test).
 TEST_F( RoutePrinterOutput, JsonCarriesTheListsSortedUniqueValuesAndTextsOfPresentKindsOnly ) {
-   std::vector<U8> large = hexOctets( "fa56ea00 00000001 00000002 0000fde8 00000000 00000009" );
-   std::vector<U8> ip6 = hexOctets(
+   std::vector<U8> large = parseHex( "fa56ea00 00000001 00000002 0000fde8 00000000 00000009" );
+   std::vector<U8> ip6 = parseHex(
          "000220010db80000000000000000000000010064"
          "000220010db80000000000000000000000010064" );
    MrtRoute r;
