@@ -57,9 +57,6 @@ class TestHandle final : public DedupHandle {
       magic_ = kDead;
       counters_->destroyed.fetch_add( 1 );
    }
-   static Ptr TestHandleIs( U64 value, LifeCounters* counters ) {
-      return Kel::makeActivePtr<TestHandle>( value, goodHash( value ), counters );
-   }
 
    U64 value() const noexcept { return value_; }
    bool alive() const noexcept { return magic_ == kAlive; }
@@ -146,30 +143,12 @@ class CheckingNotifiee : public Bex::DedupHashTableLifeTimeNotifiee {
    std::vector<std::atomic<int>> live_;
 };
 
-// lookupIn(): by key in a keyed table, by content in the others.
-template<class Table, class P>
-DedupHandle::PtrConst lookupIn( const P& table, U64 value, U32 hash ) {
-   const auto& set = static_cast<const Table&>( *table );
-   if constexpr ( std::is_same_v<Table, KeyedDedupHashTable> ) {
-      return set.lookupByKey( hash, value );
-   } else {
-      return set.lookupByContent( TestContent( value ), hash );
-   }
-}
-
 // Variant: a kind of table, thread-safe or not.
 template<class T, bool threadSafe>
 struct Variant {
    using Table = T;
    static constexpr bool kThreadSafe = threadSafe;
    static constexpr bool kKeyed = std::is_same_v<T, KeyedDedupHashTable>;
-};
-struct VariantName {
-   template<class V>
-   static std::string GetName( int ) {
-      return std::string( V::kThreadSafe ? "ThreadSafe" : "SingleThread" ) +
-             ( V::kKeyed ? "Keyed" : "" );
-   }
 };
 
 // Every variant must behave the same from one thread; keyed members are
@@ -190,9 +169,16 @@ class DedupHashTableTest : public testing::Test {
       table.lifeTimeNotifieeIs( notifiee );
       return notifiee;
    }
+   // lookup(): by key in a keyed table, by content in the others.
    template<class P>
    static DedupHandle::PtrConst lookup( const P& table, U64 value, std::optional<U32> hash = {} ) {
-      return lookupIn<Table>( table, value, hash.value_or( goodHash( value ) ) );
+      const auto& set = static_cast<const Table&>( *table );
+      const U32 h = hash.value_or( goodHash( value ) );
+      if constexpr ( V::kKeyed ) {
+         return set.lookupByKey( h, value );
+      } else {
+         return set.lookupByContent( TestContent( value ), h );
+      }
    }
    bool allDestroyed() const { return counters.alive() == 0 && !counters.destroyedTwice.load(); }
 
@@ -202,7 +188,7 @@ using Variants =
       testing::Types<Variant<DedupHashTableUnorderedSet, false>,
                      Variant<DedupHashTableUnorderedSet, true>, Variant<KeyedDedupHashTable, false>,
                      Variant<KeyedDedupHashTable, true>>;
-TYPED_TEST_SUITE( DedupHashTableTest, Variants, VariantName );
+TYPED_TEST_SUITE( DedupHashTableTest, Variants ); // a failure names its TypeParam
 
 TYPED_TEST( DedupHashTableTest, InterningSameContentTwiceReturnsSameObject ) {
    auto table = this->newTable();
@@ -467,20 +453,18 @@ TYPED_TEST( DedupHashTableTest, TableGoingAwayStopsNotificationOnceAndSparesHeld
 // slot: releases that cannot tell from the count whether outside
 // references are left ask the table.
 template<class Table>
-class DedupHashTableConcurrency : public testing::Test {};
+class DedupHashTableConcurrency : public DedupHashTableTest<Variant<Table, true>> {};
 using Tables = testing::Types<DedupHashTableUnorderedSet, KeyedDedupHashTable>;
 TYPED_TEST_SUITE( DedupHashTableConcurrency, Tables );
 
 TYPED_TEST( DedupHashTableConcurrency, RacingLookupsInsertsAndReleasesKeepOneMemberPerContent ) {
-   using Table = TypeParam;
    constexpr unsigned kThreads = 4;
    constexpr U64 kContents = 64;
    constexpr unsigned kHeld = 8;
    constexpr U64 kOpsPerThread = 1'000'000 / kThreads;
-   LifeCounters counters;
-   auto table = Kel::makeActivePtr<Table>( true );
-   auto notifiee = Kel::makePtr<CheckingNotifiee>( kContents );
-   table->lifeTimeNotifieeIs( notifiee );
+   LifeCounters& counters = this->counters;
+   auto table = this->newTable();
+   auto notifiee = this->watched( *table, kContents );
 
    std::mutex mailboxMutex; // references change threads through the mailbox
    std::vector<DedupHandle::PtrConst> mailbox;
@@ -512,12 +496,12 @@ TYPED_TEST( DedupHashTableConcurrency, RacingLookupsInsertsAndReleasesKeepOneMem
          if ( kind < 8 ) {
             // Look up, often only to drop the reference at once; on the
             // interning path, build and dedup on a miss.
-            DedupHandle::PtrConst p = lookupIn<Table>( table, content, goodHash( content ) );
+            DedupHandle::PtrConst p = this->lookup( table, content );
             if ( p ) {
                hits.fetch_add( 1, std::memory_order_relaxed );
             } else if ( kind >= 5 ) {
                inserts.fetch_add( 1, std::memory_order_relaxed );
-               p = table->dedup( TestHandle::TestHandleIs( content, &counters ) );
+               p = table->dedup( this->make( content ) );
             }
             if ( p ) {
                check( p, content );
@@ -527,8 +511,7 @@ TYPED_TEST( DedupHashTableConcurrency, RacingLookupsInsertsAndReleasesKeepOneMem
             }
          } else if ( kind < 9 ) {
             // A candidate that often loses to a member already there.
-            DedupHandle::PtrConst p =
-                  table->dedup( TestHandle::TestHandleIs( content, &counters ) );
+            DedupHandle::PtrConst p = table->dedup( this->make( content ) );
             check( p, content );
             held[ slot ] = std::move( p );
          } else if ( kind < 13 ) {

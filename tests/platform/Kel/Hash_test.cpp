@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <numeric>
 #include <random>
 #include <string_view>
 #include <unordered_set>
@@ -76,9 +77,7 @@ TEST( SipHash, MatchesThePublishedVectorsWhetherFedAtOnceOrInPieces ) {
                             0x751e8fbc860ee5fb, 0x14ea5627c0843d90, 0xf723ca908e7af2ee,
                             0xa129ca6149be45e5 };
    U8 message[ 64 ];
-   for ( int i = 0; i < 64; ++i ) {
-      message[ i ] = U8( i );
-   }
+   std::iota( message, message + 64, U8( 0 ) );
    for ( size_t n = 0; n < 16; ++n ) {
       EXPECT_EQ( expected[ n ], ( Kel::sipHash<2, 4>( kKey, message, n ) ) ) << n;
    }

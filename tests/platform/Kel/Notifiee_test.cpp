@@ -23,6 +23,9 @@ struct Observer {
    }
 };
 
+// on(): what o does when notified.
+void on( Observer& o, std::function<void()> action ) { o.onNotify = std::move( action ); }
+
 // notified(): the names one visit of list notifies.
 Names notified( const Kel::NotifieeList<Observer>& list, Names* log ) {
    log->clear();
@@ -58,30 +61,26 @@ TEST( NotifieeList, HandlersMayChangeTheListDuringAVisit ) {
    list.add( &c );
    // a removes c (not yet visited: skipped) and adds d (not visited in
    // this round); b removes itself (already visited: no effect).
-   a.onNotify = [ & ] {
+   on( a, [ & ] {
       list.remove( &c );
       list.add( &d );
-   };
-   b.onNotify = [ & ] {
-      list.remove( &b );
-   };
+   } );
+   on( b, [ & ] { list.remove( &b ); } );
    EXPECT_EQ( ( Names{ "a", "b" } ), notified( list, &log ) );
-   a.onNotify = nullptr;
+   on( a, nullptr );
    EXPECT_EQ( ( Names{ "a", "d" } ), notified( list, &log ) );
 
    // Removed and added back during the same visit: it is registered again,
    // so it is notified in this round after all.
    list.add( &c );
-   a.onNotify = [ & ] {
+   on( a, [ & ] {
       list.remove( &c );
       list.add( &c );
-   };
+   } );
    EXPECT_EQ( ( Names{ "a", "d", "c" } ), notified( list, &log ) );
 
    // Every observer removing every other one: only the first is notified.
-   a.onNotify = [ & ] {
-      list.clear();
-   };
+   on( a, [ & ] { list.clear(); } );
    EXPECT_EQ( Names{ "a" }, notified( list, &log ) );
 }
 

@@ -48,8 +48,7 @@ TEST( Trace, EnvironmentGrammarSelectsCategoriesAndLevels ) {
          "OVTRACE: ignoring '7-3'\nOVTRACE: ignoring 'x/'\nOVTRACE: ignoring '3'\n"
          "OVTRACE: ignoring ''\nOVTRACE: ignoring '/4'\n",
          testing::internal::GetCapturedStderr() );
-   EXPECT_FALSE( other.enabled( -1 ) );
-   EXPECT_FALSE( other.enabled( 10 ) );
+   EXPECT_FALSE( other.enabled( -1 ) || other.enabled( 10 ) ); // levels are 0 to 9
    ::unsetenv( "OVTRACE" );
    TraceCategory::reloadForTesting();
 }

@@ -159,17 +159,14 @@ TEST_F( StoreManagerFile, ReopensInAnotherProcess ) {
 }
 
 TEST_F( StoreManagerFile, BrokenFilesAreRejectedWithAReason ) {
-   auto write = [ & ]( const std::string& bytes ) {
-      std::ofstream( path_, std::ios::binary | std::ios::trunc ) << bytes;
-   };
    auto openError = [ & ] {
       return message( [ & ] { StoreManager::openFile( path_ ); } );
    };
    std::string prefix = "store '" + path_ + "' ";
 
-   write( "" );
+   std::ofstream( path_ ).close();
    EXPECT_EQ( prefix + "is truncated: 0 octets, less than its header", openError() );
-   write( std::string( 4096, 'x' ) );
+   std::ofstream( path_, std::ios::binary ) << std::string( 4096, 'x' );
    EXPECT_EQ( prefix + "is not a store (bad magic)", openError() );
 
    U64 used;

@@ -12,7 +12,7 @@ namespace {
 
 using OvFmt::DynamicBuffer;
 
-TEST( DynamicBuffer, ShortTextStaysInLocalStorage ) {
+TEST( DynamicBuffer, ShortTextStaysInLocalStorageAndItsOwnTextAppends ) {
    DynamicBuffer<16> buf;
    EXPECT_TRUE( buf.empty() );
    buf.append( "RT:" );
@@ -33,6 +33,15 @@ TEST( DynamicBuffer, ShortTextStaysInLocalStorage ) {
    buf.clear();
    EXPECT_TRUE( buf.empty() );
    EXPECT_EQ( 16u, buf.capacity() );
+
+   // Its own text appended: from local storage to the heap while reading
+   // itself, then from heap to heap.
+   buf.append( "abcdefghij" );
+   buf.append( buf.view() );
+   EXPECT_EQ( "abcdefghijabcdefghij", buf.view() );
+   buf.append( buf.view() );
+   buf.append( buf.view().substr( 3, 4 ) );
+   EXPECT_EQ( "abcdefghijabcdefghijabcdefghijabcdefghijdefg", buf.view() );
 }
 
 TEST( DynamicBuffer, GrowsToTwiceTheUsedUpToOneKilobyteOrWhatIsNeeded ) {
@@ -61,16 +70,6 @@ TEST( DynamicBuffer, GrowsToTwiceTheUsedUpToOneKilobyteOrWhatIsNeeded ) {
    std::fill( room, room + 3, 'x' );
    buf.commit( 3 );
    EXPECT_EQ( expected + "xxx", buf.view() );
-}
-
-TEST( DynamicBuffer, AppendsItsOwnTextAcrossGrowth ) {
-   DynamicBuffer<8> buf;
-   buf.append( "abcdef" );
-   buf.append( buf.view() ); // moves to the heap while reading itself
-   EXPECT_EQ( "abcdefabcdef", buf.view() );
-   buf.append( buf.view() ); // and from heap to heap
-   buf.append( buf.view().substr( 3, 4 ) );
-   EXPECT_EQ( "abcdefabcdefabcdefabcdefdefa", buf.view() );
 }
 
 TEST( DynamicBuffer, DecimalAndHexAtTheirEdges ) {

@@ -11,6 +11,7 @@ TEST( Bgpcomm, MrtExitStatusSaysWhetherEverythingWasRead ) {
    ASSERT_EQ( gen.status, 0 ) << gen.err;
    EXPECT_NE( gen.out.find( "500 routes" ), std::string::npos );
    // A file read without a problem is a status 0: MrtCommand_test.
+
    // A bad community length: reported with file and offset, route still shown.
    MrtRecordBuilder b;
    addPeerIndexTable( b, { { { 192, 0, 2, 1 }, 65001 } } );

@@ -52,27 +52,24 @@ TEST( ByteSource, EveryFormGivesTheSameOctetsChosenByMagicNotName ) {
    Octets data = pattern( 700000 );
    Octets padded = compressedAs( data, Compression::gzip );
    padded.insert( padded.end(), 512, 0 ); // ends the data quietly
-   struct Case {
-      Octets file;
-      Compression compression;
-      Octets expected;
+   std::vector<std::tuple<Octets, Compression, Octets>> cases = {
+      { data, Compression::none, data },
+      { padded, Compression::gzip, data },
+      { Octets{ 0x1f }, Compression::none, Octets{ 0x1f } },
+      { Octets{}, Compression::none, Octets{} }
    };
-   std::vector<Case> cases = { { data, Compression::none, data },
-                               { padded, Compression::gzip, data },
-                               { Octets{ 0x1f }, Compression::none, Octets{ 0x1f } },
-                               { Octets{}, Compression::none, Octets{} } };
    for ( Compression c : kCompressed ) {
       // One member or stream, and two back to back.
       cases.push_back( { compressedAs( data, c ), c, data } );
-      cases.push_back( { twice( cases.back().file ), c, twice( data ) } );
+      cases.push_back( { twice( std::get<0>( cases.back() ) ), c, twice( data ) } );
    }
-   for ( const Case& c : cases ) {
-      std::string path = tempFile( "a.mrt.gz", c.file );
+   for ( const auto& [ file, compression, expected ] : cases ) {
+      std::string path = tempFile( "a.mrt.gz", file );
       for ( bool threaded : { false, true } ) {
          Compression seen;
-         EXPECT_EQ( readAll( path, threaded, &seen ), c.expected )
-               << compressionName( c.compression ) << " threaded " << threaded;
-         EXPECT_EQ( seen, c.compression );
+         EXPECT_EQ( readAll( path, threaded, &seen ), expected )
+               << compressionName( compression ) << " threaded " << threaded;
+         EXPECT_EQ( seen, compression );
       }
    }
 }

@@ -9,12 +9,6 @@
 namespace BgpcommTest {
 namespace {
 
-std::string hexOf( const std::vector<U8>& o ) {
-   std::string s;
-   appendHex( s, o );
-   return s;
-}
-
 std::string errorOf( const char* input ) {
    return thrownText<CommunityInputError>( [ & ] { parseCommunityInput( input ); } );
 }
@@ -42,7 +36,7 @@ TEST( CommunityInput, CommunitiesAndAttributesGiveTheirKindAndValueOctets ) {
       EXPECT_EQ( in.kind, kind ) << input;
       EXPECT_EQ( in.isAttribute ? in.attrFlags : 0, flags ) << input;
       EXPECT_EQ( in.isAttribute, flags != 0 ) << input;
-      EXPECT_EQ( hexOf( in.octets ), octets ) << input;
+      EXPECT_EQ( in.octets, parseHex( octets ) ) << input;
    }
 }
 

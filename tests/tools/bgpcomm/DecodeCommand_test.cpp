@@ -68,10 +68,8 @@ TEST( DecodeCommand, JsonIsOneObjectPerInputWithTheInternedListsValues ) {
 }
 
 TEST( DecodeCommand, TextGivesTheOutputOfTheHexOfItsValues ) {
-   const struct {
-      const char* text;
-      const char* hex;
-   } rows[] = {
+   const std::pair<const char*, const char*> rows[] = {
+      // text, hex
       { "65000:100", "fde80064" },
       { "3257:4532", "0cb911b4" },   // decimal groups read as text first
       { "fd:e8:00:64", "fde80064" }, // then as hex
@@ -81,10 +79,10 @@ TEST( DecodeCommand, TextGivesTheOutputOfTheHexOfItsValues ) {
         "c0101002020001000200034004fde84e6e6b28" },
       { "0003-IP6:2001:db8::1:100", "000320010db80000000000000000000000010064" },
    };
-   for ( const auto& row : rows ) {
-      Invocation text = runTool( { "decode", row.text } );
+   for ( const auto& [ input, hex ] : rows ) {
+      Invocation text = runTool( { "decode", input } );
       EXPECT_EQ( text.status, 0 ) << text.err;
-      EXPECT_EQ( text.out, runTool( { "decode", row.hex } ).out ) << row.text;
+      EXPECT_EQ( text.out, runTool( { "decode", hex } ).out ) << input;
    }
 }
 

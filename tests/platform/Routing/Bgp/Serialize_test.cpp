@@ -55,8 +55,7 @@ TEST( Serialize, GrowsPastTheInlineBufferKeepingContents ) {
    EXPECT_EQ( 12000u, out.length() );
    EXPECT_GE( out.capacity(), 12000u );
    for ( U32 i = 0; i < 3000; i += 997 ) {
-      const U8* p = out.data() + 4 * i;
-      EXPECT_EQ( i, Routing::Bgp::loadU32ntoh( p ) );
+      EXPECT_EQ( i, Routing::Bgp::loadU32ntoh( out.data() + 4 * i ) );
    }
    out.growBuffer( 100000 );
    EXPECT_GE( out.capacity(), 100000u );
