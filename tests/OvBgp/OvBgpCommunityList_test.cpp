@@ -80,7 +80,7 @@ class ListDedupOctetsTest : public ::testing::Test {
       return open( kind, keys )->dedup( kind.lists.ptr() );
    }
    // values(): the listed test values, in the listed order.
-   std::vector<Octets> values( std::initializer_list<size_t> which ) const {
+   std::vector<Octets> values( const std::vector<size_t>& which ) const {
       std::vector<Octets> out;
       for ( size_t i : which ) {
          out.push_back( value( K::unit, i ) );
@@ -105,7 +105,7 @@ TYPED_TEST( ListDedupOctetsTest, GivesTheBuiltListWhateverTheOrderAndRepeats ) {
    // Each wire form against the values built in another order; the first
    // case interns through the octets, the others find what is there.
    const auto expected = this->values( { 1, 5, 3, 9 } );
-   for ( const auto& order : std::vector<std::initializer_list<size_t>>{
+   for ( const auto& order : std::vector<std::vector<size_t>>{
                { 5, 1, 9, 3 }, { 1, 3, 5, 9 }, { 9, 5, 3, 1 }, { 3, 3, 9, 1, 5, 1 } } ) {
       auto fromWire = this->fromOctets( concat( this->values( order ) ) );
       EXPECT_EQ( fromWire, this->built( expected ) );

@@ -204,23 +204,21 @@ std::vector<size_t> countsOf( const BgpParseExtCommRuleCollections& c ) {
 
 // The IPv6 non-transitive rule is deliberately never entered: plug-ins cannot reach it.
 TEST( BgpParseExtCommRuleCollections, EveryRuleButIp6NonTransIsEnteredFromCreationUntilDeletion ) {
-   auto collections = bgpParseExtCommRuleCollectionsFactory();
-   BgpParseExtCommControl control( collections );
-   const std::vector<size_t> none( 14, 0 );
-   std::vector<size_t> all( 14, 1 );
+   Parser p;
+   const auto& collections = p.collections;
+   const auto& control = p.control;
+   std::vector<size_t> all( 14, 1 ), none( 14, 0 );
    all.back() = 0;
-
-   auto rule = bgpParseExtendedCommunityRuleFactory( control );
    EXPECT_EQ( countsOf( *collections ), all );
-   EXPECT_EQ( collections->ruleInstance( rule->key() ), rule.ptr() );
-   const auto& twoOctet = dynamic_cast<const BgpParseExtCommTransTwoOctetAsRule&>(
-         *rule->typeRule( extCommPktTypeTransTwoOctetAs ) );
+   EXPECT_EQ( collections->ruleInstance( p.rule->key() ), p.rule.ptr() );
+   const auto& twoOctet =
+         p.typeRule<BgpParseExtCommTransTwoOctetAsRule>( extCommPktTypeTransTwoOctetAs );
    EXPECT_TRUE( collections->extendedCommSubTypeTransTwoOctetAsRuleInstanceHas( twoOctet.key() ) );
    EXPECT_EQ( collections->ruleInstance( twoOctet.key() ), &twoOctet );
    const auto& ip6NonTrans = dynamic_cast<const BgpParseExtCommIp6NonTransRule&>(
-         *rule->ip6TypeRule( extCommIp6PktTypeNonTransIpv6Address ) );
+         *p.rule->ip6TypeRule( extCommIp6PktTypeNonTransIpv6Address ) );
    EXPECT_FALSE( collections->extendedCommIp6SubTypeNonTransRuleInstanceHas( ip6NonTrans.key() ) );
-   rule = nullptr;
+   p.rule = nullptr;
    EXPECT_EQ( countsOf( *collections ), none );
 
    // A type rule on its own: entered while it lives.
