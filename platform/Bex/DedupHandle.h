@@ -71,8 +71,7 @@ class DedupHandle : public Kel::PtrInterface {
 
    // deleteRef(): Kel::PtrInterface::deleteRef() with a member's release
    // inlined, for pointers whose type says they hold a handle (the hit path
-   // of every table: intern, use, drop). A release is one atomic decrement;
-   // the one that leaves only the table's reference goes to the table.
+   // of every table: intern, use, drop).
    void deleteRef() const noexcept {
       if ( tableShared() ) {
          releaseMemberReference();
@@ -114,11 +113,12 @@ class DedupHandle : public Kel::PtrInterface {
    // A single-thread table's hit hands out one of the references it
    // counted ahead, so that interning a value already there changes no
    // count; when none is left, one atomic add counts the next kReserve
-   // ahead. Runs in the table's one thread, the reserve's only writer
-   // (thread-safe tables count each hit on the member instead).
-   // A member of a keyed table has its reserve tallied in its slot instead;
-   // its own reserve byte then says only that there may be one (kReserve
-   // from the first refill on), which is all a release needs.
+   // ahead, and a release gives its reference back to the reserve. Runs in
+   // the table's one thread, the reserve's only user (thread-safe tables
+   // count each hit on the member instead). A member of a keyed table has
+   // its reserve tallied in its slot instead; its own reserve byte then says
+   // only that there may be one (kReserve), so that refCount() asks the
+   // table.
    static constexpr U8 kReserve = 255;
    void handOutReference() const noexcept {
       const U8 reserved = reservedAtomic().load( std::memory_order_relaxed );
@@ -146,7 +146,8 @@ class DedupHandle : public Kel::PtrInterface {
 
    // tryNewRef(): a reference, unless the count is zero or claimed (the
    // member is leaving its thread-safe table): how a lookup without the
-   // shard's lock takes one.
+   // shard's lock takes one. A claimed count is never changed, so that the
+   // member's removal sees the table's reference alone.
    bool tryNewRef() const noexcept {
       std::atomic<U32>& count = refCountAtomic();
       U32 c = count.load( std::memory_order_relaxed );
@@ -169,31 +170,24 @@ class DedupHandle : public Kel::PtrInterface {
    bool outsideReferencesGone( U32 reserve ) const noexcept {
       return refCountAtomic().load() == 1 + reserve;
    }
+   // dropReserve(): the references the table still held ready go, once no
+   // hit can take them any more (the member leaves, or the table goes).
+   void dropReserve( U32 reserve ) const noexcept {
+      if ( reserve ) {
+         refCountAtomic().fetch_sub( reserve );
+      }
+      reservedAtomic().store( 0, std::memory_order_relaxed );
+   }
 
    U32 reservedReferences() const noexcept override;
 
    void releaseShared() const noexcept override { releaseMemberReference(); }
-   void releaseMemberReference() const noexcept {
-      // Read while this reference still keeps the handle in its table: once
-      // the count drops, another thread may detach and destroy it.
-      DedupHashTableBase* table = table_;
-      const U32 hash = tableHash_;
-      // The decrement succeeds only on the count it was judged by: a refill
-      // in between makes it try again. Hits in between only shrink the
-      // reserve, so the count beyond the reserve read is a floor on the
-      // outside references left.
-      U32 count = refCountAtomic().load();
-      U32 reserved;
-      do {
-         reserved = reservedAtomic().load( std::memory_order_relaxed );
-      } while ( !refCountAtomic().compare_exchange_weak( count, count - 1 ) );
-      if ( count - 1 <= 1 + reserved ) {
-         lastOutsideReferenceGone( table, this, hash );
-      }
-   }
-
-   static void lastOutsideReferenceGone( DedupHashTableBase* table, const DedupHandle* handle,
-                                         U32 hash ) noexcept;
+   // releaseMemberReference(): in a single-thread table, the reference goes
+   // back into the reserve it came from (Bex/DedupHashTable.h), so a hit
+   // and its release change no count; in a thread-safe table it is one
+   // atomic decrement. Either way, the one that leaves only the table's
+   // reference detaches the member.
+   inline void releaseMemberReference() const noexcept;
 
    std::atomic<DedupHandleState> state_{ dedupHandleStateNeverDeduped_ };
    U32 userData_ = 0;
@@ -205,3 +199,6 @@ static_assert( sizeof( void* ) != 8 || sizeof( DedupHandle ) == 32,
                "an interned handle's header stays within 32 bytes" );
 
 } // namespace Bex
+
+// A release reads its table: whoever holds a handle gets the table too.
+#include "Bex/DedupHashTable.h"

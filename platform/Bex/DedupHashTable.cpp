@@ -27,13 +27,6 @@ T* allocateZeroed( size_t count ) {
 
 } // namespace
 
-void DedupHandle::lastOutsideReferenceGone( DedupHashTableBase* table, const DedupHandle* handle,
-                                            U32 hash ) noexcept {
-   // A table-shared handle always has its table: both are cleared together,
-   // and only once no outside reference is left.
-   table->releaseMember( handle, hash );
-}
-
 U64 DedupHandle::dedupKey() const noexcept {
    KEL_ASSERT_MSG( false, "dedupKey() of a class without keys" );
    return 0;
@@ -48,11 +41,12 @@ U32 DedupHandle::reservedReferences() const noexcept {
    return table_->reserveOf( this, tableHash_ );
 }
 
-DedupHashTableBase::DedupHashTableBase( bool threadSafe )
+DedupHashTableBase::DedupHashTableBase( bool threadSafe, bool keyed )
       : hashKey_( Kel::randomHashKey() ),
         shardCount_( threadSafe ? kShards : 1 ),
         shardShift_( threadSafe ? kShardShift : 32 ),
-        threadSafe_( threadSafe ) {}
+        threadSafe_( threadSafe ),
+        keyed_( keyed ) {}
 
 DedupHashTableBase::~DedupHashTableBase() = default;
 
@@ -104,13 +98,14 @@ void DedupHashTableBase::visitSlots( void ( *fn )( void*, const DedupHandle* ),
    }
 }
 
-DedupHashTable::DedupHashTable( bool threadSafe ) : DedupHashTableBase( threadSafe ) {
+DedupHashTable::DedupHashTable( bool threadSafe ) : DedupHashTableBase( threadSafe, false ) {
    allocateShards<Slot>();
 }
 
 DedupHashTable::~DedupHashTable() { forgetMembers<Slot>(); }
 
-KeyedDedupHashTable::KeyedDedupHashTable( bool threadSafe ) : DedupHashTableBase( threadSafe ) {
+KeyedDedupHashTable::KeyedDedupHashTable( bool threadSafe )
+      : DedupHashTableBase( threadSafe, true ) {
    allocateShards<KeyedSlot>();
 }
 

@@ -3,8 +3,9 @@
 // outside drop to none, the member leaves the table (handleRemove fires) and
 // is destroyed. A hit is one hash and one probe of an open-addressing array;
 // nothing is allocated. In a single-thread table the reference a hit
-// returns comes from a reserve the table counted ahead, so it touches no
-// count (one add refills the reserve every so many hits).
+// returns comes from a reserve the table counted ahead, and its release
+// gives it back there, so neither touches a count (one add refills the
+// reserve when hits outrun releases).
 //
 // Two kinds, chosen by type: DedupHashTable finds members by their content
 // (compare()); KeyedDedupHashTable is for members whose content fits in 64
@@ -132,7 +133,7 @@ class DedupHashTableBase : public Kel::PtrInterface {
    void dumpState( const DumpContext& ctx, U32 indent ) const;
 
  protected:
-   explicit DedupHashTableBase( bool threadSafe );
+   DedupHashTableBase( bool threadSafe, bool keyed );
    ~DedupHashTableBase() override;
    void onZeroReferences() const noexcept override;
 
@@ -189,6 +190,7 @@ class DedupHashTableBase : public Kel::PtrInterface {
     public:
       static constexpr int kReserveShift = 48;
       static constexpr U64 kAddressMask = ( U64( 1 ) << kReserveShift ) - 1;
+      static constexpr U32 kMaxReserve = 0xFFFF;
       KeyedSlot() noexcept = default;
       KeyedSlot( U64 key, DedupHandle* handle ) noexcept
             : key_( key ), bits_( reinterpret_cast<U64>( handle ) ) {}
@@ -403,11 +405,52 @@ class DedupHashTableBase : public Kel::PtrInterface {
    }
    static U32 reserveIn( const KeyedSlot& slot ) noexcept { return slot.reserve(); }
    // returnReserve(): once no hit can take from the slot any more (its
-   // member leaves, or the table goes), a keyed slot's reserve goes back to
-   // the member, which then holds it as a plain reserve of its own.
+   // member leaves, or the table goes), a keyed slot's reserve is no longer
+   // counted (a plain member's goes with the table's own reference).
    static void returnReserve( const Slot& ) noexcept {}
    static void returnReserve( const KeyedSlot& slot ) noexcept {
-      slot.handle()->reservedAtomic().store( U8( slot.reserve() ), std::memory_order_relaxed );
+      slot.handle()->dropReserve( slot.reserve() );
+   }
+
+   // releaseInThread(): a member's release in a single-thread table. The
+   // reference goes back into the reserve it came from (the member's, or
+   // its keyed slot's, found by address from its placement), so a hit and
+   // its release touch no count; a full reserve takes the count down
+   // instead. The count then holds the table's reference, the reserve and
+   // the outside references: when it is the first two alone, the member
+   // leaves.
+   void releaseInThread( const DedupHandle* member, U32 hash ) noexcept {
+      std::atomic<U32>& count = member->refCountAtomic();
+      std::atomic<U8>& reserved = member->reservedAtomic();
+      U32 reserve = reserved.load( std::memory_order_relaxed );
+      U32 left;
+      if ( keyed_ ) {
+         const Shard& shard = shards_[ 0 ];
+         KeyedSlot* slots = shard.slots<KeyedSlot>();
+         U32 i = hash & shard.mask;
+         while ( slots[ i ].handle() != member ) {
+            i = ( i + 1 ) & shard.mask;
+         }
+         KeyedSlot& slot = slots[ i ];
+         if ( reserve == 0 ) {
+            reserved.store( DedupHandle::kReserve, std::memory_order_relaxed );
+         }
+         reserve = slot.reserve();
+         if ( reserve < KeyedSlot::kMaxReserve ) {
+            slot.reserveIs( ++reserve );
+            left = count.load( std::memory_order_relaxed );
+         } else {
+            left = count.fetch_sub( 1 ) - 1;
+         }
+      } else if ( reserve < DedupHandle::kReserve ) {
+         reserved.store( U8( ++reserve ), std::memory_order_relaxed );
+         left = count.load( std::memory_order_relaxed );
+      } else {
+         left = count.fetch_sub( 1 ) - 1;
+      }
+      if ( left == 1 + reserve ) {
+         releaseMember( member, hash );
+      }
    }
 
    // forEachSlotOf(): fn( slot ) for every occupied slot of shard.
@@ -490,6 +533,9 @@ class DedupHashTableBase : public Kel::PtrInterface {
    U32 shardCount_;
    U32 shardShift_;
    bool threadSafe_;
+   // keyed_: a KeyedDedupHashTable (a single-thread one tallies reserves in
+   // its slots).
+   bool keyed_;
    std::atomic<bool> notifying_{ false };
    DedupHashTableLifeTimeNotifiee::Ptr notifiee_;
    std::mutex notifyMutex_;
@@ -681,6 +727,18 @@ DedupHandle::PtrConst DedupHashTableBase::insertUnlessFound( const DedupHandle::
       deliverEvents();
    }
    return handle;
+}
+
+inline void DedupHandle::releaseMemberReference() const noexcept {
+   // Read while this reference still keeps the handle in its table: once
+   // the count drops, another thread may detach and destroy it.
+   DedupHashTableBase* table = table_;
+   const U32 hash = tableHash_;
+   if ( !table->threadSafe_ ) {
+      table->releaseInThread( this, hash );
+   } else if ( refCountAtomic().fetch_sub( 1 ) <= 2 ) {
+      table->releaseMember( this, hash );
+   }
 }
 
 } // namespace Bex
