@@ -66,6 +66,14 @@ class CapturingReporter : public benchmark::ConsoleReporter {
       auto it = best_.find( name );
       return it == best_.end() ? 0 : it->second.first;
    }
+   // cpuTime(): the CPU seconds per iteration of the repetition time()
+   // took, or 0.
+   double cpuTime( const std::string& name ) const {
+      auto it = best_.find( name );
+      return it == best_.end() ? 0
+                               : it->second.second.cpu_accumulated_time /
+                                       double( it->second.second.iterations );
+   }
    // busyFactor(): real over CPU time of the whole run; well above 1 when
    // other work on the machine took the processor away.
    double busyFactor() const { return cpuTotal_ > 0 ? realTotal_ / cpuTotal_ : 1; }
