@@ -217,10 +217,11 @@ void BM_ThreadSafeInsertAndDrop( benchmark::State& state ) { tableInsertAndDrop(
 // threads of an agent intern what their peers send, so that its members,
 // its queries and its held references sit in that thread's heap and no
 // line is written by both threads unless the table writes it.
-// One iteration is ten passes over a half per thread: two threads do twice
-// the work of one. Timed by the clock (and the CPU time of the whole
-// process, which shows what contention costs when the threads must share
-// a core).
+// One iteration is forty passes over a half per thread (a few milliseconds,
+// so that starting the second thread is lost in it): two threads do twice
+// the work of one. Timed by the clock, with the whole process's CPU time
+// beside it: on a busy machine the threads seldom run at once, and the CPU
+// time per hit still shows what one costs the other.
 struct alignas( 64 ) Half {
    std::vector<U64> queries;
    std::vector<Bex::DedupHandle::PtrConst> held;
@@ -253,7 +254,7 @@ void threadsHitAndDrop( benchmark::State& state, unsigned threads ) {
    Halves& h = halves();
    const Bex::DedupHashTable* table = h.table.ptr();
    auto pass = [ table ]( const Half* half ) {
-      for ( int round = 0; round < 10; ++round ) {
+      for ( int round = 0; round < 40; ++round ) {
          for ( U64 content : half->queries ) {
             auto result = table->lookupIf(
                   BenchValue::placementOf( table->hashKey(), content ),
