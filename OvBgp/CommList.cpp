@@ -37,7 +37,7 @@ std::string_view wellKnown( U32 value ) noexcept {
 
 // The list's text with either formatter, one space apart (the regex passes).
 template<bool wellKnownNames>
-void appendList( OvFmt::DynamicBufferInterface& buffer, const std::vector<U32>& values ) {
+void appendList( OvFmt::DynamicBufferInterface& buffer, std::span<const U32> values ) {
    appendJoined( buffer, std::span<const U32>( values ),
                  CommunityFormatter<wellKnownNames>::format );
 }
@@ -81,7 +81,7 @@ void CommListWire::format( OvFmt::DynamicBufferInterface& buffer, U32 value ) {
 }
 // The flags a sorted list of these values carries. The flagged values lie
 // at the top of the range, so only the tail from 0xFFFFFF01 up is read.
-U32 CommListWire::flagsOf( const std::vector<U32>& values ) noexcept {
+U32 CommListWire::flagsOf( std::span<const U32> values ) noexcept {
    U32 flags = CommList::flagCommVectorSorted;
    static_assert( CommListWire::kAllFlags ==
                   ( CommList::flagCommVectorSorted | CommList::flagNoExport |

@@ -79,7 +79,7 @@ struct CommListWire {
    // format(): the list text's form of a value (named where it has a name).
    static void format( OvFmt::DynamicBufferInterface& buffer, U32 value );
    // flagsOf(): the flag word of a sorted list of these values.
-   static U32 flagsOf( const std::vector<U32>& values ) noexcept;
+   static U32 flagsOf( std::span<const U32> values ) noexcept;
 };
 
 // CommListContent: sorted, duplicate-free values not interned yet, to look

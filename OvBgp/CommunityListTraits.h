@@ -50,7 +50,7 @@ struct CommunityListTraits {
          : std::is_same_v<List, LargeCommList> ? CommunityPattern::kindLarge
          : std::is_same_v<List, ExtCommList>   ? CommunityPattern::kindExtended
                                                : CommunityPattern::kindIp6Extended;
-   static const std::vector<Value>& members( const List& list ) { return list.commVector(); }
+   static const auto& members( const List& list ) { return list.commVector(); }
    static decltype( auto ) key( const Value& value ) noexcept { return listKey( value ); }
    static typename List::PtrConst intern( const Table* table, const std::vector<Value>& values ) {
       auto list = Kel::makeActivePtr<List>();

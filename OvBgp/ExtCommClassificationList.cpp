@@ -21,8 +21,7 @@ constexpr std::string_view kAttrsFlags[] = { "sorted", "hasPrunableValues" };
 // ---- member vector helpers ------------------------------------------------
 
 ExtComm::PtrConst extCommVectorLookup( bool commVectorSorted,
-                                       const std::vector<ExtComm::PtrConst>& comms,
-                                       U64 community ) {
+                                       std::span<const ExtComm::PtrConst> comms, U64 community ) {
    OVBGP_LIST_ASSERT( commVectorSorted, "commVectorSorted" );
    auto it = std::lower_bound( comms.begin(), comms.end(), community, ExtCommSortFnValue );
    if ( it == comms.end() ) {
@@ -36,9 +35,8 @@ ExtComm::PtrConst extCommVectorLookup( bool commVectorSorted,
    return nullptr;
 }
 
-void extCommVectorSort( std::vector<ExtComm::PtrConst>& comms ) {
-   std::sort( comms.begin(), comms.end(), ExtCommSortFn );
-   comms.erase( std::unique( comms.begin(), comms.end(), ExtCommCompareFn ), comms.end() );
+void extCommVectorSort( ListMembers<ExtComm::PtrConst>& comms ) {
+   sortUnique( comms, ExtCommSortFn, ExtCommCompareFn );
 }
 
 // ---- ExtCommClassificationList ------------------------------------------
@@ -103,7 +101,7 @@ ExtCommClassificationList::PtrConst ExtCommClassificationList::dedup(
    Bex::DedupHandle::PtrConst interned =
          set->dedup( Bex::DedupHandle::PtrConst( this ), []( Bex::DedupHandle* inserted ) {
             auto* list = static_cast<ExtCommClassificationList*>( inserted );
-            list->comm_.shrink_to_fit();
+            list->comm_.trim();
          } );
    return Kel::ptrCast<const ExtCommClassificationList>( std::move( interned ) );
 }
@@ -119,15 +117,14 @@ U32 ExtCommClassificationList::placementHash( const Kel::HashKey& key ) const {
 }
 
 U32 ExtCommClassificationList::placementHashOf(
-      const Kel::HashKey& key, const std::vector<ExtComm::PtrConst>& members ) noexcept {
+      const Kel::HashKey& key, std::span<const ExtComm::PtrConst> members ) noexcept {
    return internedListPlacement( key, members.begin(), members.end() );
 }
 
 bool ExtCommClassificationList::compare( const Bex::DedupHandle* other ) const {
    OVBGP_LIST_ASSERT( commVectorSorted(), "commVectorSorted()" );
    const auto* rhs = static_cast<const ExtCommClassificationList*>( other );
-   return comm_.size() == rhs->comm_.size() &&
-          std::equal( comm_.begin(), comm_.end(), rhs->comm_.begin() );
+   return comm_ == rhs->comm_;
 }
 
 Kel::Ptr<ExtCommClassificationListSnapshot> ExtCommClassificationList::commSnapshot() const {

@@ -11,11 +11,13 @@
 
 #include <map>
 #include <memory>
+#include <span>
 #include <vector>
 
 #include "Bex/DedupHandle.h"
 #include "Kel/DenseBoolSet.h"
 #include "Kel/Ptr.h"
+#include "OvBgp/ListMembers.h"
 #include "OvBgp/ListSnapshot.h"
 #include "OvBgp/OvBgpCommunity.h"
 
@@ -27,8 +29,9 @@ class RtExtCommListLifeTimeNotifier;
 
 // ExtCommClassificationList: the interned communities of one kind, sorted by
 // content. Its classification (bits 0-7) and attributes (bits 8-9) live in
-// the handle's user-data word.
-class ExtCommClassificationList : public Bex::DedupHandle {
+// the handle's user-data word. The parts a list makes of itself hold their
+// members in their own allocation (ListMembers.h).
+class ExtCommClassificationList : public Bex::DedupHandle, public RoomAllocated {
  public:
    using Ptr = Kel::Ptr<ExtCommClassificationList>;
    using PtrConst = Kel::Ptr<const ExtCommClassificationList>;
@@ -52,13 +55,23 @@ class ExtCommClassificationList : public Bex::DedupHandle {
    explicit ExtCommClassificationList( ExtCommClassification classification );
    ~ExtCommClassificationList() override;
    static Ptr ExtCommClassificationListIs( ExtCommClassification classification );
+   // withRoomFor(): a new Part (this class or a kind of it) built from
+   // args, with room for count members in its own allocation.
+   template<class Part, class... Args>
+   static Kel::Ptr<Part> withRoomFor( U32 count, Args&&... args ) {
+      Part* part =
+            newWithRoom<Part>( count * sizeof( ExtComm::PtrConst ), std::forward<Args>( args )... );
+      part->comm_.useRoom( roomOf<ExtComm::PtrConst>( part ), count );
+      part->hasNotificationActiveIs( true );
+      return Kel::Ptr<Part>( part );
+   }
 
    ExtCommClassification classification() const noexcept {
       return ExtCommClassification( userData() & 0xFF );
    }
    size_t comms() const noexcept { return comm_.size(); }
    const ExtComm::PtrConst* commVectorRawPtr() const noexcept { return comm_.data(); }
-   const std::vector<ExtComm::PtrConst>& commVector() const noexcept { return comm_; }
+   const ListMembers<ExtComm::PtrConst>& commVector() const noexcept { return comm_; }
    // comm(): the member with that content, or null (binary search).
    ExtComm::PtrConst comm( U64 community ) const;
 
@@ -84,7 +97,7 @@ class ExtCommClassificationList : public Bex::DedupHandle {
    // placementHashOf(): where a table keyed with key places the list of
    // these interned members (SipHash-1-3 over their addresses).
    static U32 placementHashOf( const Kel::HashKey& key,
-                               const std::vector<ExtComm::PtrConst>& members ) noexcept;
+                               std::span<const ExtComm::PtrConst> members ) noexcept;
    bool compare( const Bex::DedupHandle* other ) const override;
    bool compareByContent( const Bex::DedupContentHandle& ) const override { return false; }
    // checkPrunable(): an invalid member makes the list prunable.
@@ -107,7 +120,7 @@ class ExtCommClassificationList : public Bex::DedupHandle {
    }
    void handleInit( ExtCommClassification classification );
 
-   std::vector<ExtComm::PtrConst> comm_;
+   ListMembers<ExtComm::PtrConst> comm_;
 };
 
 // RtExtCommClassificationList: the route targets of a list; while interned
@@ -204,10 +217,10 @@ ExtCommClassificationListSnapshot::Ptr extCommClassificationListSnapshotFactory(
       ExtCommClassification classification );
 
 // extCommVectorLookup(): binary search of a sorted member vector by content.
-ExtComm::PtrConst extCommVectorLookup( bool sorted, const std::vector<ExtComm::PtrConst>& comms,
+ExtComm::PtrConst extCommVectorLookup( bool sorted, std::span<const ExtComm::PtrConst> comms,
                                        U64 community );
 // extCommVectorSort(): sort by content and drop repeated contents (the first
 // of a run stays).
-void extCommVectorSort( std::vector<ExtComm::PtrConst>& comms );
+void extCommVectorSort( ListMembers<ExtComm::PtrConst>& comms );
 
 } // namespace Routing::Bgp

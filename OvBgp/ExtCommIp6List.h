@@ -46,6 +46,12 @@ class ExtCommIp6List : public KelStow::DedupHandle {
    ~ExtCommIp6List() override;
    // ExtCommIp6ListIs(): a new empty list, notification on.
    static Ptr ExtCommIp6ListIs();
+   // withRoomFor(): a new, empty list expecting count members.
+   static Ptr withRoomFor( U32 count ) {
+      Ptr list = ExtCommIp6ListIs();
+      list->expectedCommunityCountIs( count );
+      return list;
+   }
 
    // Building (before dedup): members must be interned (asserted); any
    // order, duplicates allowed.

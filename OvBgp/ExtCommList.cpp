@@ -111,6 +111,13 @@ ExtCommList::~ExtCommList() = default;
 
 ExtCommList::Ptr ExtCommList::ExtCommListIs() { return Kel::makeActivePtr<ExtCommList>(); }
 
+ExtCommList::Ptr ExtCommList::withRoomFor( U32 count ) {
+   ExtCommList* list = newWithRoom<ExtCommList>( count * sizeof( ExtComm::PtrConst ) );
+   list->comm_.useRoom( roomOf<ExtComm::PtrConst>( list ), count );
+   list->hasNotificationActiveIs( true );
+   return Ptr( list );
+}
+
 ExtCommList::Ptr extCommListFactory() { return ExtCommList::ExtCommListIs(); }
 
 void ExtCommList::commIs( const ExtComm::PtrConst& comm ) { commIs( ExtComm::PtrConst( comm ) ); }
@@ -126,7 +133,7 @@ void ExtCommList::append( const PtrConst& other ) {
    }
 }
 
-void ExtCommList::appendVector( const std::vector<ExtComm::PtrConst>& comms ) {
+void ExtCommList::appendVector( std::span<const ExtComm::PtrConst> comms ) {
    comm_.reserve( comm_.size() + comms.size() );
    for ( const auto& comm : comms ) {
       commIs( comm );
@@ -171,6 +178,11 @@ void ExtCommList::createClassificationListVector( bool dedupMode ) {
    bool policyMatch = false;
    bool unspecifiedAs = false;
    bool linkBandwidthCreated = false;
+   // Each part is made with room for exactly its members.
+   U32 perClassification[ 256 ] = {};
+   for ( const ExtComm::PtrConst& comm : comm_ ) {
+      ++perClassification[ U8( comm->classification() ) ];
+   }
    for ( const ExtComm::PtrConst& comm : comm_ ) {
       const ExtCommClassification c = comm->classification();
       ExtCommClassificationList* _classificationList = classificationLists_.lookupRaw( c );
@@ -181,14 +193,16 @@ void ExtCommList::createClassificationListVector( bool dedupMode ) {
                "== Bex::dedupHandleStateNeverDeduped()" );
       }
       if ( !_classificationList ) {
-         ExtCommClassificationList::Ptr created;
+         using Part = ExtCommClassificationList;
+         const U32 room = perClassification[ U8( c ) ];
+         Part::Ptr created;
          if ( c == extCommClassificationRouteTarget ) {
-            created = rtExtCommClassificationListFactory( c );
+            created = Part::withRoomFor<RtExtCommClassificationList>( room, c );
          } else if ( c == extCommClassificationLinkBandwidth ) {
-            created = linkBandwidthExtCommClassificationListFactory();
+            created = Part::withRoomFor<LinkBandwidthExtCommClassificationList>( room );
             linkBandwidthCreated = true;
          } else {
-            created = extCommClassificationListFactory( c );
+            created = Part::withRoomFor<Part>( room, c );
          }
          if ( !dedupMode ) {
             created->dedupStateIs( Bex::dedupHandleStateStowed() );
@@ -248,7 +262,7 @@ ExtCommList::PtrConst ExtCommList::dedup( const ExtCommListDedupTable* table ) {
    flagIs( CommVectorAttrs::hasOriginValidationState, originValidation );
    Bex::DedupHandle::PtrConst interned = table->dedupTable()->dedup(
          Bex::DedupHandle::PtrConst( this ),
-         []( Bex::DedupHandle* h ) { static_cast<ExtCommList*>( h )->comm_.shrink_to_fit(); } );
+         []( Bex::DedupHandle* h ) { static_cast<ExtCommList*>( h )->comm_.trim(); } );
    return Kel::ptrCast<const ExtCommList>( std::move( interned ) );
 }
 

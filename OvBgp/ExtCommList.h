@@ -32,8 +32,9 @@ class ExtCommListDedupTable;
 class ExtCommListSnapshot;
 
 // ExtCommList: see the file comment. Its CommVectorAttrs live in the low six
-// bits of the handle's user-data word.
-class ExtCommList : public KelStow::DedupHandle {
+// bits of the handle's user-data word. A list made for a known count holds
+// its members in its own allocation (ListMembers.h).
+class ExtCommList : public KelStow::DedupHandle, public RoomAllocated {
  public:
    using Ptr = Kel::Ptr<ExtCommList>;
    using PtrConst = Kel::Ptr<const ExtCommList>;
@@ -86,6 +87,9 @@ class ExtCommList : public KelStow::DedupHandle {
    ExtCommList() noexcept = default;
    ~ExtCommList() override;
    static Ptr ExtCommListIs();
+   // withRoomFor(): a new, empty list with room for count members in its
+   // own allocation (the factory's list grows them on the heap).
+   static Ptr withRoomFor( U32 count );
 
    // Building (before dedup).
    void expectedCommunityCountIs( U32 count ) { comm_.reserve( count ); }
@@ -94,7 +98,7 @@ class ExtCommList : public KelStow::DedupHandle {
    // ExtComm::dedupContent() returns goes in without a count change).
    void commIs( ExtComm::PtrConst&& comm );
    void append( const PtrConst& other );
-   void appendVector( const std::vector<ExtComm::PtrConst>& comms );
+   void appendVector( std::span<const ExtComm::PtrConst> comms );
    void appendClassificationList( const ExtCommClassificationList::PtrConst& list );
 
    // Reading.
@@ -102,7 +106,7 @@ class ExtCommList : public KelStow::DedupHandle {
    ExtComm::PtrConst lookupExtComm( U64 community ) const { return comm( community ); }
    size_t comms() const noexcept { return comm_.size(); }
    bool empty() const noexcept { return comm_.empty(); }
-   const std::vector<ExtComm::PtrConst>& commVector() const noexcept { return comm_; }
+   const ListMembers<ExtComm::PtrConst>& commVector() const noexcept { return comm_; }
    U32 totalCommunities() const;
    U32 totalTransitiveCommunities() const noexcept { return totalTransitiveCommunities_; }
    ExtCommClassificationList::PtrConst classificationList( ExtCommClassification c ) const;
@@ -186,7 +190,7 @@ class ExtCommList : public KelStow::DedupHandle {
       commVectorAttrsIs( attrs );
    }
 
-   std::vector<ExtComm::PtrConst> comm_;
+   ListMembers<ExtComm::PtrConst> comm_;
    ExtCommClassificationLists classificationLists_;
    U32 totalTransitiveCommunities_ = 0;
 };

@@ -64,7 +64,7 @@ struct LargeCommListWire {
    static U32 hashInto( U32 h, const Value& value ) noexcept;
    // format(): the list text's form of a value (asdot off).
    static void format( OvFmt::DynamicBufferInterface& buffer, const Value& value );
-   static U32 flagsOf( const std::vector<Value>& ) noexcept { return 1; }
+   static U32 flagsOf( std::span<const Value> ) noexcept { return 1; }
 };
 
 // LargeCommListContent: sorted, duplicate-free values not interned yet, to

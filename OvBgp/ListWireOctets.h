@@ -183,9 +183,9 @@ typename List::PtrConst lookupWireOctets( const Bex::DedupHashTable& set,
 // unique, interned: equal contents are one object), found by their wire
 // octets (write( out, member )) without building anything; null when there
 // is none.
-template<class List, size_t kValueOctets, class Member, class Write>
-typename List::PtrConst lookupByMembers( const Bex::DedupHashTable& set,
-                                         const std::vector<Member>& members, Write&& write ) {
+template<class List, size_t kValueOctets, class Members, class Write>
+typename List::PtrConst lookupByMembers( const Bex::DedupHashTable& set, const Members& members,
+                                         Write&& write ) {
    const SortedWireOctets<kValueOctets> wire( members, write );
    return lookupWireOctets<List>( set, wire, [ & ]( const List& list, const auto& ) {
       return list.commVector() == members;
@@ -212,8 +212,7 @@ typename List::PtrConst dedupWireOctets( const typename Wire::Table* table, cons
    if ( auto found = lookupWireOctets<List>( *table->dedupTable(), wire, same ) ) {
       return found;
    }
-   auto list = Kel::makeActivePtr<List>();
-   list->expectedCommunityCountIs( U32( wire.count() ) );
+   auto list = List::withRoomFor( U32( wire.count() ) );
    for ( size_t i = 0; i < wire.count(); ++i ) {
       list->commIs( member( wire.value( i ) ) );
    }

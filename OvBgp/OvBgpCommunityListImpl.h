@@ -178,11 +178,11 @@ inline const StowedList* destowList( KelStow::StoreManager* store, const void* s
 
 // stowMembers(): each interned member's own record, then the array of
 // their offsets; returns the array's offset (0 with no member).
-template<class Member>
-U64 stowMembers( KelStow::StoreManager* store, const std::vector<Member>& members ) {
+template<class Members>
+U64 stowMembers( KelStow::StoreManager* store, const Members& members ) {
    std::vector<U64> offsets;
    offsets.reserve( members.size() );
-   for ( const Member& member : members ) {
+   for ( const auto& member : members ) {
       offsets.push_back( member->stow( store ) );
    }
    return stowArray( store, std::span<const U64>( offsets ) );
@@ -190,9 +190,9 @@ U64 stowMembers( KelStow::StoreManager* store, const std::vector<Member>& member
 
 // destowMembers(): the members whose record offsets image holds, each
 // rebuilt by rebuild( record ), appended in stored order.
-template<class Member, class Rebuild>
-void destowMembers( KelStow::StoreManager* store, U64 at, const StowedList& image,
-                    std::vector<Member>* members, Rebuild&& rebuild ) {
+template<class Members, class Rebuild>
+void destowMembers( KelStow::StoreManager* store, U64 at, const StowedList& image, Members* members,
+                    Rebuild&& rebuild ) {
    std::vector<U64> offsets;
    destowArray( store, at, image.array, image.count, &offsets );
    members->reserve( members->size() + offsets.size() );
@@ -222,8 +222,8 @@ inline void assertInternedMember( const Bex::DedupHandle* comm, const char* sour
 
 // writeMembers(): "[ ", each member's own text one space apart (NULL for a
 // null one), " ]"; the stream's flags are left as they were.
-template<class Member>
-void writeMembers( std::ostream& os, const std::vector<Member>& members ) {
+template<class Members>
+void writeMembers( std::ostream& os, const Members& members ) {
    const std::ios_base::fmtflags flags = os.flags();
    os << "[ ";
    for ( size_t i = 0; i < members.size(); ++i ) {

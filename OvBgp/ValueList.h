@@ -20,6 +20,7 @@
 #include "Kel/String.h"
 #include "Kel/Types.h"
 #include "KelStow/DedupHandle.h"
+#include "OvBgp/ListMembers.h"
 #include "Routing/RouteMap/CommListSnapshot.h"
 
 namespace KelStow {
@@ -43,9 +44,10 @@ struct ValueListContent : Bex::DedupContentHandle {
 
 // ValueList<List, Wire>: see the file comment. The flag word (bit 0:
 // sorted, the rest the kind's) is the handle's user-data word; the values
-// are held ascending, each once, once the list is sorted.
+// are held ascending, each once, once the list is sorted. An interned list
+// holds its values in its own allocation (ListMembers.h).
 template<class List, class Wire>
-class ValueList : public KelStow::DedupHandle {
+class ValueList : public KelStow::DedupHandle, public RoomAllocated {
  public:
    using Value = typename Wire::Value;
    using Table = typename Wire::Table;
@@ -55,6 +57,10 @@ class ValueList : public KelStow::DedupHandle {
 
    static constexpr U32 kSortedFlag = 1;
 
+   // withRoomFor(): a new, empty, unsorted list with room for count values
+   // in its own allocation (the factory's list grows them on the heap).
+   static Ptr withRoomFor( U32 count );
+
    // commIs(): appends value; only while the list is unsorted.
    void commIs( const Value& value );
    void expectedCommunityCountIs( U32 count ) { comm_.reserve( count ); }
@@ -62,11 +68,11 @@ class ValueList : public KelStow::DedupHandle {
    bool comm( const Value& value ) const;
    size_t comms() const noexcept { return comm_.size(); }
    bool empty() const noexcept { return comm_.empty(); }
-   const std::vector<Value>& commVector() const noexcept { return comm_; }
+   const ListMembers<Value>& commVector() const noexcept { return comm_; }
    // commVectorRawPtr(): the values, for the store and for iteration.
-   const std::vector<Value>* commVectorRawPtr() const noexcept { return &comm_; }
+   const ListMembers<Value>* commVectorRawPtr() const noexcept { return &comm_; }
    // commVectorRawPtrNonConst(): the values of a list not interned yet.
-   std::vector<Value>* commVectorRawPtrNonConst() noexcept { return &comm_; }
+   ListMembers<Value>* commVectorRawPtrNonConst() noexcept { return &comm_; }
    // commVectorSorted(): set by dedup(); the values no longer change.
    bool commVectorSorted() const noexcept { return userData() & kSortedFlag; }
 
@@ -113,7 +119,7 @@ class ValueList : public KelStow::DedupHandle {
  protected:
    ValueList() noexcept = default;
 
-   std::vector<Value> comm_;
+   ListMembers<Value> comm_;
 };
 
 } // namespace Routing::Bgp

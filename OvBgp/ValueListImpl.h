@@ -42,13 +42,23 @@ U32 hash( std::span<const Value> values ) noexcept {
    return Kel::oneAtATimeFinal( h );
 }
 
+// same(): a loop rather than std::equal, which becomes a memcmp call on
+// every hit's check.
 template<class Value>
 bool same( std::span<const Value> a, std::span<const Value> b ) noexcept {
-   return std::equal( a.begin(), a.end(), b.begin(), b.end() );
+   if ( a.size() != b.size() ) {
+      return false;
+   }
+   for ( size_t i = 0; i < a.size(); ++i ) {
+      if ( !( a[ i ] == b[ i ] ) ) {
+         return false;
+      }
+   }
+   return true;
 }
 
 template<class Wire, class Value>
-void appendText( OvFmt::DynamicBufferInterface& buffer, const std::vector<Value>& values ) {
+void appendText( OvFmt::DynamicBufferInterface& buffer, const ListMembers<Value>& values ) {
    appendJoined( buffer, std::span<const Value>( values ), Wire::format );
 }
 
@@ -57,6 +67,14 @@ void appendText( OvFmt::DynamicBufferInterface& buffer, const std::vector<Value>
 template<class Wire>
 U32 ValueListContent<Wire>::hash() const noexcept {
    return valueList::hash<Wire>( values );
+}
+
+template<class List, class Wire>
+auto ValueList<List, Wire>::withRoomFor( U32 count ) -> Ptr {
+   List* list = newWithRoom<List>( count * sizeof( Value ) );
+   list->comm_.useRoom( roomOf<Value>( list ), count );
+   list->hasNotificationActiveIs( true );
+   return Ptr( list );
 }
 
 template<class List, class Wire>
@@ -71,7 +89,7 @@ void ValueList<List, Wire>::commIs( const Value& value ) {
 template<class List, class Wire>
 bool ValueList<List, Wire>::comm( const Value& value ) const {
    OVBGP_LIST_ASSERT( commVectorSorted(), "commVectorSorted()" );
-   return sortedContains( comm_, value );
+   return std::binary_search( comm_.begin(), comm_.end(), value );
 }
 
 template<class List, class Wire>
@@ -87,9 +105,8 @@ auto ValueList<List, Wire>::dedup( const Table* table ) -> PtrConst {
       userDataIs( Wire::flagsOf( comm_ ) );
    }
    Bex::DedupHandle::PtrConst dedupHandle = table->dedupTable()->dedup(
-         PtrConst( static_cast<List*>( this ) ), []( Bex::DedupHandle* inserted ) {
-            trimToSize( static_cast<List*>( inserted )->comm_ );
-         } );
+         PtrConst( static_cast<List*>( this ) ),
+         []( Bex::DedupHandle* inserted ) { static_cast<List*>( inserted )->comm_.trim(); } );
    OVBGP_LIST_ASSERT( dedupHandle, "dedupHandle" );
    return Kel::ptrCast<const List>( std::move( dedupHandle ) );
 }
@@ -187,8 +204,12 @@ auto ValueList<List, Wire>::destow( const void* stored, KelStow::StoreManager* s
    if ( flags & ~Wire::kAllFlags ) {
       throw damaged( "flag word " + std::to_string( flags ) + " has unknown bits" );
    }
-   Ptr list = Kel::makeActivePtr<List>();
-   destowArray( store, at, image->array, image->count, &list->comm_ );
+   std::vector<Value> values;
+   destowArray( store, at, image->array, image->count, &values );
+   Ptr list = withRoomFor( U32( values.size() ) );
+   for ( const Value& value : values ) {
+      list->comm_.push_back( value );
+   }
    if ( flags & kSortedFlag ) {
       if ( !strictlyAscending( std::span<const Value>( list->comm_ ) ) ) {
          throw damaged( "values are flagged sorted but are not strictly ascending" );

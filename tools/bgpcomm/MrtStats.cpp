@@ -22,9 +22,9 @@ void appendRatio( std::string& out, U64 num, U64 den ) {
 }
 
 // vectorBytes(): what a vector's storage takes, used or not.
-template<class T>
-U64 vectorBytes( const std::vector<T>& v ) {
-   return U64( v.capacity() ) * sizeof( T );
+template<class Vector>
+U64 vectorBytes( const Vector& v ) {
+   return U64( v.capacity() ) * sizeof( typename Vector::value_type );
 }
 
 // forEachMember(): every member of an interning set, as its concrete type.
