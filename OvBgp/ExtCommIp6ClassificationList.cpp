@@ -31,21 +31,23 @@ bool contentEqual( const ExtCommIp6::PtrConst& a, const ExtCommIp6::PtrConst& b 
 
 // ---- member vectors ---------------------------------------------------------
 
-void extCommIp6VectorSort( std::vector<ExtCommIp6::PtrConst>& comms ) {
+void extCommIp6VectorSort( ListMembers<ExtCommIp6::PtrConst>& comms ) {
    // Stable, so that of members equal in content (which can differ in
    // classification) the one appended first is the one kept.
+   ExtCommIp6::PtrConst* begin = comms.mutableBegin();
+   ExtCommIp6::PtrConst* end = comms.mutableEnd();
    if ( comms.size() <= kInsertionSortMax ) {
-      for ( auto it = comms.begin(); it != comms.end(); ++it ) {
-         auto at = std::upper_bound( comms.begin(), it, *it, contentLess );
+      for ( auto it = begin; it != end; ++it ) {
+         auto at = std::upper_bound( begin, it, *it, contentLess );
          std::rotate( at, it, it + 1 );
       }
    } else {
-      std::stable_sort( comms.begin(), comms.end(), contentLess );
+      std::stable_sort( begin, end, contentLess );
    }
-   comms.erase( std::unique( comms.begin(), comms.end(), contentEqual ), comms.end() );
+   comms.truncate( size_t( std::unique( begin, end, contentEqual ) - begin ) );
 }
 
-ExtCommIp6::PtrConst extCommIp6VectorLookup( const std::vector<ExtCommIp6::PtrConst>& comms,
+ExtCommIp6::PtrConst extCommIp6VectorLookup( std::span<const ExtCommIp6::PtrConst> comms,
                                              const ExtCommIp6Content& community ) {
    auto it =
          std::lower_bound( comms.begin(), comms.end(), community,
@@ -77,6 +79,15 @@ ExtCommIp6ClassificationList::Ptr extCommIp6ClassificationListFactory(
    return ExtCommIp6ClassificationList::ExtCommIp6ClassificationListIs( classification );
 }
 
+ExtCommIp6ClassificationList::Ptr ExtCommIp6ClassificationList::withRoomFor(
+      ExtCommClassification classification, U32 count ) {
+   auto* list = newWithRoom<ExtCommIp6ClassificationList>( count * sizeof( ExtCommIp6::PtrConst ),
+                                                           classification );
+   list->comm_.useRoom( roomOf<ExtCommIp6::PtrConst>( list ), count );
+   list->hasNotificationActiveIs( true );
+   return Ptr( list );
+}
+
 void ExtCommIp6ClassificationList::commIs( const ExtCommIp6::PtrConst& comm ) {
    assertInternedMember( comm.ptr(), "OvBgp/ExtCommIp6ClassificationList" );
    comm_.push_back( comm );
@@ -89,7 +100,7 @@ ExtCommIp6ClassificationList::PtrConst ExtCommIp6ClassificationList::dedup(
    Bex::DedupHandle::PtrConst interned = table->extCommIp6ClassificationListDedupTable()->dedup(
          Bex::DedupHandle::PtrConst( this ), []( Bex::DedupHandle* inserted ) {
             // An interned list keeps no spare room.
-            static_cast<ExtCommIp6ClassificationList*>( inserted )->comm_.shrink_to_fit();
+            static_cast<ExtCommIp6ClassificationList*>( inserted )->comm_.trim();
          } );
    return Kel::ptrCast<const ExtCommIp6ClassificationList>( std::move( interned ) );
 }
@@ -118,15 +129,14 @@ U32 ExtCommIp6ClassificationList::placementHash( const Kel::HashKey& key ) const
 }
 
 U32 ExtCommIp6ClassificationList::placementHashOf(
-      const Kel::HashKey& key, const std::vector<ExtCommIp6::PtrConst>& members ) noexcept {
+      const Kel::HashKey& key, std::span<const ExtCommIp6::PtrConst> members ) noexcept {
    return internedListPlacement( key, members.begin(), members.end() );
 }
 
 bool ExtCommIp6ClassificationList::compare( const Bex::DedupHandle* other ) const {
    KEL_ASSERT_MSG( commVectorSorted_, "commVectorSorted()" );
    const auto* rhs = static_cast<const ExtCommIp6ClassificationList*>( other );
-   return comm_.size() == rhs->comm_.size() &&
-          std::equal( comm_.begin(), comm_.end(), rhs->comm_.begin() );
+   return comm_ == rhs->comm_;
 }
 
 Kel::Ptr<ExtCommIp6ClassificationListSnapshot> ExtCommIp6ClassificationList::commSnapshot() const {

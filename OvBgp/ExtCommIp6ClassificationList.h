@@ -17,6 +17,7 @@
 #include "Kel/String.h"
 #include "Kel/Types.h"
 #include "OvBgp/ExtCommIp6.h"
+#include "OvBgp/ListMembers.h"
 #include "OvBgp/ListSnapshot.h"
 #include "OvBgp/OvBgpCommunityPacketTypes.h"
 
@@ -34,7 +35,7 @@ constexpr bool operator>( const ExtCommIp6Content& a, const ExtCommIp6Content& b
 // ExtCommIp6ClassificationList: interned members of one classification,
 // strictly ascending by content once sorted. Identity is the sequence of
 // member objects; the classification takes no part in it.
-class ExtCommIp6ClassificationList : public Bex::DedupHandle {
+class ExtCommIp6ClassificationList : public Bex::DedupHandle, public RoomAllocated {
  public:
    using Ptr = Kel::Ptr<ExtCommIp6ClassificationList>;
    using PtrConst = Kel::Ptr<const ExtCommIp6ClassificationList>;
@@ -44,12 +45,15 @@ class ExtCommIp6ClassificationList : public Bex::DedupHandle {
    ~ExtCommIp6ClassificationList() override;
    // ExtCommIp6ClassificationListIs(): a new empty list, notification on.
    static Ptr ExtCommIp6ClassificationListIs( ExtCommClassification classification );
+   // withRoomFor(): the same with room for count members in its own
+   // allocation.
+   static Ptr withRoomFor( ExtCommClassification classification, U32 count );
 
    ExtCommClassification classification() const noexcept { return classification_; }
    bool commVectorSorted() const noexcept { return commVectorSorted_; }
    size_t comms() const noexcept { return comm_.size(); }
-   const std::vector<ExtCommIp6::PtrConst>& commVector() const noexcept { return comm_; }
-   const std::vector<ExtCommIp6::PtrConst>* commVectorRawPtr() const noexcept { return &comm_; }
+   const ListMembers<ExtCommIp6::PtrConst>& commVector() const noexcept { return comm_; }
+   const ListMembers<ExtCommIp6::PtrConst>* commVectorRawPtr() const noexcept { return &comm_; }
 
    // commIs(): appends an interned member (asserted); any order before dedup.
    void commIs( const ExtCommIp6::PtrConst& comm );
@@ -70,7 +74,7 @@ class ExtCommIp6ClassificationList : public Bex::DedupHandle {
    // placementHashOf(): where a table keyed with key places the list of
    // these interned members (SipHash-1-3 over their addresses).
    static U32 placementHashOf( const Kel::HashKey& key,
-                               const std::vector<ExtCommIp6::PtrConst>& members ) noexcept;
+                               std::span<const ExtCommIp6::PtrConst> members ) noexcept;
    bool compare( const Bex::DedupHandle* other ) const override;
    bool compareByContent( const Bex::DedupContentHandle& ) const override { return false; }
 
@@ -85,7 +89,7 @@ class ExtCommIp6ClassificationList : public Bex::DedupHandle {
  private:
    ExtCommClassification classification_;
    bool commVectorSorted_ = false;
-   std::vector<ExtCommIp6::PtrConst> comm_;
+   ListMembers<ExtCommIp6::PtrConst> comm_;
 };
 
 // extCommIp6ClassificationListFactory(): the same as
@@ -115,9 +119,9 @@ ExtCommIp6ClassificationListSnapshot::Ptr extCommIp6ClassificationListSnapshotFa
 
 // extCommIp6VectorSort(): sorts members by content and drops repeated
 // contents, the first of a run staying; the dropped references go.
-void extCommIp6VectorSort( std::vector<ExtCommIp6::PtrConst>& comms );
+void extCommIp6VectorSort( ListMembers<ExtCommIp6::PtrConst>& comms );
 // extCommIp6VectorLookup(): binary search of a sorted member vector.
-ExtCommIp6::PtrConst extCommIp6VectorLookup( const std::vector<ExtCommIp6::PtrConst>& comms,
+ExtCommIp6::PtrConst extCommIp6VectorLookup( std::span<const ExtCommIp6::PtrConst> comms,
                                              const ExtCommIp6Content& community );
 
 } // namespace Routing::Bgp

@@ -56,6 +56,13 @@ ExtCommIp6List::Ptr ExtCommIp6List::ExtCommIp6ListIs() {
    return Kel::makeActivePtr<ExtCommIp6List>();
 }
 
+ExtCommIp6List::Ptr ExtCommIp6List::withRoomFor( U32 count ) {
+   auto* list = newWithRoom<ExtCommIp6List>( count * sizeof( ExtCommIp6::PtrConst ) );
+   list->comm_.useRoom( roomOf<ExtCommIp6::PtrConst>( list ), count );
+   list->hasNotificationActiveIs( true );
+   return Ptr( list );
+}
+
 ExtCommIp6List::Ptr extCommIp6ListFactory() { return ExtCommIp6List::ExtCommIp6ListIs(); }
 
 void ExtCommIp6List::commIs( const ExtCommIp6::PtrConst& comm ) {
@@ -68,7 +75,7 @@ void ExtCommIp6List::append( const PtrConst& other ) {
       return;
    }
    // Copied first: other may be this very list.
-   const std::vector<ExtCommIp6::PtrConst> members = other->comm_;
+   const std::vector<ExtCommIp6::PtrConst> members( other->comm_.begin(), other->comm_.end() );
    comm_.reserve( comm_.size() + members.size() );
    for ( const ExtCommIp6::PtrConst& comm : members ) {
       commIs( comm );
@@ -90,6 +97,11 @@ void ExtCommIp6List::appendClassificationList(
 
 void ExtCommIp6List::buildClassificationLists( bool forTable ) {
    totalTransitiveCommunities_ = 0;
+   // Each part is made with room for exactly its members.
+   U32 perClassification[ 256 ] = {};
+   for ( const ExtCommIp6::PtrConst& comm : comm_ ) {
+      ++perClassification[ U8( comm->classification() ) ];
+   }
    for ( const ExtCommIp6::PtrConst& comm : comm_ ) {
       const size_t c = comm->classification();
       if ( c >= classificationList_.size() ) {
@@ -104,7 +116,8 @@ void ExtCommIp6List::buildClassificationLists( bool forTable ) {
                "== Bex::dedupHandleStateNeverDeduped()" );
       }
       if ( !slot ) {
-         slot = extCommIp6ClassificationListFactory( comm->classification() );
+         slot = ExtCommIp6ClassificationList::withRoomFor( comm->classification(),
+                                                           perClassification[ U8( c ) ] );
       }
       // Only this list holds the sublist until it is interned or published.
       const_cast<ExtCommIp6ClassificationList*>( slot.ptr() )->commIs( comm );
@@ -141,7 +154,7 @@ ExtCommIp6List::PtrConst ExtCommIp6List::dedup( const ExtCommIp6ListDedupTable* 
          Bex::DedupHandle::PtrConst( this ), []( Bex::DedupHandle* inserted ) {
             // An interned list keeps no spare room.
             auto* list = static_cast<ExtCommIp6List*>( inserted );
-            list->comm_.shrink_to_fit();
+            list->comm_.trim();
             list->classificationList_.shrink_to_fit();
          } );
    return Kel::ptrCast<const ExtCommIp6List>( std::move( interned ) );

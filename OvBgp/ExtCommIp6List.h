@@ -33,7 +33,7 @@ class ExtCommIp6ListSnapshot;
 
 // ExtCommIp6List: see the file comment. Built unsorted, finished by dedup(),
 // immutable and shared after.
-class ExtCommIp6List : public KelStow::DedupHandle {
+class ExtCommIp6List : public KelStow::DedupHandle, public RoomAllocated {
  public:
    using Ptr = Kel::Ptr<ExtCommIp6List>;
    using PtrConst = Kel::Ptr<const ExtCommIp6List>;
@@ -46,12 +46,9 @@ class ExtCommIp6List : public KelStow::DedupHandle {
    ~ExtCommIp6List() override;
    // ExtCommIp6ListIs(): a new empty list, notification on.
    static Ptr ExtCommIp6ListIs();
-   // withRoomFor(): a new, empty list expecting count members.
-   static Ptr withRoomFor( U32 count ) {
-      Ptr list = ExtCommIp6ListIs();
-      list->expectedCommunityCountIs( count );
-      return list;
-   }
+   // withRoomFor(): a new, empty list with room for count members in its
+   // own allocation (the factory's list grows them on the heap).
+   static Ptr withRoomFor( U32 count );
 
    // Building (before dedup): members must be interned (asserted); any
    // order, duplicates allowed.
@@ -85,8 +82,8 @@ class ExtCommIp6List : public KelStow::DedupHandle {
    }
    size_t comms() const noexcept { return comm_.size(); }
    bool empty() const noexcept { return comm_.empty(); }
-   const std::vector<ExtCommIp6::PtrConst>& commVector() const noexcept { return comm_; }
-   const std::vector<ExtCommIp6::PtrConst>* commVectorRawPtr() const noexcept { return &comm_; }
+   const ListMembers<ExtCommIp6::PtrConst>& commVector() const noexcept { return comm_; }
+   const ListMembers<ExtCommIp6::PtrConst>* commVectorRawPtr() const noexcept { return &comm_; }
    bool commVectorSorted() const noexcept { return commVectorSorted_; }
    // totalCommunities(): the member count of a sorted list.
    U32 totalCommunities() const;
@@ -135,7 +132,7 @@ class ExtCommIp6List : public KelStow::DedupHandle {
    // sublists are to be interned next.
    void buildClassificationLists( bool forTable );
 
-   std::vector<ExtCommIp6::PtrConst> comm_;
+   ListMembers<ExtCommIp6::PtrConst> comm_;
    bool commVectorSorted_ = false;
    ClassificationLists classificationList_;
    U32 totalTransitiveCommunities_ = 0;
