@@ -154,40 +154,30 @@ TEST( CommunityPatternTest, BadPatternsSayWhatIsWrong ) {
       const char* pattern;
       const char* message;
    } rows[] = {
-      { "65536:1", "community pattern '65536:1': 65536 is beyond 65535" },
-      { "", "community pattern '': an empty pattern" },
-      { "1:2:3:4",
-        "community pattern '1:2:3:4': 2 positions (standard) or 3 (large) expected, not 4" },
-      { "10-5:1", "community pattern '10-5:1': range 10-5 runs backwards" },
-      { "1:x", "community pattern '1:x': expected a number at offset 2, found 'x'" },
-      { "no-exprt",
-        "community pattern 'no-exprt': no ':' between positions, and not a well-known name" },
-      { "Rt:1:2", "community pattern 'Rt:1:2': unknown label 'Rt'" },
-      { "RT:65000", "community pattern 'RT:65000': global:local expected after the label" },
+      { "65536:1", "65536 is beyond 65535" },
+      { "", "an empty pattern" },
+      { "1:2:3:4", "2 positions (standard) or 3 (large) expected, not 4" },
+      { "10-5:1", "range 10-5 runs backwards" },
+      { "1:x", "expected a number at offset 2, found 'x'" },
+      { "no-exprt", "no ':' between positions, and not a well-known name" },
+      { "Rt:1:2", "unknown label 'Rt'" },
+      { "RT:65000", "global:local expected after the label" },
       { "RT:192.0.2.1:65536",
-        "community pattern 'RT:192.0.2.1:65536': fits no layout of the label (a 4-octet AS, an "
-        "IPv4 or an IPv6 "
-        "address leaves 16 bits to the local administrator, a 2-octet AS reaches 65535)" },
-      { "RT:192.0.2.300:1",
-        "community pattern 'RT:192.0.2.300:1': 192.0.2.300 is not an IPv4 address at offset 3" },
-      { "VRI:65000:1",
-        "community pattern 'VRI:65000:1': an AS global administrator under a label without one" },
-      { "TunnelEncap:tunnelTypeFoo",
-        "community pattern 'TunnelEncap:tunnelTypeFoo': unknown tunnel type 'tunnelTypeFoo'" },
-      { "Color:CO(2):1",
-        "community pattern 'Color:CO(2):1': 'CO(2)' is not CO(00) to CO(11) or CO(*)" },
-      { "4099:0 0 0 0 0 0",
-        "community pattern '4099:0 0 0 0 0 0': the type in label '4099' has bit 0x40 set; write "
-        "(NT)" },
-      { "0400:0 0 0", "community pattern '0400:0 0 0': 6 value octets expected, not 3" },
-      { "lbw 65000:fast", "community pattern 'lbw 65000:fast': 'fast' is not a bandwidth" },
+        "fits no layout of the label (a 4-octet AS, an IPv4 or an IPv6 address leaves 16 bits to "
+        "the local administrator, a 2-octet AS reaches 65535)" },
+      { "RT:192.0.2.300:1", "192.0.2.300 is not an IPv4 address at offset 3" },
+      { "VRI:65000:1", "an AS global administrator under a label without one" },
+      { "TunnelEncap:tunnelTypeFoo", "unknown tunnel type 'tunnelTypeFoo'" },
+      { "Color:CO(2):1", "'CO(2)' is not CO(00) to CO(11) or CO(*)" },
+      { "4099:0 0 0 0 0 0", "the type in label '4099' has bit 0x40 set; write (NT)" },
+      { "0400:0 0 0", "6 value octets expected, not 3" },
+      { "lbw 65000:fast", "'fast' is not a bandwidth" },
    };
    for ( const auto& row : rows ) {
       EXPECT_EQ(
-            Testing::messageOf<Kel::ParseException>( [ & ] { CommunityPattern p( row.pattern ); } ),
-            row.message );
+            thrownText<Kel::ParseException>( [ & ] { CommunityPattern p( row.pattern ); } ),
+            std::string( "pattern: community pattern '" ) + row.pattern + "': " + row.message );
    }
-   EXPECT_EQ( Testing::parseFailure( [] { CommunityPattern p( "1:" ); } ), "pattern" );
 }
 
 } // namespace

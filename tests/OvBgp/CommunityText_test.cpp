@@ -1,5 +1,6 @@
 #include "OvBgp/CommunityText.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -10,8 +11,6 @@
 
 namespace Routing::Bgp {
 namespace {
-
-using Testing::messageOf;
 
 class CommunityText : public ::testing::Test {
  protected:
@@ -149,73 +148,57 @@ TEST_F( CommunityText, ListsReadBackFromTheirTextToTheSameInternedList ) {
 }
 
 TEST_F( CommunityText, BadTextSaysWhatIsWrongAndQuotesTheText ) {
-   using Parse = std::function<void( std::string_view )>;
-   const Parse standard = commValueFromStrep, large = largeCommValueFromStrep,
-               ext = std::bind_front( extCommFromStrep, values_.ptr() ),
-               ip6 = std::bind_front( extCommIp6FromStrep, ip6Values_.ptr() ),
-               list = std::bind_front( commListFromStrep, lists_.ptr() ),
-               extList = std::bind_front( extCommListFromStrep, extLists_.ptr(), values_.ptr() );
+   // A reader and the name its errors give the kind.
+   struct Reader {
+      std::function<void( std::string_view )> parse;
+      const char* name;
+   };
+   const Reader standard{ commValueFromStrep, "standard community" },
+         large{ largeCommValueFromStrep, "large community" },
+         ext{ std::bind_front( extCommFromStrep, values_.ptr() ), "extended community" },
+         ip6{ std::bind_front( extCommIp6FromStrep, ip6Values_.ptr() ), "IPv6 extended community" },
+         list{ std::bind_front( commListFromStrep, lists_.ptr() ), "standard community list" },
+         extList{ std::bind_front( extCommListFromStrep, extLists_.ptr(), values_.ptr() ),
+                  "extended community list" };
    const struct {
-      const Parse& parse;
+      const Reader& reader;
       const char* text;
       const char* message;
    } rows[] = {
-      { standard, "65536:1", "standard community '65536:1': 65536 is beyond 65535" },
-      { standard, "4294967296",
-        "standard community '4294967296': 4294967296 is beyond 4294967295" },
-      { standard, "65000:", "standard community '65000:': expected a number at the end" },
-      { standard, "65000:1x", "standard community '65000:1x': unexpected 'x' at offset 7" },
-      { standard, "no-exprot",
-        "standard community 'no-exprot': no-exprot is not a well-known community name at offset "
-        "0" },
-      { list, "1:2 :3",
-        "standard community list '1:2 :3': expected a community at offset 4, found ':'" },
-      { large, "1:2", "large community '1:2': expected ':' at the end" },
-      { large, "70000.1:1:1",
-        "large community '70000.1:1:1': 70000 is beyond 65535 in an asdot AS number" },
-      { ext, "RT:1.2.3:4",
-        "extended community 'RT:1.2.3:4': 1.2.3 is neither an AS number nor an IPv4 address at "
-        "offset 3" },
-      { ext, "RT:70000:65536", "extended community 'RT:70000:65536': 65536 is beyond 65535" },
-      { ext, "Route-Target-IP:1.2.3.256:1",
-        "extended community 'Route-Target-IP:1.2.3.256:1': 1.2.3.256 is not an IPv4 address at "
-        "offset 16" },
-      { ext, "Foo:1",
-        "extended community 'Foo:1': unknown extended community form Foo at offset 0" },
-      { ext, "0002-AS4:1:2",
-        "extended community '0002-AS4:1:2': AS4 does not fit type 00 at offset 0" },
+      { standard, "65536:1", "65536 is beyond 65535" },
+      { standard, "4294967296", "4294967296 is beyond 4294967295" },
+      { standard, "65000:", "expected a number at the end" },
+      { standard, "65000:1x", "unexpected 'x' at offset 7" },
+      { standard, "no-exprot", "no-exprot is not a well-known community name at offset 0" },
+      { list, "1:2 :3", "expected a community at offset 4, found ':'" },
+      { large, "1:2", "expected ':' at the end" },
+      { large, "70000.1:1:1", "70000 is beyond 65535 in an asdot AS number" },
+      { ext, "RT:1.2.3:4", "1.2.3 is neither an AS number nor an IPv4 address at offset 3" },
+      { ext, "RT:70000:65536", "65536 is beyond 65535" },
+      { ext, "Route-Target-IP:1.2.3.256:1", "1.2.3.256 is not an IPv4 address at offset 16" },
+      { ext, "Foo:1", "unknown extended community form Foo at offset 0" },
+      { ext, "0002-AS4:1:2", "AS4 does not fit type 00 at offset 0" },
       { ext, "4002-AS:1:2",
-        "extended community '4002-AS:1:2': the type in 4002-AS has the non-transitive bit: write "
-        "it as "
-        "(NT) at offset 0" },
-      { ext, "0304:0x00 0x00", "extended community '0304:0x00 0x00': expected ' ' at the end" },
+        "the type in 4002-AS has the non-transitive bit: write it as (NT) at offset 0" },
+      { ext, "0304:0x00 0x00", "expected ' ' at the end" },
       { ext, "Link-Bandwidth-AS:1:1.5",
-        "extended community 'Link-Bandwidth-AS:1:1.5': expected ' ' and a unit (bps, Kbps, Mbps, "
-        "Gbps, Tbps) at the end" },
-      { ext, "lbw 1:1e39", "extended community 'lbw 1:1e39': 1e39 is beyond a float at offset 6" },
-      { ext, "TunnelEncap:tunnelTypeFoo",
-        "extended community 'TunnelEncap:tunnelTypeFoo': tunnelTypeFoo is not a tunnel type at "
-        "offset 12" },
+        "expected ' ' and a unit (bps, Kbps, Mbps, Gbps, Tbps) at the end" },
+      { ext, "lbw 1:1e39", "1e39 is beyond a float at offset 6" },
+      { ext, "TunnelEncap:tunnelTypeFoo", "tunnelTypeFoo is not a tunnel type at offset 12" },
       { ext, "<RouteTarget2ByteASN 65000:101 0x0002fde800000064>",
-        "extended community '<RouteTarget2ByteASN 65000:101 0x0002fde800000064>': "
-        "<RouteTarget2ByteASN "
-        "65000:101 0x0002fde800000064> is not the debugging form of its content, "
-        "<RouteTarget2ByteASN "
-        "65000:100 0x0002fde800000064>" },
+        "<RouteTarget2ByteASN 65000:101 0x0002fde800000064> is not the debugging form of its "
+        "content, <RouteTarget2ByteASN 65000:100 0x0002fde800000064>" },
       { ext, "<RouteTarget 1.2.3.4:5>",
-        "extended community '<RouteTarget 1.2.3.4:5>': expected the content as 0x and sixteen hex "
-        "digits "
-        "before '>' at offset 22" },
-      { extList, "[ RT:1:2", "extended community list '[ RT:1:2': expected ']' at the end" },
-      { ip6, "0002-IP6:2001:db8::1",
-        "IPv6 extended community '0002-IP6:2001:db8::1': 2001:db8: is not an IPv6 address at "
-        "offset 9" },
+        "expected the content as 0x and sixteen hex digits before '>' at offset 22" },
+      { extList, "[ RT:1:2", "expected ']' at the end" },
+      { ip6, "0002-IP6:2001:db8::1", "2001:db8: is not an IPv6 address at offset 9" },
       { ip6, "<extCommIp6PktTypeUnknown addr=:: localAdmin=0>",
-        "IPv6 extended community '<extCommIp6PktTypeUnknown addr=:: localAdmin=0>': "
         "extCommIp6PktTypeUnknown does not say the type octet at offset 1" },
    };
    for ( const auto& row : rows ) {
-      EXPECT_EQ( messageOf<Kel::ParseException>( [ & ] { row.parse( row.text ); } ), row.message );
+      EXPECT_THAT( thrownText<Kel::ParseException>( [ & ] { row.reader.parse( row.text ); } ),
+                   ::testing::EndsWith( std::string( ": " ) + row.reader.name + " '" + row.text +
+                                        "': " + row.message ) );
    }
 }
 

@@ -160,7 +160,7 @@ TEST( ExtCommIp6Text, ContentParserNamesTheFieldThatFailed ) {
 }
 
 TEST( ExtCommIp6StrepFormat, FiveFlagsInRangeEachNamedInItsText ) {
-   EXPECT_EQ( Testing::messageOf<Kel::RangeException>( [] { ExtCommIp6::StrepFormat( 32 ); } ),
+   EXPECT_EQ( thrownText<Kel::RangeException>( [] { ExtCommIp6::StrepFormat( 32 ); } ),
               "Kel::DenseBoolSet: value 32 > 31 not allowed" );
    EXPECT_EQ( valueToStrep( ExtCommIp6::StrepFormat( 0x08 ) ),
               "Value('Routing::Bgp::ExtCommIp6::StrepFormat', ** {'strepFormatDefault': False, "

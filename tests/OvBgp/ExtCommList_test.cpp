@@ -156,6 +156,11 @@ TEST_F( ExtCommListTest, SnapshotsCopyPartsAndMembersAndFlagSetsHaveRangesAndTex
    EXPECT_EQ( snapshot->commDel( kQos ), value( kQos ) );
    EXPECT_EQ( list->totalCommunities(), 3u );
    EXPECT_THROW( snapshot->commIs( nullptr ), Kel::NullArgumentException );
+   EXPECT_THROW( snapshot->classificationListIs( nullptr ), Kel::NullArgumentException );
+   // An equal content from another table replaces the entry.
+   Testing::Extended other;
+   snapshot->commIs( other.member( kRt100 ) );
+   EXPECT_EQ( snapshot->commDel( kRt100 ), other.member( kRt100 ) );
 
    // The flag sets: ranges and reflective text.
    EXPECT_THROW( ExtCommList::CommVectorAttrs( 64u ), Kel::RangeException );

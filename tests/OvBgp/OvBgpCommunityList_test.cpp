@@ -176,7 +176,7 @@ TYPED_TEST( ListDedupOctetsTest, AttributeHoldsTheValuesInOrder ) {
 TYPED_TEST( ListDedupOctetsTest, LengthNotAMultipleThrowsAndInternsNothing ) {
    const Octets wire = concat( this->values( { 1, 2, 3 } ) );
    for ( size_t length : { size_t( 1 ), TypeParam::unit + 1, 3 * TypeParam::unit - 1 } ) {
-      EXPECT_EQ( messageOf<Kel::RangeException>(
+      EXPECT_EQ( thrownText<Kel::RangeException>(
                        [ & ] { TestFixture::fromOctets( this->kind, wire, length ); } ),
                  std::string( TypeParam::attribute ) + " attribute length " +
                        std::to_string( length ) + " is not a multiple of " +
@@ -196,7 +196,7 @@ TYPED_TEST( ListDedupOctetsTest, ListLongerThanOneAttributeHoldsThrowsOnSerializ
    EXPECT_EQ( TypeParam::serialize( full ).size(), 4 + most * TypeParam::unit );
    auto tooLong = this->fromOctets( wire );
    ASSERT_EQ( tooLong->comms(), most + 1 );
-   EXPECT_EQ( messageOf<Kel::RangeException>( [ & ] { TypeParam::serialize( tooLong ); } ),
+   EXPECT_EQ( thrownText<Kel::RangeException>( [ & ] { TypeParam::serialize( tooLong ); } ),
               std::string( TypeParam::name ) + "::serialize: " + std::to_string( most + 1 ) +
                     " communities do not fit in one " + TypeParam::attribute +
                     " attribute (at most " + std::to_string( most ) + ")" );

@@ -11,7 +11,6 @@
 #include "tests/OvBgp/TestSupport.h"
 
 using namespace Routing::Bgp;
-using Testing::messageOf;
 
 namespace {
 
@@ -35,16 +34,16 @@ TEST( BgpMaybeU63, BoundsApplyInConstructorAndAssignmentAndFailuresLeaveUnspecif
    BgpMaybeU63 base;
    EXPECT_EQ( base.word(), S64( 0x8000000000000000ull ) );
    EXPECT_EQ( base.valueWithUnspecifiedMapped(), 0u );
-   EXPECT_EQ( messageOf<Kel::RangeException>( [ & ] { base.valueIs( 0 ); } ), outOfBounds );
+   EXPECT_EQ( thrownText<Kel::RangeException>( [ & ] { base.valueIs( 0 ); } ), outOfBounds );
    EXPECT_TRUE( base.isUnspecified() );
 
-   EXPECT_EQ( messageOf<Kel::RangeException>( [] { Bounded( 21 ); } ), outOfBounds );
-   EXPECT_EQ( messageOf<Kel::RangeException>( [] { Bounded( 9 ); } ), outOfBounds );
+   EXPECT_EQ( thrownText<Kel::RangeException>( [] { Bounded( 21 ); } ), outOfBounds );
+   EXPECT_EQ( thrownText<Kel::RangeException>( [] { Bounded( 9 ); } ), outOfBounds );
 
    Bounded b( 20 );
    b.valueIs( 10 );
    EXPECT_EQ( b.valueWithUnspecifiedMapped(), 10u );
-   EXPECT_EQ( messageOf<Kel::RangeException>( [ & ] { b.valueIs( 21 ); } ), outOfBounds );
+   EXPECT_EQ( thrownText<Kel::RangeException>( [ & ] { b.valueIs( 21 ); } ), outOfBounds );
    EXPECT_TRUE( b.isUnspecified() );
    EXPECT_EQ( b.valueWithUnspecifiedMapped(), 7u );
 
@@ -91,7 +90,7 @@ TEST( BgpMaybeU63, TextFormsAndParse ) {
    Kel::strepToValue( valueToStrep( none ), &parsed );
    EXPECT_TRUE( parsed.isUnspecified() );
    // The parse checks the bounds of the value it fills.
-   EXPECT_EQ( messageOf<Kel::RangeException>( [ & ] { Kel::strepToValue( "30", &parsed ); } ),
+   EXPECT_EQ( thrownText<Kel::RangeException>( [ & ] { Kel::strepToValue( "30", &parsed ); } ),
               outOfBounds );
    EXPECT_THROW( Kel::strepToValue( "-", &parsed ), Kel::ParseException );
 }
@@ -127,17 +126,17 @@ TEST( BgpDenseU32Attr, ViewsShareOneWordThatRoundTripsAsReflectiveText ) {
 TEST( BgpDenseU32Attr, BadIndexAndDeleteRaiseNamedExceptions ) {
    BgpDenseU32Attr a( 0xFFFFFFFF );
    using R = Kel::RangeException;
-   EXPECT_EQ( messageOf<R>( [ & ] { a.valueBool( 16 ); } ), "BgpDenseU32Attr::valueBool" );
-   EXPECT_EQ( messageOf<R>( [ & ] { a.valueBoolIs( 16, true ); } ),
+   EXPECT_EQ( thrownText<R>( [ & ] { a.valueBool( 16 ); } ), "BgpDenseU32Attr::valueBool" );
+   EXPECT_EQ( thrownText<R>( [ & ] { a.valueBoolIs( 16, true ); } ),
               "BgpDenseU32Attr::valueBoolIs" );
-   EXPECT_EQ( messageOf<R>( [ & ] { a.valueU8( 4 ); } ), "BgpDenseU32Attr::valueU8" );
-   EXPECT_EQ( messageOf<R>( [ & ] { a.valueU8Is( 4, 1 ); } ), "BgpDenseU32Attr::valueU8Is" );
-   EXPECT_EQ( messageOf<R>( [ & ] { a.valueU16( 2 ); } ), "BgpDenseU32Attr::valueU16" );
-   EXPECT_EQ( messageOf<R>( [ & ] { a.valueU16Is( 2, 1 ); } ), "BgpDenseU32Attr::valueU16Is" );
+   EXPECT_EQ( thrownText<R>( [ & ] { a.valueU8( 4 ); } ), "BgpDenseU32Attr::valueU8" );
+   EXPECT_EQ( thrownText<R>( [ & ] { a.valueU8Is( 4, 1 ); } ), "BgpDenseU32Attr::valueU8Is" );
+   EXPECT_EQ( thrownText<R>( [ & ] { a.valueU16( 2 ); } ), "BgpDenseU32Attr::valueU16" );
+   EXPECT_EQ( thrownText<R>( [ & ] { a.valueU16Is( 2, 1 ); } ), "BgpDenseU32Attr::valueU16Is" );
    EXPECT_EQ( a.value(), 0xFFFFFFFFu );
 
    using N = Kel::NonDeletableAttributeException;
-   EXPECT_EQ( messageOf<N>( [ & ] { a.valueBoolDel( 0 ); } ), "BgpDenseU32Attr::valueBoolDel" );
-   EXPECT_EQ( messageOf<N>( [ & ] { a.valueU8Del( 0 ); } ), "BgpDenseU32Attr::valueU8Del" );
-   EXPECT_EQ( messageOf<N>( [ & ] { a.valueU16Del( 0 ); } ), "BgpDenseU32Attr::valueU16Del" );
+   EXPECT_EQ( thrownText<N>( [ & ] { a.valueBoolDel( 0 ); } ), "BgpDenseU32Attr::valueBoolDel" );
+   EXPECT_EQ( thrownText<N>( [ & ] { a.valueU8Del( 0 ); } ), "BgpDenseU32Attr::valueU8Del" );
+   EXPECT_EQ( thrownText<N>( [ & ] { a.valueU16Del( 0 ); } ), "BgpDenseU32Attr::valueU16Del" );
 }

@@ -19,7 +19,7 @@ const std::string rangeMessage = "Routing::Bgp::RouteTargetPrefix::length < 0 or
 
 template<class Fn>
 void expectRangeError( Fn fn ) {
-   EXPECT_EQ( rangeMessage, Routing::Bgp::Testing::messageOf<Kel::RangeException>( fn ) );
+   EXPECT_EQ( rangeMessage, thrownText<Kel::RangeException>( fn ) );
 }
 
 TEST( RouteTargetPrefix, ConstructorKeepsBitsAndBitlenIsMasksThem ) {

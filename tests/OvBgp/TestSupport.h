@@ -1,6 +1,6 @@
 // tests/OvBgp/TestSupport.h: small helpers the value and list tests share:
-// octets as hex text and back, what a call throws, death-test patterns, a
-// run on four threads and the TSan load factor.
+// octets as hex text and back, death-test patterns, a run on four threads and
+// the TSan load factor; thrownText() comes with them.
 //
 //   EXPECT_EQ( hex( list->serialize() ), "c00800" );
 //   EXPECT_DEATH( f(), assertionPattern( "commVectorSorted()", "OvBgp/CommList" ) );
@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "Kel/Exception.h"
+#include "tests/platform/Kel/ThrownText.h"
 
 namespace Routing::Bgp::Testing {
 
@@ -33,17 +34,6 @@ inline std::string octets( const std::string& digits ) {
       out += char( std::stoi( digits.substr( i, 2 ), nullptr, 16 ) );
    }
    return out;
-}
-
-// messageOf(): the text of the E that fn throws, or "<nothing thrown>".
-template<class E, class Fn>
-std::string messageOf( Fn fn ) {
-   try {
-      fn();
-   } catch ( const E& e ) {
-      return e.what();
-   }
-   return "<nothing thrown>";
 }
 
 // parseFailure(): the attribute a parse error from fn names, or "<parsed>".

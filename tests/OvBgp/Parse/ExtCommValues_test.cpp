@@ -2,9 +2,10 @@
 // table of contents under all 64 format octets, plus the debugging form: route target and
 // origin, the AS and address fallbacks (asdot only for 4-octet numbers from 65536), colour,
 // default gateway, VRF route import, tunnel encapsulation and origin validation state share
-// one rule, that classification, UI and asdot are the only flags that change the text. Then
-// what single kinds add: the AS fields, the tunnel types, the origin validation content and
-// the labelled kinds' type assertion. Link bandwidth is ExtCommLinkBandwidth_test's.
+// one rule, that classification, UI and asdot are the only flags that change the text (the
+// AS and address fields are read through the texts). Then what single kinds add: the tunnel
+// types, the origin validation content and the labelled kinds' type assertion. Link
+// bandwidth is ExtCommLinkBandwidth_test's.
 #include <gtest/gtest.h>
 
 #include "Kel/Exception.h"
@@ -112,21 +113,6 @@ TEST( ExtCommValues, EveryParsedKindHasItsTextsUnderEveryFormat ) {
       }
       EXPECT_EQ( value->toStrep(), c.debug );
    }
-}
-
-TEST( ExtCommAsNumber, FieldsFollowTheLayout ) {
-   auto two = ExtCommAsNumber::ExtCommAsNumberIs( extCommClassificationUnSpecified,
-                                                  ExtCommContent( 0x0002fde8ffffffff ), false );
-   EXPECT_EQ( two->asNumber(), 65000u );
-   EXPECT_EQ( two->localAdmin(), 4294967295u );
-   auto four = ExtCommAsNumber::ExtCommAsNumberIs( extCommClassificationUnSpecified,
-                                                   ExtCommContent( 0x0202fde800640005 ), true );
-   EXPECT_EQ( four->asNumber(), 4259840100u );
-   EXPECT_EQ( four->localAdmin(), 5u );
-   EXPECT_EQ( ExtCommIpv4Address::ExtCommIpv4AddressIs( extCommClassificationUnSpecified,
-                                                        ExtCommContent( 0x0102c0a80001002a ) )
-                    ->localAdmin(),
-              42u );
 }
 
 TEST( TunnelType, ExactlyTheEightRegistryValuesAreValidAndTextsRoundTrip ) {

@@ -17,7 +17,7 @@ std::vector<U8> extended( U64 value ) {
    return o;
 }
 
-TEST( RouteInterner, SameValuesInAnyOrderWithRepeatsAreOneListOfSortedUniqueValues ) {
+TEST( RouteInterner, SameValuesInAnyOrderWithRepeatsAreOneListInItsKindsTable ) {
    CommunityTables tables;
    RouteInterner interner( tables );
 
@@ -25,8 +25,6 @@ TEST( RouteInterner, SameValuesInAnyOrderWithRepeatsAreOneListOfSortedUniqueValu
    auto std2 = interner.communities( parseHex( "fde80064 fde800c8 ffffff01" ) );
    ASSERT_TRUE( std1 );
    EXPECT_EQ( std1, std2 );
-   EXPECT_EQ( *std1->commVectorRawPtr(),
-              ( std::vector<U32>{ 0xfde80064, 0xfde800c8, 0xffffff01 } ) );
 
    auto large1 = interner.largeCommunities(
          parseHex( "fa56ea00 00000001 00000002  0000fde8 00000000 00000009" ) );
@@ -34,8 +32,6 @@ TEST( RouteInterner, SameValuesInAnyOrderWithRepeatsAreOneListOfSortedUniqueValu
          "0000fde8 00000000 00000009  fa56ea00 00000001 00000002  0000fde8 00000000 00000009" ) );
    ASSERT_TRUE( large1 );
    EXPECT_EQ( large1, large2 );
-   EXPECT_EQ( large1->comms(), 2u );
-   EXPECT_EQ( ( *large1->commVectorRawPtr() )[ 0 ], Acl::CommunityValue( 65000, 0, 9 ) );
 
    auto ext1 = interner.extCommunities( parseHex( "4004fde84e6e6b28 0002fde800000064" ) );
    auto ext2 = interner.extCommunities(
@@ -43,27 +39,24 @@ TEST( RouteInterner, SameValuesInAnyOrderWithRepeatsAreOneListOfSortedUniqueValu
    ASSERT_TRUE( ext1 );
    EXPECT_EQ( ext1, ext2 );
    ASSERT_EQ( ext1->comms(), 2u );
-   EXPECT_EQ( ext1->commVector()[ 0 ]->community(), 0x0002fde800000064u );
    // Values come typed from the parse rules (their texts: the sample's
    // committed output; its route targets: MrtCommand_test's stats).
    EXPECT_EQ( ext1->commVector()[ 0 ]->classification(), extCommClassificationRouteTarget );
 
    const std::string rt6 = "000220010db80000000000000000000000010064",
                      origin6 = "000320010db80000000000000000000000010064";
-   std::vector<U8> both = parseHex( origin6 + rt6 );
-   auto ip6 = interner.ipv6ExtCommunities( both );
+   auto ip6 = interner.ipv6ExtCommunities( parseHex( origin6 + rt6 ) );
    ASSERT_TRUE( ip6 );
    EXPECT_EQ( interner.ipv6ExtCommunities( parseHex( rt6 + origin6 + rt6 ) ), ip6 );
-   // Reversed octets are other values.
-   EXPECT_NE( interner.ipv6ExtCommunities( std::vector<U8>( both.rbegin(), both.rend() ) ), ip6 );
-   ASSERT_EQ( ip6->comms(), 2u );
-   EXPECT_EQ( ip6->commVector()[ 0 ]->content().subtypeOctet, 0x02 );
+   EXPECT_EQ( ip6->comms(), 2u );
 
-   // One list built per content; the repeats were found.
-   EXPECT_EQ( interner.listsBuilt(), 5u );
+   // One list built per content, each in its kind's table (how a list is
+   // built from octets is OvBgpCommunityList_test's); the repeats were found.
+   EXPECT_EQ( interner.listsBuilt(), 4u );
    EXPECT_EQ( tables.commList()->dedupTable()->size(), 1u );
+   EXPECT_EQ( tables.largeCommList()->dedupTable()->size(), 1u );
    EXPECT_EQ( tables.extCommList()->dedupTable()->size(), 1u );
-   EXPECT_EQ( tables.extCommIp6List()->dedupTable()->size(), 2u );
+   EXPECT_EQ( tables.extCommIp6List()->dedupTable()->size(), 1u );
 }
 
 TEST( RouteInterner, NoOctetsNoListOtherValuesOtherListAndListsOutliveRoutes ) {
