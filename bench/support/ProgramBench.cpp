@@ -53,7 +53,13 @@ const std::string& generatedDump() {
    return path;
 }
 
-std::vector<std::string> bgpcommMrt() { return { selfPath(), asBgpcomm, "mrt", "--no-progress" }; }
+std::vector<std::string> bgpcommMrt() {
+#ifdef OVBGP_BGPCOMM_PATH
+   return { OVBGP_BGPCOMM_PATH, "mrt", "--no-progress" };
+#else
+   return { selfPath(), asBgpcomm, "mrt", "--no-progress" };
+#endif
+}
 
 bool timeProgram( benchmark::State& state, const std::string& name,
                   const std::vector<std::string>& argv, const std::string& outPath ) {

@@ -2,7 +2,7 @@
 // programs (bench/MrtCommand_bench.cpp, bench/MrtInput_bench.cpp): the
 // generated dump they read, written once beside the program; each program's
 // best run; and main(), which makes the benchmark program bgpcomm itself when
-// its first argument is --as-bgpcomm, so the bench build needs no other binary.
+// its first argument is --as-bgpcomm, for a build without the tool's binary.
 //
 //   void BM_Mine( benchmark::State& s ) { timeProgram( s, __func__, bgpcommMrt(), "/dev/null" ); }
 //   int main( int argc, char** argv ) { return programBenchMain( argc, argv, printFigures ); }
@@ -41,8 +41,8 @@ std::string benchDir();
 // writes, made on first use in benchDir().
 const std::string& generatedDump();
 
-// bgpcommMrt(): the command line of `bgpcomm mrt --no-progress` run as this
-// program; callers append options and files.
+// bgpcommMrt(): the command line of `bgpcomm mrt --no-progress`: the built
+// tool, or this program when there is none; callers append options and files.
 std::vector<std::string> bgpcommMrt();
 
 // timeProgram(): runs argv once per iteration with its standard output to
