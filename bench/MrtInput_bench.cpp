@@ -73,16 +73,28 @@ const Input& realDump() {
    return in;
 }
 
-void runProgram( benchmark::State& state, const char* name, const Input& in,
-                 std::vector<std::string> argv ) {
+// present(): whether in was made; the benchmark is skipped otherwise.
+bool present( benchmark::State& state, const Input& in ) {
    if ( in.path.empty() ) {
       state.SkipWithError( "input missing" );
+   }
+   return !in.path.empty();
+}
+
+// countWork(): the routes and inflated octets of the iterations that ran.
+void countWork( benchmark::State& state, const Input& in ) {
+   state.SetItemsProcessed( int64_t( state.iterations() * in.routes ) );
+   state.SetBytesProcessed( int64_t( state.iterations() * in.inflatedOctets ) );
+}
+
+void runProgram( benchmark::State& state, const char* name, const Input& in,
+                 std::vector<std::string> argv ) {
+   if ( !present( state, in ) ) {
       return;
    }
    argv.push_back( in.path );
    if ( timeProgram( state, name, argv, "/dev/null" ) ) {
-      state.SetItemsProcessed( int64_t( state.iterations() * in.routes ) );
-      state.SetBytesProcessed( int64_t( state.iterations() * in.inflatedOctets ) );
+      countWork( state, in );
    }
 }
 
@@ -90,34 +102,24 @@ void BM_Bgpcomm_Plain( benchmark::State& s ) {
    runProgram( s, __func__, generated( "" ), bgpcommMrt() );
 }
 
-// pairRatios: for each ratio, mine / theirs of each pair of runs. The two
-// programs alternate, run after run, so that a change in the machine's speed
-// (it is shared) falls on both sides of a pair rather than on one program.
+// pairRatios: for each ratio, bgpcomm / the inflater of each pair of runs.
 std::map<std::string, std::vector<double>> pairRatios;
 
-// runPair(): bgpcomm mrt and the inflater on the same input, one after the
-// other per iteration, each also kept in best[] under its own name.
+// runPair(): bgpcomm mrt and the inflater on the same input, alternating.
 void runPair( benchmark::State& state, const std::string& mine, const std::string& theirs,
               const Input& in, const char* inflater ) {
-   if ( in.path.empty() ) {
-      state.SkipWithError( "input missing" );
+   if ( !present( state, in ) ) {
       return;
    }
-   std::vector<std::string> tool = bgpcommMrt(), other = { inflater };
-   tool.push_back( in.path );
-   other.push_back( in.path );
-   for ( auto _ : state ) {
-      ChildRun a = runChild( tool, "/dev/null" ), b = runChild( other, "/dev/null" );
-      if ( !a.ok || !b.ok ) {
-         state.SkipWithError( "a run failed" );
-         return;
-      }
-      state.SetIterationTime( a.wallSeconds );
-      best[ mine ].add( a );
-      best[ theirs ].add( b );
-      pairRatios[ mine ].push_back( a.wallSeconds / b.wallSeconds );
+   Program tool{ mine, bgpcommMrt() }, other{ theirs, { inflater } };
+   tool.argv.push_back( in.path );
+   other.argv.push_back( in.path );
+   // Each repetition is a call of its own: its pairs join the earlier ones.
+   const std::vector<double> ratios = timePair( state, tool, other, "/dev/null" );
+   if ( !ratios.empty() ) {
+      pairRatios[ mine ].insert( pairRatios[ mine ].end(), ratios.begin(), ratios.end() );
+      countWork( state, in );
    }
-   state.SetItemsProcessed( int64_t( state.iterations() * in.routes ) );
 }
 
 void BM_Bgpcomm_Gzip( benchmark::State& s ) {

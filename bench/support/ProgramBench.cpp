@@ -61,20 +61,50 @@ std::vector<std::string> bgpcommMrt() {
 #endif
 }
 
+namespace {
+
+// recorded(): one run of argv kept in best[ name ] and shown in the
+// iteration's counters; false, with the benchmark skipped, when it failed.
+bool recorded( benchmark::State& state, const std::string& name,
+               const std::vector<std::string>& argv, const ChildRun& r ) {
+   if ( !r.ok ) {
+      state.SkipWithError( ( argv[ 0 ] + " failed" ).c_str() );
+      return false;
+   }
+   best[ name ].add( r );
+   state.counters[ "cpu_s" ] = r.cpuSeconds;
+   state.counters[ "peak_MB" ] = double( r.peakKb ) / 1024;
+   return true;
+}
+
+} // namespace
+
 bool timeProgram( benchmark::State& state, const std::string& name,
                   const std::vector<std::string>& argv, const std::string& outPath ) {
    for ( auto _ : state ) {
       ChildRun r = runChild( argv, outPath );
-      if ( !r.ok ) {
-         state.SkipWithError( ( argv[ 0 ] + " failed" ).c_str() );
+      if ( !recorded( state, name, argv, r ) ) {
          return false;
       }
       state.SetIterationTime( r.wallSeconds );
-      best[ name ].add( r );
-      state.counters[ "cpu_s" ] = r.cpuSeconds;
-      state.counters[ "peak_MB" ] = double( r.peakKb ) / 1024;
    }
    return true;
+}
+
+std::vector<double> timePair( benchmark::State& state, const Program& mine, const Program& theirs,
+                              const std::string& outPath ) {
+   std::vector<double> ratios;
+   for ( auto _ : state ) {
+      ChildRun a = runChild( mine.argv, outPath );
+      ChildRun b = runChild( theirs.argv, outPath );
+      if ( !recorded( state, theirs.name, theirs.argv, b ) ||
+           !recorded( state, mine.name, mine.argv, a ) ) {
+         return {};
+      }
+      state.SetIterationTime( a.wallSeconds );
+      ratios.push_back( a.wallSeconds / b.wallSeconds );
+   }
+   return ratios;
 }
 
 int programBenchMain( int argc, char** argv, void ( *printFigures )() ) {

@@ -51,6 +51,20 @@ std::vector<std::string> bgpcommMrt();
 bool timeProgram( benchmark::State& state, const std::string& name,
                   const std::vector<std::string>& argv, const std::string& outPath );
 
+// Program: a command line and the name its runs are kept under in best[].
+struct Program {
+   std::string name;
+   std::vector<std::string> argv;
+};
+
+// timePair(): runs mine, then theirs, once per iteration (so that a change
+// in a shared machine's speed falls on both sides of a pair), each with its
+// standard output to outPath and kept in best[] under its name; mine's run
+// is the iteration's manual time. Returns mine / theirs of each pair; empty,
+// with the benchmark skipped, when a run fails.
+std::vector<double> timePair( benchmark::State& state, const Program& mine, const Program& theirs,
+                              const std::string& outPath );
+
 // OVBGP_PROGRAM_BENCH(): a benchmark of one program run per iteration, timed
 // by timeProgram(); its figure is the best of reps runs.
 #define OVBGP_PROGRAM_BENCH( name, reps )  \
