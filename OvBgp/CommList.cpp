@@ -107,7 +107,7 @@ U32 CommListWire::flagsOf( std::span<const U32> values ) noexcept {
 template struct ValueListContent<CommListWire>;
 template class ValueList<CommList, CommListWire>;
 
-CommList::Ptr CommList::CommListIs() { return Kel::makeActivePtr<CommList>(); }
+CommList::Ptr CommList::CommListIs() { return newEmpty(); }
 
 CommList::Ptr commListFactory() { return CommList::CommListIs(); }
 

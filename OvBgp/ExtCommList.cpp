@@ -9,6 +9,7 @@
 #include "KelStow/StoreManager.h"
 #include "OvBgp/BgpPathAttributeEnums.h"
 #include "OvBgp/ExtCommListDedupTable.h"
+#include "OvBgp/ListSpare.h"
 #include "OvBgp/ListWireOctets.h"
 #include "OvBgp/OvBgpCommunityListImpl.h"
 #include "OvBgp/OvBgpSerialize.h"
@@ -109,7 +110,27 @@ Kel::String valueToStrep( const ExtCommList::Serialization& serialization ) {
 
 ExtCommList::~ExtCommList() = default;
 
-ExtCommList::Ptr ExtCommList::ExtCommListIs() { return Kel::makeActivePtr<ExtCommList>(); }
+ExtCommList::Ptr ExtCommList::ExtCommListIs() {
+   if ( ExtCommList* spare = ListSpare<ExtCommList>::take() ) {
+      spare->hasNotificationActiveIs( true );
+      return Ptr( spare );
+   }
+   return Kel::makeActivePtr<ExtCommList>();
+}
+
+void ExtCommList::onZeroReferences() const noexcept {
+   auto* self = const_cast<ExtCommList*>( this );
+   if ( !everDeduped() && classificationLists_.empty() && !comm_.inRoom() &&
+        comm_.capacity() <= ListSpare<ExtCommList>::kMostRoom ) {
+      self->comm_.truncate( 0 );
+      self->userDataIs( 0 );
+      self->totalTransitiveCommunities_ = 0;
+      if ( ListSpare<ExtCommList>::keep( self ) ) {
+         return;
+      }
+   }
+   KelStow::DedupHandle::onZeroReferences();
+}
 
 ExtCommList::Ptr ExtCommList::withRoomFor( U32 count ) {
    ExtCommList* list = newWithRoom<ExtCommList>( count * sizeof( ExtComm::PtrConst ) );

@@ -183,6 +183,11 @@ class ExtCommList : public KelStow::DedupHandle, public RoomAllocated {
    U64 stow( KelStow::StoreManager* store ) const override;
    static Ptr destow( const void* stored, KelStow::StoreManager* store );
 
+ protected:
+   // onZeroReferences(): a list that never entered a table (and made no
+   // parts) becomes the thread's spare when it can; any other is freed.
+   void onZeroReferences() const noexcept override;
+
  private:
    void flagIs( CommVectorAttrs::Flag flag, bool on ) {
       CommVectorAttrs attrs = commVectorAttrs();

@@ -64,7 +64,7 @@ void LargeCommListWire::format( OvFmt::DynamicBufferInterface& buffer,
 template struct ValueListContent<LargeCommListWire>;
 template class ValueList<LargeCommList, LargeCommListWire>;
 
-LargeCommList::Ptr LargeCommList::LargeCommListIs() { return Kel::makeActivePtr<LargeCommList>(); }
+LargeCommList::Ptr LargeCommList::LargeCommListIs() { return newEmpty(); }
 
 LargeCommList::Ptr largeCommListFactory() { return LargeCommList::LargeCommListIs(); }
 

@@ -80,6 +80,8 @@ class ListMembers {
    size_t size() const noexcept { return size_; }
    bool empty() const noexcept { return size_ == 0; }
    size_t capacity() const noexcept { return capacity_; }
+   // inRoom(): whether the members live in the owning object's room.
+   bool inRoom() const noexcept { return capacity_ != 0 && !onHeap_; }
    const T& operator[]( size_t i ) const noexcept { return data_[ i ]; }
    const T& front() const noexcept { return data_[ 0 ]; }
    const T& back() const noexcept { return data_[ size_ - 1 ]; }

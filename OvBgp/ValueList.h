@@ -60,9 +60,18 @@ class ValueList : public KelStow::DedupHandle, public RoomAllocated {
    // withRoomFor(): a new, empty, unsorted list with room for count values
    // in its own allocation (the factory's list grows them on the heap).
    static Ptr withRoomFor( U32 count );
+   // newEmpty(): what the kind's factory hands out: a new, empty, unsorted
+   // list, the thread's spare when it has one (OvBgp/ListSpare.h).
+   static Ptr newEmpty();
 
    // commIs(): appends value; only while the list is unsorted.
-   void commIs( const Value& value );
+   void commIs( const Value& value ) {
+      if ( commVectorSorted() || comm_.size() == comm_.capacity() ) [[unlikely]] {
+         commIsSlow( value );
+      } else {
+         comm_.push_back( value );
+      }
+   }
    void expectedCommunityCountIs( U32 count ) { comm_.reserve( count ); }
    // comm(): whether value is in the list; only once it is sorted.
    bool comm( const Value& value ) const;
@@ -118,8 +127,16 @@ class ValueList : public KelStow::DedupHandle, public RoomAllocated {
 
  protected:
    ValueList() noexcept = default;
+   // onZeroReferences(): a list that never entered a table becomes the
+   // thread's spare when it can (a path's list found interned already);
+   // any other is freed.
+   void onZeroReferences() const noexcept override;
 
    ListMembers<Value> comm_;
+
+ private:
+   // commIsSlow(): commIs() when the list is sorted (an assertion) or full.
+   void commIsSlow( const Value& value );
 };
 
 } // namespace Routing::Bgp

@@ -12,6 +12,7 @@
 #include "Kel/Exception.h"
 #include "Kel/Hash.h"
 #include "KelStow/StoreManager.h"
+#include "OvBgp/ListSpare.h"
 #include "OvBgp/ListWireOctets.h"
 #include "OvBgp/OvBgpCommunityListImpl.h"
 #include "OvBgp/ValueList.h"
@@ -78,7 +79,29 @@ auto ValueList<List, Wire>::withRoomFor( U32 count ) -> Ptr {
 }
 
 template<class List, class Wire>
-void ValueList<List, Wire>::commIs( const Value& value ) {
+auto ValueList<List, Wire>::newEmpty() -> Ptr {
+   if ( List* spare = ListSpare<List>::take() ) {
+      spare->hasNotificationActiveIs( true );
+      return Ptr( spare );
+   }
+   return Kel::makeActivePtr<List>();
+}
+
+template<class List, class Wire>
+void ValueList<List, Wire>::onZeroReferences() const noexcept {
+   auto* self = const_cast<ValueList*>( this );
+   if ( !everDeduped() && !comm_.inRoom() && comm_.capacity() <= ListSpare<List>::kMostRoom ) {
+      self->comm_.truncate( 0 );
+      self->userDataIs( 0 );
+      if ( ListSpare<List>::keep( static_cast<List*>( self ) ) ) {
+         return;
+      }
+   }
+   KelStow::DedupHandle::onZeroReferences();
+}
+
+template<class List, class Wire>
+void ValueList<List, Wire>::commIsSlow( const Value& value ) {
    OVBGP_LIST_ASSERT( !commVectorSorted(), "!commVectorSorted()" );
    if ( comm_.capacity() == 0 ) {
       comm_.reserve( valueList::kFirstRoom );
@@ -103,6 +126,19 @@ auto ValueList<List, Wire>::dedup( const Table* table ) -> PtrConst {
          sortUnique( comm_ );
       }
       userDataIs( Wire::flagsOf( comm_ ) );
+   }
+   // Most lists a path brings are interned already: the one found without
+   // the table's lock is the result, and this list goes back to its thread
+   // unreferenced by the table.
+   if ( !everDeduped() ) {
+      const Bex::DedupHashTable& set = *table->dedupTable();
+      Bex::DedupHandle::PtrConst found = set.lookupIf(
+            placementHash( set.hashKey() ), [ this ]( const Bex::DedupHandle* member ) {
+               return valueList::same<Value>( comm_, static_cast<const List*>( member )->comm_ );
+            } );
+      if ( found ) {
+         return Kel::ptrCast<const List>( std::move( found ) );
+      }
    }
    Bex::DedupHandle::PtrConst dedupHandle = table->dedupTable()->dedup(
          PtrConst( static_cast<List*>( this ) ),

@@ -33,6 +33,9 @@ template<class L>
 struct Kind {
    using List = L;
    Kel::Ptr<typename L::Table> lists = Kel::makeActivePtr<typename L::Table>();
+   // fresh(): a new list as users make one (the factory, where the kind has
+   // one: it may hand out its thread's spare).
+   static auto fresh() { return Kel::makeActivePtr<L>(); }
    static std::string serialize( const auto& list ) { return list->serialize(); }
    static std::string extra( const auto& ) { return ""; }
    size_t interned() const { return lists->dedupTable()->size(); }
@@ -47,6 +50,7 @@ struct Standard : Kind<CommList> {
    static Key key( const Octets& v ) { return load32( v.data() ); }
    static Key numbered( U32 i ) { return 65000u << 16 | i; }
    static std::string pattern( const std::string& r ) { return "65000:" + r; }
+   static auto fresh() { return commListFactory(); }
    Key member( Key k ) const { return k; }
 };
 
@@ -61,6 +65,7 @@ struct Large : Kind<LargeCommList> {
    }
    static Key numbered( U32 i ) { return Key( 65000, i, 0 ); }
    static std::string pattern( const std::string& r ) { return "65000:" + r + ":0"; }
+   static auto fresh() { return largeCommListFactory(); }
    const Key& member( const Key& k ) const { return k; }
 };
 
@@ -75,6 +80,7 @@ struct Extended : Kind<ExtCommList> {
    static Key key( const Octets& v ) { return U64( load32( v.data() ) ) << 32 | load32( &v[ 4 ] ); }
    static Key numbered( U32 i ) { return 0x0002fde800000000 | i; }
    static std::string pattern( const std::string& r ) { return "RT:65000:" + r; }
+   static auto fresh() { return extCommListFactory(); }
    ExtComm::PtrConst member( Key k ) const {
       return ExtComm::dedupContent( values.ptr(), ExtCommContent( k ) );
    }
@@ -123,7 +129,7 @@ struct Ip6Extended : Kind<ExtCommIp6List> {
 // open(): the list of these keys, built value by value, not interned yet.
 template<class K>
 auto open( const K& kind, const std::vector<typename K::Key>& keys ) {
-   auto list = Kel::makeActivePtr<typename K::List>();
+   auto list = K::fresh();
    for ( const auto& k : keys ) {
       list->commIs( kind.member( k ) );
    }
