@@ -133,7 +133,8 @@ void ExtCommList::onZeroReferences() const noexcept {
 }
 
 ExtCommList::Ptr ExtCommList::withRoomFor( U32 count ) {
-   ExtCommList* list = newWithRoom<ExtCommList>( count * sizeof( ExtComm::PtrConst ) );
+   ExtCommList* list =
+         newWithRoom<ExtCommList>( count * ( sizeof( ExtComm::PtrConst ) + sizeof( U64 ) ) );
    list->comm_.useRoom( roomOf<ExtComm::PtrConst>( list ), count );
    list->hasNotificationActiveIs( true );
    return Ptr( list );
@@ -283,8 +284,22 @@ ExtCommList::PtrConst ExtCommList::dedup( const ExtCommListDedupTable* table ) {
    flagIs( CommVectorAttrs::hasOriginValidationState, originValidation );
    Bex::DedupHandle::PtrConst interned = table->dedupTable()->dedup(
          Bex::DedupHandle::PtrConst( this ),
-         []( Bex::DedupHandle* h ) { static_cast<ExtCommList*>( h )->comm_.trim(); } );
+         []( Bex::DedupHandle* h ) { static_cast<ExtCommList*>( h )->finishMembers(); } );
    return Kel::ptrCast<const ExtCommList>( std::move( interned ) );
+}
+
+void ExtCommList::finishMembers() {
+   const bool inRoom = comm_.inRoom();
+   const size_t room = comm_.capacity();
+   comm_.trim();
+   if ( inRoom && comm_.size() == room ) {
+      static_assert( sizeof( ExtCommList ) % alignof( U64 ) == 0 );
+      U64* contents = roomOf<U64>( this, room * sizeof( ExtComm::PtrConst ) );
+      for ( size_t i = 0; i < room; ++i ) {
+         contents[ i ] = comm_[ i ]->community();
+      }
+      userDataIs( userData() | kContentsFlag );
+   }
 }
 
 ExtCommList::PtrConst ExtCommList::prune( const ExtCommListDedupTable* table ) const {

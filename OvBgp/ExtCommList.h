@@ -87,8 +87,9 @@ class ExtCommList : public KelStow::DedupHandle, public RoomAllocated {
    ExtCommList() noexcept = default;
    ~ExtCommList() override;
    static Ptr ExtCommListIs();
-   // withRoomFor(): a new, empty list with room for count members in its
-   // own allocation (the factory's list grows them on the heap).
+   // withRoomFor(): a new, empty list with room for count members, and for
+   // their contents (contents()), in its own allocation (the factory's list
+   // grows its members on the heap).
    static Ptr withRoomFor( U32 count );
 
    // Building (before dedup).
@@ -107,6 +108,17 @@ class ExtCommList : public KelStow::DedupHandle, public RoomAllocated {
    size_t comms() const noexcept { return comm_.size(); }
    bool empty() const noexcept { return comm_.empty(); }
    const ListMembers<ExtComm::PtrConst>& commVector() const noexcept { return comm_; }
+   // contents(): the members' contents, kept beside them by an interned
+   // list made for a known count (so that a received attribute is compared
+   // without reading the members); null for any other list.
+   const U64* contents() const noexcept {
+      if ( !( userData() & kContentsFlag ) ) {
+         return nullptr;
+      }
+      return reinterpret_cast<const U64*>( reinterpret_cast<const char*>( this ) +
+                                           sizeof( ExtCommList ) +
+                                           comm_.size() * sizeof( ExtComm::PtrConst ) );
+   }
    U32 totalCommunities() const;
    U32 totalTransitiveCommunities() const noexcept { return totalTransitiveCommunities_; }
    ExtCommClassificationList::PtrConst classificationList( ExtCommClassification c ) const;
@@ -189,6 +201,14 @@ class ExtCommList : public KelStow::DedupHandle, public RoomAllocated {
    void onZeroReferences() const noexcept override;
 
  private:
+   // kContentsFlag: the user-data bit above the summary flags that says
+   // contents() are there.
+   static constexpr U32 kContentsFlag = 0x40;
+   // finishMembers(): the members' capacity down to their size, and their
+   // contents written beside them when the room was made for exactly them;
+   // runs as the list enters its table.
+   void finishMembers();
+
    void flagIs( CommVectorAttrs::Flag flag, bool on ) {
       CommVectorAttrs attrs = commVectorAttrs();
       attrs.flagIs( flag, on );

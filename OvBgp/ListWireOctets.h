@@ -205,6 +205,22 @@ typename List::PtrConst dedupWireOctets( const typename Wire::Table* table, cons
    using Wires = SortedWireOctets<Wire::kOctets>;
    const Wires wire( Wire::kAttribute, octets, length );
    auto same = []( const List& list, const Wires& values ) {
+      // A list that keeps its members' 64-bit contents beside them is
+      // compared without reading a member.
+      if constexpr ( requires { list.contents(); } ) {
+         static_assert( Wire::kOctets == sizeof( U64 ) );
+         if ( const U64* contents = list.contents() ) {
+            if ( list.comms() != values.count() ) {
+               return false;
+            }
+            for ( size_t i = 0; i < values.count(); ++i ) {
+               if ( contents[ i ] != loadU64ntoh( values.value( i ) ) ) {
+                  return false;
+               }
+            }
+            return true;
+         }
+      }
       return sameValues( list.commVector(), values, []( const auto& value, const U8* octets ) {
          return Wire::sameAsWire( value, octets );
       } );
