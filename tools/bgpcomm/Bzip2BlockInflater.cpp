@@ -2,15 +2,15 @@
 // of independently coded blocks, each opened by a 48-bit magic at any bit
 // position and carrying the CRC of its output; the stream ends with another
 // magic and the combined CRC of its blocks. A reader splits the bits at the
-// magics; each block, wrapped as a one-block stream of its own, is inflated
-// by libbz2 on a worker, which checks the block's CRC; the output is handed
+// magics; each block is decoded where it lies (Bzip2Block.h) on a worker,
+// which checks the block's CRC; the output is handed
 // out in order and the combined CRC checked at each stream end. A magic can
 // also occur by chance inside coded data: a piece that fails to inflate is
 // joined with the next one and tried again, so a false split costs time, not
 // data.
 #include "tools/bgpcomm/Inflater.h"
 
-#include <bzlib.h>
+#include "tools/bgpcomm/Bzip2Block.h"
 
 #include <condition_variable>
 #include <cstring>
@@ -34,67 +34,39 @@ constexpr size_t maxBlockOctets = 4 << 20;
 // code to, 20 bits for each of level * 100k symbols; pieces are joined only
 // up to this, so a corrupt block costs a few tries, not one per block after it.
 size_t maxCodedBlock( char level ) { return size_t( level - '0' ) * 250000 + 65536; }
-// Output of one block: 900k after sorting, up to about 46 MB once its runs
-// are expanded.
-constexpr size_t maxBlockOutput = 64 << 20;
 
-// BitWriter: octets written most significant bit first.
-class BitWriter {
+// MagicCores: the 32 bits each magic leaves in the four octets before the
+// one it ends in, for each of the 8 places it can end there; a bitmap of
+// their low 16 bits answers most octets with one load.
+class MagicCores {
  public:
-   std::vector<U8> out;
-
-   void put( U64 value, unsigned bits ) {
-      while ( bits-- ) {
-         acc_ = U8( acc_ << 1 | ( ( value >> bits ) & 1 ) );
-         if ( ++n_ == 8 ) {
-            out.push_back( acc_ );
-            n_ = 0;
+   MagicCores() {
+      unsigned k = 0;
+      for ( U64 magic : { blockMagic, endMagic } ) {
+         for ( unsigned end = 1; end <= 8; ++end ) {
+            U32 core = U32( magic >> end );
+            cores_[ k++ ] = core;
+            low_[ ( core & 0xffff ) >> 6 ] |= U64( 1 ) << ( core & 63 );
          }
       }
    }
-   // copy(): bits [first, first + count) of src.
-   void copy( const U8* src, U64 first, U64 count ) {
-      unsigned shift = unsigned( first % 8 );
-      const U8* p = src + first / 8;
-      // Whole octets, realigned, then the bits left over.
-      U64 whole = count / 8;
-      out.reserve( out.size() + whole + 16 );
-      for ( U64 i = 0; i < whole; ++i ) {
-         unsigned v = unsigned( p[ i ] ) << 8 | ( shift ? p[ i + 1 ] : 0 );
-         putOctet( U8( v >> ( 8 - shift ) ) );
+   bool maybe( U32 word ) const {
+      if ( !( low_[ ( word & 0xffff ) >> 6 ] >> ( word & 63 ) & 1 ) ) {
+         return false;
       }
-      first += whole * 8;
-      count -= whole * 8;
-      for ( ; count; --count, ++first ) {
-         put( ( src[ first / 8 ] >> ( 7 - first % 8 ) ) & 1, 1 );
+      for ( U32 core : cores_ ) {
+         if ( core == word ) {
+            return true;
+         }
       }
-   }
-   // putOctet(): eight bits at once, wherever the writer stands.
-   void putOctet( U8 v ) {
-      if ( n_ == 0 ) {
-         out.push_back( v );
-         return;
-      }
-      out.push_back( U8( acc_ << ( 8 - n_ ) | v >> n_ ) );
-      acc_ = U8( v & ( ( 1u << n_ ) - 1 ) );
-   }
-   void pad() {
-      if ( n_ )
-         put( 0, 8 - n_ );
+      return false;
    }
 
  private:
-   U8 acc_ = 0;
-   unsigned n_ = 0;
+   U32 cores_[ 16 ] = {};
+   U64 low_[ 1024 ] = {};
 };
-
-U32 bitsAt( const U8* src, U64 first, unsigned count ) {
-   U32 v = 0;
-   for ( unsigned i = 0; i < count; ++i, ++first ) {
-      v = v << 1 | ( ( src[ first / 8 ] >> ( 7 - first % 8 ) ) & 1 );
-   }
-   return v;
-}
+const MagicCores magicCores;
 
 // End: what closed a piece of the bit stream.
 enum class End : U8 { nextBlock, streamEnd, inputEnd };
@@ -115,54 +87,12 @@ struct Piece {
    State state = State::queued;
 };
 
-// inflateBlock(): the piece's bits as a stream of one block, through libbz2.
-void inflateBlock( Piece& p ) {
-   if ( p.bitCount < 80 ) {
-      p.error = "block cut short";
-      return;
+// inflateBlock(): the piece's bits decoded where they lie.
+void inflateBlock( Piece& p, Bzip2BlockDecoder& decoder ) {
+   if ( const char* error =
+              decoder.decode( p.octets, p.first, p.bitCount, p.level, p.out, p.crc ) ) {
+      p.error = error;
    }
-   p.crc = bitsAt( p.octets.data(), p.first + 48, 32 );
-   BitWriter w;
-   w.put( U32( 'B' ) << 16 | U32( 'Z' ) << 8 | U32( 'h' ), 24 );
-   w.put( U8( p.level ), 8 );
-   w.copy( p.octets.data(), p.first, p.bitCount );
-   // One block: the stream's combined CRC is the block's own.
-   w.put( endMagic, 48 );
-   w.put( p.crc, 32 );
-   w.pad();
-   bz_stream bz{};
-   if ( BZ2_bzDecompressInit( &bz, 0, 0 ) != BZ_OK ) {
-      p.error = "bzip2 init failed";
-      return;
-   }
-   bz.next_in = reinterpret_cast<char*>( w.out.data() );
-   bz.avail_in = unsigned( w.out.size() );
-   p.out.resize( 256 << 10 );
-   size_t produced = 0;
-   for ( ;; ) {
-      bz.next_out = reinterpret_cast<char*>( p.out.data() + produced );
-      bz.avail_out = unsigned( p.out.size() - produced );
-      int rc = BZ2_bzDecompress( &bz );
-      produced = p.out.size() - bz.avail_out;
-      if ( rc == BZ_STREAM_END )
-         break;
-      if ( rc != BZ_OK ) {
-         p.error = rc == BZ_DATA_ERROR ? "block CRC or coding error" : "bad block";
-         break;
-      }
-      if ( bz.avail_out == 0 ) {
-         if ( p.out.size() >= maxBlockOutput ) {
-            p.error = "block output beyond any real block";
-            break;
-         }
-         p.out.resize( 2 * p.out.size() );
-      } else if ( bz.avail_in == 0 ) {
-         p.error = "block cut short";
-         break;
-      }
-   }
-   BZ2_bzDecompressEnd( &bz );
-   p.out.resize( p.error.empty() ? produced : 0 );
 }
 
 class Bzip2BlockInflater final : public Inflater {
@@ -197,10 +127,13 @@ class Bzip2BlockInflater final : public Inflater {
    void closePiece( U64 endBit, End end );
    void pushFailure( const char* what, End end );
    void joinWithNext();
+   size_t quietOctets() const;
+   void takeQuiet( size_t count );
 
    RawInput& raw_;
    size_t maxPieces_;
    std::vector<std::thread> workers_;
+   Bzip2BlockDecoder decoder_; // the calling thread's
    std::mutex mutex_;
    std::condition_variable workReady_;
    std::condition_variable pieceDone_;
@@ -210,6 +143,7 @@ class Bzip2BlockInflater final : public Inflater {
    // The scanner (the calling thread only).
    Scan scan_ = Scan::header;
    const U8* in_ = nullptr;
+   const U8* slice_ = nullptr; // where in_'s slice starts
    size_t inLen_ = 0;
    bool inputEnded_ = false;
    U64 streams_ = 0;
@@ -226,6 +160,7 @@ class Bzip2BlockInflater final : public Inflater {
 };
 
 void Bzip2BlockInflater::work() {
+   Bzip2BlockDecoder decoder;
    std::unique_lock lock( mutex_ );
    for ( ;; ) {
       Piece* p = nullptr;
@@ -242,7 +177,7 @@ void Bzip2BlockInflater::work() {
          return;
       p->state = Piece::State::running;
       lock.unlock();
-      inflateBlock( *p );
+      inflateBlock( *p, decoder );
       lock.lock();
       p->state = Piece::State::done;
       pieceDone_.notify_all();
@@ -252,7 +187,7 @@ void Bzip2BlockInflater::work() {
 void Bzip2BlockInflater::push( std::unique_ptr<Piece> p ) {
    bool inflateHere = workers_.empty() && p->state == Piece::State::queued;
    if ( inflateHere ) {
-      inflateBlock( *p );
+      inflateBlock( *p, decoder_ );
       p->state = Piece::State::done;
    }
    {
@@ -266,6 +201,35 @@ void Bzip2BlockInflater::push( std::unique_ptr<Piece> p ) {
 void Bzip2BlockInflater::waitDone( Piece& p ) {
    std::unique_lock lock( mutex_ );
    pieceDone_.wait( lock, [ & ] { return p.state == Piece::State::done; } );
+}
+
+// quietOctets(): how many of the next octets of the slice can end no magic,
+// told by the four octets before each, which a magic ending in it fills
+// with 32 of its bits (one of 16 words); the first four of a slice go
+// octet by octet.
+size_t Bzip2BlockInflater::quietOctets() const {
+   if ( in_ - slice_ < 4 ) {
+      return 0;
+   }
+   for ( size_t i = 0; i < inLen_; ++i ) {
+      U32 word;
+      std::memcpy( &word, in_ + i - 4, 4 );
+      if ( magicCores.maybe( __builtin_bswap32( word ) ) ) {
+         return i;
+      }
+   }
+   return inLen_;
+}
+
+// takeQuiet(): count octets into the open piece at once.
+void Bzip2BlockInflater::takeQuiet( size_t count ) {
+   cur_.insert( cur_.end(), in_, in_ + count );
+   for ( size_t i = count > 8 ? count - 8 : 0; i < count; ++i ) {
+      window_ = window_ << 8 | in_[ i ];
+   }
+   windowBits_ += 8 * count;
+   in_ += count;
+   inLen_ -= count;
 }
 
 // pushFailure(): what stops the scan, reported after the output before it.
@@ -310,9 +274,19 @@ bool Bzip2BlockInflater::scanPiece() {
          }
          std::span<const U8> s = raw_.next();
          in_ = s.data();
+         slice_ = in_;
          inLen_ = s.size();
          inputEnded_ = s.empty();
          continue;
+      }
+      if ( scan_ == Scan::blocks ) {
+         if ( size_t quiet = quietOctets() ) {
+            takeQuiet( quiet );
+            if ( cur_.size() > maxBlockOctets ) {
+               pushFailure( "no block boundary where one must be", End::streamEnd );
+            }
+            continue;
+         }
       }
       U8 octet = *in_++;
       --inLen_;
@@ -430,13 +404,13 @@ void Bzip2BlockInflater::joinWithNext() {
    auto joined = std::make_unique<Piece>();
    joined->level = a.level;
    joined->end = b.end;
-   BitWriter w;
-   w.copy( a.octets.data(), a.first, a.bitCount );
-   w.copy( b.octets.data(), b.first, b.bitCount );
-   w.pad();
-   joined->octets = std::move( w.out );
+   // b starts in the octet where a ends: a's whole octets, then all of b's.
+   joined->octets = std::move( a.octets );
+   joined->octets.resize( ( a.first + a.bitCount ) / 8 );
+   joined->octets.insert( joined->octets.end(), b.octets.begin(), b.octets.end() );
+   joined->first = a.first;
    joined->bitCount = a.bitCount + b.bitCount;
-   inflateBlock( *joined );
+   inflateBlock( *joined, decoder_ );
    joined->state = Piece::State::done;
    std::lock_guard lock( mutex_ );
    pieces_.pop_front();
@@ -475,6 +449,10 @@ size_t Bzip2BlockInflater::inflate( U8* dest, size_t size ) {
          done += n;
          if ( p.outPos < p.out.size() )
             continue;
+         if ( p.end == End::inputEnd ) {
+            p.error = "stream cut short"; // a whole block, but no stream end after it
+            continue;
+         }
          combined_ = ( combined_ << 1 | combined_ >> 31 ) ^ p.crc;
       }
       std::lock_guard lock( mutex_ );
