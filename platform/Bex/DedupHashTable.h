@@ -235,6 +235,13 @@ class DedupHashTableBase : public Kel::PtrInterface {
       U64 bits_ = 0;
    };
    static_assert( sizeof( KeyedSlot ) == 16 );
+   // lastKeyedHit: the slot this thread's last hit on a single-thread keyed
+   // table took its reference from, where its release most likely gives
+   // it back: finding it again by address would wait on the member's line
+   // and then branch on what the probe meets. Initial-exec: one load from
+   // the thread pointer, not a call, in the library's own code too.
+   static constinit inline thread_local KeyedSlot* lastKeyedHit
+         [[gnu::tls_model( "initial-exec" )]] = nullptr;
 
    // SpinLock: a shard's lock. It knows whether the calling thread holds
    // it, so that what a lifetime callback does to a member of the shard it
@@ -427,11 +434,20 @@ class DedupHashTableBase : public Kel::PtrInterface {
       if ( keyed_ ) {
          const Shard& shard = shards_[ 0 ];
          KeyedSlot* slots = shard.slots<KeyedSlot>();
-         U32 i = hash & shard.mask;
-         while ( slots[ i ].handle() != member ) {
-            i = ( i + 1 ) & shard.mask;
+         // Most releases follow their hit: its slot is looked at first, and
+         // read only if it lies in this table's array (a slot of another
+         // table, or of an array since freed, is never touched).
+         KeyedSlot* found = lastKeyedHit;
+         const U64 offset = reinterpret_cast<U64>( found ) - reinterpret_cast<U64>( slots );
+         if ( offset > U64( shard.mask ) * sizeof( KeyedSlot ) ||
+              offset % sizeof( KeyedSlot ) != 0 || found->handle() != member ) {
+            U32 i = hash & shard.mask;
+            while ( slots[ i ].handle() != member ) {
+               i = ( i + 1 ) & shard.mask;
+            }
+            found = &slots[ i ];
          }
-         KeyedSlot& slot = slots[ i ];
+         KeyedSlot& slot = *found;
          if ( reserve == 0 ) {
             reserved.store( DedupHandle::kReserve, std::memory_order_relaxed );
          }
@@ -643,7 +659,9 @@ class KeyedDedupHashTable final : public DedupHashTableBase {
       // A single-thread table has one shard and no lock: the hit path of
       // the busiest table skips both.
       if ( !threadSafe_ ) {
-         return handOut( findKey( shards_[ 0 ], placement, key ) );
+         KeyedSlot* slot = findKey( shards_[ 0 ], placement, key );
+         lastKeyedHit = slot;
+         return handOut( slot );
       }
       Shard& shard = shardFor( placement );
       if ( DedupHandle* member = findUnlocked<KeyedSlot>( shard, placement, key ) ) {
