@@ -259,193 +259,65 @@ struct Grid {
 };
 
 // CycleWalk: the cycle of rows walked from every start row, eight walks
-// at once so that their loads (at random places) overlap instead of each
-// waiting for the one before: one chain would wait on a cache miss per
-// octet. A walk ends at the next start row, where its lane takes up the
-// next walk. Each lane writes to chunks of a pool of its own, all lanes at
-// the same place in theirs while all eight are busy; the walks are then
-// joined in the order of the cycle from the output's start row.
+// interleaved so that their loads overlap instead of each waiting for the
+// one before (one chain would be a cache miss per octet). A walk ends at
+// the next start row; its octets go to chunks of a pool, and the walks are
+// then joined in the order of the cycle from the output's start row.
 class CycleWalk {
  public:
    // run(): the n octets of the block, in order, into out.
    void run( const U32* next, U32 n, const Grid& grid, U8* out ) {
       const U32 walks = grid.count;
-      const U32 chunks = n / chunkSize + laneCount + 1;
+      const U32 chunks = n / chunkSize + walks + 1;
       if ( pool_.size() < size_t( chunks ) * chunkSize ) {
          pool_.resize( size_t( chunks ) * chunkSize );
       }
       chunkNext_.resize( chunks );
-      walks_.resize( walks );
+      walkFirst_.resize( walks );
+      walkLength_.resize( walks );
+      walkNext_.resize( walks );
       freeChunk_ = 0;
       nextWalk_ = 0;
-      grid_ = &grid;
       Lane lanes[ laneCount ];
       unsigned active = 0;
-      for ( Lane& lane : lanes ) {
-         lane.chunk = freeChunk_++;
-         lane.written = 0;
-         lane.out = chunkAt( lane.chunk );
-         lane.end = lane.out + chunkSize;
-      }
-      while ( active < laneCount && begin( lanes[ active ] ) ) {
+      while ( active < laneCount && begin( lanes[ active ], grid ) ) {
          ++active;
       }
-      if ( active == laneCount ) {
-         active = inStep( next, lanes );
-      }
-      // The last walks, each lane on its own.
       while ( active ) {
          for ( unsigned l = 0; l < active; ++l ) {
             Lane& lane = lanes[ l ];
-            if ( lane.out == lane.end ) {
-               newChunk( lane );
-            }
             U32 a = next[ lane.row ];
             *lane.out++ = U8( a );
             lane.row = ( a >> 8 ) & rowMask;
-            if ( a & startFlag ) [[unlikely]] {
-               end( lane, U32( lane.out - ( lane.end - chunkSize ) ) );
-               if ( !begin( lane ) ) {
+            if ( ( a & startFlag ) || lane.out == lane.end ) [[unlikely]] {
+               if ( !( a & startFlag ) ) {
+                  newChunk( lane );
+                  continue;
+               }
+               U32 w = lane.walk;
+               walkLength_[ w ] = lane.length + U32( lane.out - lane.chunkStart );
+               walkNext_[ w ] = grid.index( lane.row );
+               if ( !begin( lane, grid ) ) {
                   lanes[ l ] = lanes[ --active ];
                   --l;
                }
             }
          }
       }
-      join( grid, n, out );
-   }
-
- private:
-   static constexpr unsigned laneCount = 8;
-   static constexpr U32 chunkSize = 4096;
-
-   struct Lane {
-      U32 row;
-      U32 walk;
-      U32 chunk;   // the one being written
-      U64 written; // octets in the lane's chunks before it
-      U8* out;
-      U8* end;
-   };
-   // Walk: where its octets start (chunk and place in it) and how many.
-   struct Walk {
-      U32 chunk;
-      U32 at;
-      U64 start; // the lane's octets written before it
-      U32 length;
-      U32 next; // the walk that follows it on the cycle
-   };
-
-   U8* chunkAt( U32 c ) { return pool_.data() + size_t( c ) * chunkSize; }
-
-   // inStep(): all lanes step together while every one has a walk; the
-   // lanes still busy when walks run out (moved to the front) are returned.
-   unsigned inStep( const U32* next, Lane* lanes ) {
-      U32 row[ laneCount ];
-      U8* base[ laneCount ];
-      for ( unsigned j = 0; j < laneCount; ++j ) {
-         row[ j ] = lanes[ j ].row;
-      }
-      for ( ;; ) {
-         // Every lane is at the same place in its chunk.
-         U32 at = U32( lanes[ 0 ].out - ( lanes[ 0 ].end - chunkSize ) );
-         for ( unsigned j = 0; j < laneCount; ++j ) {
-            base[ j ] = lanes[ j ].end - chunkSize;
-         }
-         bool done = false;
-         for ( ; at < chunkSize && !done; ) {
-            U32 a[ laneCount ];
-            U32 any = 0;
-            for ( unsigned j = 0; j < laneCount; ++j ) {
-               a[ j ] = next[ row[ j ] ];
-            }
-            for ( unsigned j = 0; j < laneCount; ++j ) {
-               base[ j ][ at ] = U8( a[ j ] );
-               row[ j ] = ( a[ j ] >> 8 ) & rowMask;
-               any |= a[ j ];
-            }
-            ++at;
-            if ( any & startFlag ) [[unlikely]] {
-               for ( unsigned j = 0; j < laneCount; ++j ) {
-                  if ( a[ j ] & startFlag ) {
-                     lanes[ j ].out = base[ j ] + at;
-                     lanes[ j ].row = row[ j ];
-                     end( lanes[ j ], at );
-                     if ( begin( lanes[ j ] ) ) {
-                        row[ j ] = lanes[ j ].row;
-                     } else {
-                        lanes[ j ].walk = noWalk;
-                        done = true;
-                     }
-                  }
-               }
-            }
-         }
-         unsigned busy = 0;
-         for ( unsigned j = 0; j < laneCount; ++j ) {
-            lanes[ j ].out = base[ j ] + at;
-            lanes[ j ].row = row[ j ];
-         }
-         if ( !done ) {
-            for ( unsigned j = 0; j < laneCount; ++j ) {
-               newChunk( lanes[ j ] ); // all full at once
-            }
-            continue;
-         }
-         for ( unsigned j = 0; j < laneCount; ++j ) {
-            if ( lanes[ j ].walk != noWalk ) {
-               lanes[ busy++ ] = lanes[ j ];
-            }
-         }
-         return busy;
-      }
-   }
-
-   // begin(): the lane takes up the next walk where it stands (at the end
-   // of a full chunk, the walk starts in the next); false when none is left.
-   bool begin( Lane& lane ) {
-      if ( nextWalk_ == walks_.size() ) {
-         return false;
-      }
-      lane.walk = nextWalk_++;
-      U32 at = U32( lane.out - ( lane.end - chunkSize ) );
-      walks_[ lane.walk ] = Walk{ lane.chunk, at, lane.written + at, 0, 0 };
-      lane.row = grid_->row( lane.walk );
-      return true;
-   }
-   // end(): the lane's walk ends with the octet before place `at` of its
-   // chunk, having reached lane.row.
-   void end( Lane& lane, U32 at ) {
-      Walk& w = walks_[ lane.walk ];
-      w.length = U32( lane.written + at - w.start );
-      w.next = grid_->index( lane.row );
-   }
-   void newChunk( Lane& lane ) {
-      U32 c = freeChunk_++;
-      chunkNext_[ lane.chunk ] = c;
-      lane.chunk = c;
-      lane.written += chunkSize;
-      lane.out = chunkAt( c );
-      lane.end = lane.out + chunkSize;
-   }
-
-   // join(): the walks in the order of the cycle, from the output's start.
-   void join( const Grid& grid, U32 n, U8* out ) {
+      // Join the walks, from the output's start round its cycle.
       U8* const first = out;
       U32 total = 0;
       U32 w = grid.first;
       do {
-         const Walk& walk = walks_[ w ];
-         U32 left = walk.length;
+         U32 left = walkLength_[ w ];
          total += left;
-         U32 at = walk.at;
-         for ( U32 c = walk.chunk; left; c = chunkNext_[ c ], at = 0 ) {
-            U32 take = std::min( left, chunkSize - at );
-            std::memcpy( out, chunkAt( c ) + at, take );
+         for ( U32 c = walkFirst_[ w ]; left; c = chunkNext_[ c ] ) {
+            U32 take = std::min( left, chunkSize );
+            std::memcpy( out, pool_.data() + size_t( c ) * chunkSize, take );
             out += take;
             left -= take;
          }
-         w = walk.next;
+         w = walkNext_[ w ];
       } while ( w != grid.first );
       // A text made of one part repeated has a cycle per repeat; a walk of
       // n rows from the start goes round its cycle again.
@@ -454,11 +326,54 @@ class CycleWalk {
       }
    }
 
-   static constexpr U32 noWalk = ~0u;
-   const Grid* grid_ = nullptr;
+ private:
+   static constexpr unsigned laneCount = 8;
+   static constexpr U32 chunkSize = 1024;
+
+   struct Lane {
+      U32 row;
+      U32 walk;
+      U32 length; // octets of the walk in its chunks before this one
+      U32 chunk;
+      U8* chunkStart;
+      U8* out;
+      U8* end;
+   };
+
+   // begin(): the lane takes the next walk; false when none is left.
+   bool begin( Lane& lane, const Grid& grid ) {
+      if ( nextWalk_ == grid.count ) {
+         return false;
+      }
+      lane.walk = nextWalk_++;
+      lane.row = grid.row( lane.walk );
+      lane.length = 0;
+      lane.chunk = take();
+      walkFirst_[ lane.walk ] = lane.chunk;
+      point( lane );
+      return true;
+   }
+   void newChunk( Lane& lane ) {
+      lane.length += chunkSize;
+      U32 c = take();
+      chunkNext_[ lane.chunk ] = c;
+      lane.chunk = c;
+      point( lane );
+   }
+   // take(): a chunk of the pool; every walk fills all its chunks but its
+   // last, so n octets in walks of the grid never need more than there are.
+   U32 take() { return freeChunk_++; }
+   void point( Lane& lane ) {
+      lane.chunkStart = pool_.data() + size_t( lane.chunk ) * chunkSize;
+      lane.out = lane.chunkStart;
+      lane.end = lane.chunkStart + chunkSize;
+   }
+
    std::vector<U8> pool_;
    std::vector<U32> chunkNext_;
-   std::vector<Walk> walks_;
+   std::vector<U32> walkFirst_;
+   std::vector<U32> walkLength_;
+   std::vector<U32> walkNext_;
    U32 freeChunk_ = 0;
    U32 nextWalk_ = 0;
 };
