@@ -4,6 +4,7 @@
 #include "tools/bgpcomm/WireRead.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace Bgpcomm {
 
@@ -135,10 +136,10 @@ std::string Bgp4mpDecoder::decode( const MrtRecord& record ) {
    std::span<const U8> header;
    if ( !c.bytes( bgpHeaderLength, &header ) )
       return "BGP message header cut short";
-   for ( size_t i = 0; i < 16; ++i ) {
-      if ( header[ i ] != 0xff )
-         return "BGP message marker is not all ones";
-   }
+   static constexpr U8 marker[ 16 ] = { 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff,
+                                        0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff };
+   if ( std::memcmp( header.data(), marker, sizeof marker ) != 0 )
+      return "BGP message marker is not all ones";
    U16 messageLength = loadU16( header.data() + 16 );
    if ( messageLength < bgpHeaderLength || messageLength - bgpHeaderLength > c.left() ) {
       return "BGP message length " + std::to_string( messageLength ) + " does not fit the record";
@@ -218,13 +219,18 @@ std::string Bgp4mpDecoder::decode( const MrtRecord& record ) {
       return bad;
 
    ctx_.reportIssues( record.offset, scan_ );
-   MrtRoute route;
+   // Every field is set here: the route is the decoder's, reused, since
+   // making one afresh cleared more octets than a short UPDATE holds.
+   MrtRoute& route = route_;
    route.recordOffset = record.offset;
    route.peer = peer_;
    route.peerAs = peerAs;
    route.stamp = stamp;
    route.hasPathId = addPath;
+   route.pathId = 0;
    route.as4 = as4;
+   route.attributes = {};
+   route.communities = {};
    auto walk = [ & ]( const NlriField& field, auto emit ) {
       route.afi = field.afi;
       route.safi = field.safi;

@@ -30,6 +30,7 @@ class Bgp4mpDecoder {
    std::string peer_; // text of peerOctets_: records of one peer come in runs
    std::vector<U8> peerOctets_;
    std::string prefix_;
+   MrtRoute route_; // the route being emitted
 };
 
 } // namespace Bgpcomm

@@ -41,7 +41,7 @@ class CommandSink : public InternedRouteSink {
            stats_( tables ) {}
 
    void route( const MrtRoute& route, const InternedRoute& lists ) override {
-      if ( !filter_.keeps( lists ) ) {
+      if ( !filter_.empty() && !filter_.keeps( lists ) ) {
          return;
       }
       if ( statsWanted_ ) {
@@ -175,7 +175,8 @@ unsigned cores() { return std::max( 1u, std::thread::hardware_concurrency() ); }
 
 int runOneAtATime( const CommandLine& cl, std::FILE* out, std::FILE* err ) {
    CommunityTables tables;
-   FileReading reading( tables, out, err, cl, cores() );
+   // bzip2 finds its cores itself: no other input needs to count them.
+   FileReading reading( tables, out, err, cl, 0 );
    int status = exitOk;
    for ( const std::string& path : cl.operands ) {
       std::optional<ProgressBar> bar;
@@ -254,7 +255,8 @@ int runSideBySide( const CommandLine& cl, unsigned jobs, std::FILE* out, std::FI
 } // namespace
 
 int runMrt( const CommandLine& cl, std::FILE* out, std::FILE* err ) {
-   unsigned jobs = cl.jobs ? cl.jobs : cores();
+   // One file needs one reader: the cores are counted only for more.
+   unsigned jobs = cl.operands.size() > 1 ? ( cl.jobs ? cl.jobs : cores() ) : 1;
    jobs = unsigned( std::min<size_t>( jobs, cl.operands.size() ) );
    return jobs > 1 ? runSideBySide( cl, jobs, out, err ) : runOneAtATime( cl, out, err );
 }

@@ -13,20 +13,58 @@ namespace Bgpcomm {
 
 namespace {
 
-// appendPrefix(): bits significant bits of the octets at p, host bits cleared.
+// OctetText: an octet's decimal digits, so that a dotted quad (a prefix and
+// a peer on every line) costs four copies instead of four conversions.
+struct OctetText {
+   char digits[ 4 ]; // three used, a fourth so that a copy is one load
+   U8 length;
+};
+
+constexpr std::array<OctetText, 256> octetTexts = [] {
+   std::array<OctetText, 256> t{};
+   for ( unsigned v = 0; v < 256; ++v ) {
+      OctetText& o = t[ v ];
+      if ( v >= 100 )
+         o.digits[ o.length++ ] = char( '0' + v / 100 );
+      if ( v >= 10 )
+         o.digits[ o.length++ ] = char( '0' + v / 10 % 10 );
+      o.digits[ o.length++ ] = char( '0' + v % 10 );
+   }
+   return t;
+}();
+
+// writeIpv4(): the dotted quad of a at p, which has room for 16 octets;
+// returns the end of the text.
+char* writeIpv4( char* p, const U8* a ) {
+   for ( int i = 0; i < 4; ++i ) {
+      const OctetText& t = octetTexts[ a[ i ] ];
+      std::memcpy( p, t.digits, sizeof t.digits );
+      p += t.length;
+      *p++ = '.';
+   }
+   return p - 1;
+}
+
+// appendPrefix(): bits significant bits of the octets at p, host bits
+// cleared, written whole and appended once (one in every route's line).
 void appendPrefix( std::string& out, U16 afi, const U8* p, unsigned bits ) {
    U8 address[ 16 ] = {};
    size_t octets = ( bits + 7 ) / 8;
    std::memcpy( address, p, octets );
    if ( bits % 8 )
       address[ octets - 1 ] &= U8( 0xff << ( 8 - bits % 8 ) );
+   char text[ INET6_ADDRSTRLEN + 8 ];
+   char* end;
    if ( afi == afiIpv4 ) {
-      appendIpv4( out, address );
+      end = writeIpv4( text, address );
    } else {
-      appendIpv6( out, address );
+      inet_ntop( AF_INET6, address, text, INET6_ADDRSTRLEN );
+      end = text + std::strlen( text );
    }
-   out += '/';
-   appendDecimal( out, bits );
+   *end++ = '/';
+   const OctetText& length = octetTexts[ bits ]; // at most 128
+   std::memcpy( end, length.digits, sizeof length.digits );
+   out.append( text, end + length.length );
 }
 
 // readVpn(): labels until the bottom-of-stack bit, a route distinguisher and
@@ -149,40 +187,9 @@ void appendDecimal( std::string& out, U64 value ) {
    out.append( buf, r.ptr );
 }
 
-namespace {
-
-// OctetText: an octet's decimal digits, so that a dotted quad (a prefix and
-// a peer on every line) costs four copies instead of four conversions.
-struct OctetText {
-   char digits[ 4 ]; // three used, a fourth so that a copy is one load
-   U8 length;
-};
-
-constexpr std::array<OctetText, 256> octetTexts = [] {
-   std::array<OctetText, 256> t{};
-   for ( unsigned v = 0; v < 256; ++v ) {
-      OctetText& o = t[ v ];
-      if ( v >= 100 )
-         o.digits[ o.length++ ] = char( '0' + v / 100 );
-      if ( v >= 10 )
-         o.digits[ o.length++ ] = char( '0' + v / 10 % 10 );
-      o.digits[ o.length++ ] = char( '0' + v % 10 );
-   }
-   return t;
-}();
-
-} // namespace
-
 void appendIpv4( std::string& out, const U8* a ) {
-   char buf[ 4 * 4 + 4 ];
-   char* p = buf;
-   for ( int i = 0; i < 4; ++i ) {
-      const OctetText& t = octetTexts[ a[ i ] ];
-      std::memcpy( p, t.digits, sizeof t.digits );
-      p += t.length;
-      *p++ = '.';
-   }
-   out.append( buf, p - 1 );
+   char buf[ 16 ];
+   out.append( buf, writeIpv4( buf, a ) );
 }
 
 void appendIpv6( std::string& out, const U8* a ) {

@@ -33,7 +33,12 @@ std::string AttributeIssue::text() const {
 }
 
 std::string scanPathAttributes( std::span<const U8> block, PathAttributeScan* scan ) {
-   *scan = PathAttributeScan();
+   // Only what a walk sets is reset: clearing the issue slots as well made a
+   // block copy that cost more than the walk of a short block.
+   scan->communities = {};
+   scan->mpReach = {};
+   scan->mpUnreach = {};
+   scan->issueCount = 0;
    U8 seen = 0; // bit per community kind; MP_REACH_NLRI is bit 7, MP_UNREACH_NLRI bit 6
    const U8* p = block.data();
    size_t left = block.size();

@@ -1,5 +1,7 @@
 #include "tools/bgpcomm/RouteInterner.h"
 
+#include <algorithm>
+
 namespace Bgpcomm {
 
 using namespace Routing::Bgp;
@@ -52,6 +54,15 @@ RouteInterner::RouteInterner( const CommunityTables& tables ) : tables_( tables 
 
 void RouteInterner::intern( const MrtRoute& route, InternedRoute* lists ) {
    auto& texts = lists->texts;
+   // Most routes of an update dump carry no community attribute at all.
+   if ( std::ranges::all_of( route.communities, []( auto octets ) { return octets.empty(); } ) ) {
+      lists->communities = nullptr;
+      lists->extCommunities = nullptr;
+      lists->largeCommunities = nullptr;
+      lists->ipv6ExtCommunities = nullptr;
+      texts = {};
+      return;
+   }
    fill( standard( route.community( CommunityKind::standard ) ), lists->communities,
          texts[ communityKindIndex( CommunityKind::standard ) ] );
    fill( extended( route.community( CommunityKind::extended ) ), lists->extCommunities,

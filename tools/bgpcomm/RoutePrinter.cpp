@@ -3,6 +3,9 @@
 #include "tools/bgpcomm/ListJson.h"
 #include "tools/bgpcomm/NlriText.h"
 
+#include <charconv>
+#include <cstring>
+
 namespace Bgpcomm {
 
 using namespace Routing::Bgp;
@@ -99,28 +102,63 @@ void RoutePrinter::appendJson( std::string& out, CommunityKind kind, const ExtCo
 }
 
 void RoutePrinter::printLine( const MrtRoute& route, const InternedRoute& lists ) {
-   std::string& out = out_.text();
-   out += route.prefix;
-   if ( route.hasPathId ) {
-      out += " path ";
-      appendDecimal( out, route.pathId );
-   }
-   out += '\t';
-   out += route.peer;
+   // The columns' texts are found first and the line is then written in one
+   // piece: appending it field by field cost more than copying the fields.
+   // An absent list is a null text, shown as "-".
+   std::array<const std::string*, communityKindCount> columns;
+   size_t length = route.prefix.size() + 1 + route.peer.size() + 1;
    auto column = [ & ]( CommunityKind kind, const auto& list ) {
-      out += '\t';
-      if ( list ) {
-         appendKept( out, lists, kind, formLines,
-                     [ & ]( std::string& text ) { text_.append( text, *list ); } );
-      } else {
-         out += '-';
+      const size_t i = communityKindIndex( kind );
+      if ( !list ) {
+         columns[ i ] = nullptr;
+         length += 2;
+         return;
       }
+      KeptText* k = lists.texts[ i ];
+      std::string* made = k ? &k->text : &unkept_[ i ];
+      if ( !k || k->form != formLines ) {
+         made->clear();
+         text_.append( *made, *list );
+         if ( k )
+            k->form = formLines;
+      }
+      columns[ i ] = made;
+      length += 1 + made->size();
    };
    column( CommunityKind::standard, lists.communities );
    column( CommunityKind::extended, lists.extCommunities );
    column( CommunityKind::large, lists.largeCommunities );
    column( CommunityKind::ip6Extended, lists.ipv6ExtCommunities );
-   out += '\n';
+   char pathId[ 32 ] = " path ";
+   size_t pathIdLength = 0;
+   if ( route.hasPathId ) {
+      pathIdLength = size_t( std::to_chars( pathId + 6, pathId + sizeof pathId, route.pathId ).ptr -
+                             pathId );
+      length += pathIdLength;
+   }
+
+   std::string& out = out_.text();
+   const size_t at = out.size();
+   out.resize( at + length );
+   char* p = out.data() + at;
+   auto put = [ & ]( const char* text, size_t size ) {
+      std::memcpy( p, text, size );
+      p += size;
+   };
+   put( route.prefix.data(), route.prefix.size() );
+   if ( pathIdLength )
+      put( pathId, pathIdLength );
+   *p++ = '\t';
+   put( route.peer.data(), route.peer.size() );
+   for ( const std::string* c : columns ) {
+      *p++ = '\t';
+      if ( c ) {
+         put( c->data(), c->size() );
+      } else {
+         *p++ = '-';
+      }
+   }
+   *p = '\n';
 }
 
 void RoutePrinter::printJson( const MrtRoute& route, const InternedRoute& lists ) {

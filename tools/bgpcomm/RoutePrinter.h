@@ -12,6 +12,7 @@
 #include "tools/bgpcomm/ListText.h"
 #include "tools/bgpcomm/OutputBuffer.h"
 
+#include <array>
 #include <string>
 
 namespace Bgpcomm {
@@ -38,7 +39,8 @@ class RoutePrinter {
    OutputBuffer& out_;
    Format format_;
    ListText text_;
-   std::string scratch_; // one text before escaping, reused
+   std::string scratch_;                                // one text before escaping, reused
+   std::array<std::string, communityKindCount> unkept_; // a column's text nothing keeps
 };
 
 // appendJsonString(): a JSON string literal, escaped.
