@@ -2,13 +2,16 @@
 
 #include <sys/random.h>
 
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <system_error>
 
 namespace Kel {
 
-HashKey randomHashKey() {
+namespace {
+
+HashKey osRandomKey() {
    U64 words[ 2 ];
    size_t got = 0;
    auto* octets = reinterpret_cast<U8*>( words );
@@ -23,6 +26,21 @@ HashKey randomHashKey() {
       got += size_t( n );
    }
    return HashKey{ words[ 0 ], words[ 1 ] };
+}
+
+} // namespace
+
+HashKey randomHashKey() {
+   // One secret from the OS per process; each key is SipHash-2-4 of a
+   // counter under it. A pseudorandom function of the secret, the keys are
+   // as unpredictable and unrelated as keys drawn one by one, and a process
+   // that makes ten tables asks the OS once, not ten times.
+   static const HashKey secret = osRandomKey();
+   static std::atomic<U64> drawn{ 0 };
+   U64 n[ 2 ] = { drawn.fetch_add( 1, std::memory_order_relaxed ), 0 };
+   const U64 k0 = sipHash<2, 4>( secret, n, sizeof n );
+   n[ 1 ] = 1;
+   return HashKey{ k0, sipHash<2, 4>( secret, n, sizeof n ) };
 }
 
 U32 hashSeed() noexcept {

@@ -26,9 +26,10 @@ struct HashKey {
    U64 k1 = 0;
 };
 
-// randomHashKey(): a fresh key from getrandom(2); throws std::system_error
-// when the OS cannot give one (a table placed by a guessable key would be
-// open to flooding, so there is no fallback).
+// randomHashKey(): a fresh key, derived from a secret the process draws once
+// from getrandom(2); throws std::system_error when the OS cannot give one (a
+// table placed by a guessable key would be open to flooding, so there is no
+// fallback).
 HashKey randomHashKey();
 
 // SipHasher: SipHash-C-D (Aumasson and Bernstein) fed piece by piece; the

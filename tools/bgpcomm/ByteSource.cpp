@@ -36,7 +36,7 @@ void ByteSource::start( Options options ) {
    if ( compression_ != Compression::bzip2 && raw_.size() > 0 && raw_.size() < options.threadFrom )
       options.threaded = false;
    unsigned workers = 0;
-   if ( options.threaded ) {
+   if ( options.threaded && compression_ == Compression::bzip2 ) {
       workers = options.bzip2Workers ? options.bzip2Workers
                                      : std::max( 1u, std::thread::hardware_concurrency() );
    }

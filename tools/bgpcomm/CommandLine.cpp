@@ -119,9 +119,6 @@ CommandLine parseCommandLine( int argc, const char* const* argv ) {
    format->label( "REQUIRED", "(required)" );
    format->label( "Excludes", "excludes" );
    app.formatter( format );
-   addDecode( app, cl );
-   addMrt( app, cl );
-   addGen( app, cl );
 
    // "help COMMAND" is "COMMAND --help"; a command's name is checked here
    // so that a typo is not reported as a stray argument.
@@ -129,6 +126,19 @@ CommandLine parseCommandLine( int argc, const char* const* argv ) {
    if ( !args.empty() && args[ 0 ] == "help" ) {
       args.erase( args.begin() );
       args.insert( args.begin() + ( args.empty() ? 0 : 1 ), "--help" );
+   }
+   // Only the command given is set up: the others' options would cost every
+   // run their set-up. Without one, all are there for the overall usage.
+   using Adder = void ( * )( CLI::App&, CommandLine& );
+   static constexpr std::pair<std::string_view, Adder> commands[] = { { "decode", addDecode },
+                                                                      { "mrt", addMrt },
+                                                                      { "gen", addGen } };
+   const auto* given =
+         std::find_if( std::begin( commands ), std::end( commands ),
+                       [ & ]( const auto& c ) { return !args.empty() && args[ 0 ] == c.first; } );
+   for ( const auto& [ name, add ] : commands ) {
+      if ( given == std::end( commands ) || given->first == name )
+         add( app, cl );
    }
    if ( args.empty() )
       throw UsageError( "no command given", app.help() );

@@ -37,13 +37,8 @@ class OutputBuffer {
       stream_ = stream;
    }
 
-   // flush(): writes the pending text and the stream's own buffer.
-   void flush() {
-      if ( !text_.empty() )
-         std::fwrite( text_.data(), 1, text_.size(), stream_ );
-      text_.clear();
-      std::fflush( stream_ );
-   }
+   // flush(): writes the stream's own buffer, then the pending text.
+   void flush();
 
  private:
    std::FILE* stream_;
