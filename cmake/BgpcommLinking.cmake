@@ -13,7 +13,7 @@
 pkg_check_modules(BGPCOMM_ISAL REQUIRED IMPORTED_TARGET libisal)
 
 set(bgpcomm_archives "")
-foreach(name IN ITEMS z bz2 lzma zstd)
+foreach(name IN ITEMS z lzma zstd)
    find_library(BGPCOMM_${name}_ARCHIVE NAMES lib${name}.a)
    if(NOT BGPCOMM_${name}_ARCHIVE)
       set(bgpcomm_archives "")
@@ -22,14 +22,14 @@ foreach(name IN ITEMS z bz2 lzma zstd)
    list(APPEND bgpcomm_archives "${BGPCOMM_${name}_ARCHIVE}")
 endforeach()
 if(NOT bgpcomm_archives)
-   set(bgpcomm_archives ZLIB::ZLIB BZip2::BZip2 PkgConfig::BGPCOMM_INFLATE)
+   set(bgpcomm_archives ZLIB::ZLIB PkgConfig::BGPCOMM_INFLATE)
 endif()
 
 set(bgpcomm_static "$<BOOL:$<TARGET_PROPERTY:BGPCOMM_STATIC>>")
 set(BGPCOMM_LINKS
    "$<IF:${bgpcomm_static},OvBgpCommunityStatic,OvBgpCommunity>"
    "$<${bgpcomm_static}:${bgpcomm_archives};PkgConfig::BGPCOMM_ISAL;Threads::Threads>"
-   "$<$<NOT:${bgpcomm_static}>:ZLIB::ZLIB;BZip2::BZip2;PkgConfig::BGPCOMM_INFLATE>")
+   "$<$<NOT:${bgpcomm_static}>:ZLIB::ZLIB;PkgConfig::BGPCOMM_INFLATE>")
 
 # bgpcomm_link_static(<target>): the program links everything it can
 # statically, the C++ runtime too unless a sanitizer (which must see every
