@@ -18,7 +18,6 @@ namespace Bgpcomm {
 
 namespace {
 
-constexpr U64 blockMagic = 0x314159265359;
 constexpr unsigned maxGroups = 6;
 constexpr unsigned maxCodeLen = 20;
 constexpr unsigned maxAlphabet = 258;
@@ -399,7 +398,7 @@ const char* Bzip2BlockDecoder::decode( std::span<const U8> in, U64 first, U64 bi
    }
    Work& w = *work_;
    BitReader bits( in, first );
-   if ( ( U64( bits.take( 24 ) ) << 24 | bits.take( 24 ) ) != blockMagic ) {
+   if ( ( U64( bits.take( 24 ) ) << 24 | bits.take( 24 ) ) != bzip2BlockMagic ) {
       return "bad block magic";
    }
    crc = bits.take( 32 );

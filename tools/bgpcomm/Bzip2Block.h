@@ -15,6 +15,11 @@
 
 namespace Bgpcomm {
 
+// The 48-bit magics that open each block and end each stream; either may
+// start at any bit.
+constexpr U64 bzip2BlockMagic = 0x314159265359;
+constexpr U64 bzip2EndMagic = 0x177245385090;
+
 // Bzip2BlockDecoder
 class Bzip2BlockDecoder {
  public:

@@ -24,8 +24,6 @@ namespace Bgpcomm {
 
 namespace {
 
-constexpr U64 blockMagic = 0x314159265359;
-constexpr U64 endMagic = 0x177245385090;
 constexpr U64 magicMask = ( U64( 1 ) << 48 ) - 1;
 // No real block codes to more than about 2.3 MB (900k symbols of at most
 // 20 bits); a piece beyond this is not bzip2.
@@ -42,7 +40,7 @@ class MagicCores {
  public:
    MagicCores() {
       unsigned k = 0;
-      for ( U64 magic : { blockMagic, endMagic } ) {
+      for ( U64 magic : { bzip2BlockMagic, bzip2EndMagic } ) {
          for ( unsigned end = 1; end <= 8; ++end ) {
             U32 core = U32( magic >> end );
             cores_[ k++ ] = core;
@@ -323,10 +321,10 @@ bool Bzip2BlockInflater::scanPiece() {
                if ( windowBits_ < 48 + shift )
                   continue;
                U64 w = ( window_ >> shift ) & magicMask;
-               if ( w != blockMagic && w != endMagic )
+               if ( w != bzip2BlockMagic && w != bzip2EndMagic )
                   continue;
                U64 endBit = cur_.size() * 8 - shift;
-               bool isEnd = w == endMagic;
+               bool isEnd = w == bzip2EndMagic;
                closePiece( endBit - 48, isEnd ? End::streamEnd : End::nextBlock );
                if ( scan_ == Scan::done )
                   break;
