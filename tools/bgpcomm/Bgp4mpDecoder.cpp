@@ -33,39 +33,11 @@ struct NlriField {
    std::span<const U8> octets;
 };
 
-// prefixesSplit(): whether a unicast or multicast IP field splits into whole
-// prefixes, by a walk that reads only their lengths (every field is checked
-// before any route goes out; the full walk says what is wrong).
-bool prefixesSplit( const NlriField& field, bool addPath ) {
-   const bool ip = field.afi == afiIpv4 || field.afi == afiIpv6;
-   if ( !ip || ( field.safi != safiUnicast && field.safi != safiMulticast ) )
-      return false;
-   const unsigned maxBits = addressBits( field.afi );
-   const size_t lead = addPath ? 4 : 0;
-   const U8* p = field.octets.data();
-   size_t left = field.octets.size();
-   while ( left > 0 ) {
-      if ( left <= lead )
-         return false;
-      p += lead;
-      left -= lead;
-      const unsigned bits = p[ 0 ];
-      const size_t octets = 1 + ( bits + 7 ) / 8;
-      if ( bits > maxBits || octets > left )
-         return false;
-      p += octets;
-      left -= octets;
-   }
-   return true;
-}
-
 // walkNlri(): calls fn( nlri octets ) for each NLRI; returns "" or why the
 // field does not split into whole NLRI.
 template<typename Fn>
 std::string walkNlri( const NlriField& field, bool addPath, std::string* text, U32* pathId,
                       Fn fn ) {
-   if ( !text && prefixesSplit( field, addPath ) )
-      return std::string();
    std::span<const U8> rest = field.octets;
    while ( !rest.empty() ) {
       if ( addPath ) {
