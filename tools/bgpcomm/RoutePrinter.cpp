@@ -50,23 +50,24 @@ void openJson( std::string& out, CommunityKind kind ) {
    out += "\": {\"values\": ";
 }
 
-// appendKept(): appends the text write( std::string& ) makes of a list in form,
-// made once and kept where the interner says, or made anew when nothing
-// keeps it.
+// keptText(): the text write( std::string& ) makes of a list in form, made
+// once and kept where the interner says, or made anew in scratch when
+// nothing keeps it.
 template<class Write>
-void appendKept( std::string& out, const InternedRoute& lists, CommunityKind kind, U8 form,
-                 Write&& write ) {
+const std::string& keptText( const InternedRoute& lists, CommunityKind kind, U8 form,
+                             std::string& scratch, Write&& write ) {
    KeptText* k = lists.texts[ communityKindIndex( kind ) ];
    if ( !k ) {
-      write( out );
-      return;
+      scratch.clear();
+      write( scratch );
+      return scratch;
    }
    if ( k->form != form ) {
       k->text.clear();
       write( k->text );
       k->form = form;
    }
-   out += k->text;
+   return k->text;
 }
 
 } // namespace
@@ -114,16 +115,11 @@ void RoutePrinter::printLine( const MrtRoute& route, const InternedRoute& lists 
          length += 2;
          return;
       }
-      KeptText* k = lists.texts[ i ];
-      std::string* made = k ? &k->text : &unkept_[ i ];
-      if ( !k || k->form != formLines ) {
-         made->clear();
-         text_.append( *made, *list );
-         if ( k )
-            k->form = formLines;
-      }
-      columns[ i ] = made;
-      length += 1 + made->size();
+      const std::string& made =
+            keptText( lists, kind, formLines, unkept_[ i ],
+                      [ & ]( std::string& text ) { text_.append( text, *list ); } );
+      columns[ i ] = &made;
+      length += 1 + made.size();
    };
    column( CommunityKind::standard, lists.communities );
    column( CommunityKind::extended, lists.extCommunities );
@@ -175,8 +171,8 @@ void RoutePrinter::printJson( const MrtRoute& route, const InternedRoute& lists 
    appendDecimal( out, route.peerAs );
    auto member = [ & ]( CommunityKind kind, const auto& list ) {
       if ( list ) {
-         appendKept( out, lists, kind, formJson,
-                     [ & ]( std::string& text ) { appendJson( text, kind, *list ); } );
+         out += keptText( lists, kind, formJson, unkept_[ communityKindIndex( kind ) ],
+                          [ & ]( std::string& text ) { appendJson( text, kind, *list ); } );
       }
    };
    member( CommunityKind::standard, lists.communities );

@@ -40,7 +40,7 @@ class RoutePrinter {
    Format format_;
    ListText text_;
    std::string scratch_;                                // one text before escaping, reused
-   std::array<std::string, communityKindCount> unkept_; // a column's text nothing keeps
+   std::array<std::string, communityKindCount> unkept_; // per kind, a text nothing keeps
 };
 
 // appendJsonString(): a JSON string literal, escaped.
