@@ -110,26 +110,16 @@ Kel::String valueToStrep( const ExtCommList::Serialization& serialization ) {
 
 ExtCommList::~ExtCommList() = default;
 
-ExtCommList::Ptr ExtCommList::ExtCommListIs() {
-   if ( ExtCommList* spare = ListSpare<ExtCommList>::take() ) {
-      spare->hasNotificationActiveIs( true );
-      return Ptr( spare );
-   }
-   return Kel::makeActivePtr<ExtCommList>();
-}
+ExtCommList::Ptr ExtCommList::ExtCommListIs() { return ListSpare<ExtCommList>::make(); }
 
 void ExtCommList::onZeroReferences() const noexcept {
    auto* self = const_cast<ExtCommList*>( this );
-   if ( !everDeduped() && classificationLists_.empty() && !comm_.inRoom() &&
-        comm_.capacity() <= ListSpare<ExtCommList>::kMostRoom ) {
-      self->comm_.truncate( 0 );
-      self->userDataIs( 0 );
-      self->totalTransitiveCommunities_ = 0;
-      if ( ListSpare<ExtCommList>::keep( self ) ) {
-         return;
-      }
+   // A list that made its parts is not kept: they would have to go too.
+   if ( !classificationLists_.empty() ||
+        !ListSpare<ExtCommList>::reclaim( self, self->comm_,
+                                          [ self ] { self->totalTransitiveCommunities_ = 0; } ) ) {
+      KelStow::DedupHandle::onZeroReferences();
    }
-   KelStow::DedupHandle::onZeroReferences();
 }
 
 ExtCommList::Ptr ExtCommList::withRoomFor( U32 count ) {

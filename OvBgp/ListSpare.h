@@ -5,9 +5,11 @@
 // its member array) instead of being freed. Only lists that never entered a
 // table come back: an interned list may still be read by lookups elsewhere.
 //
-//   List* list = ListSpare<List>::take();             // null: make a new one
-//   if ( !ListSpare<List>::keep( list ) ) { delete list; }
+//   List::Ptr list = ListSpare<List>::make();
+//   if ( !ListSpare<List>::reclaim( self, self->comm_, [] {} ) ) { free it; }
 #pragma once
+
+#include "Kel/Ptr.h"
 
 #include <utility>
 
@@ -22,11 +24,33 @@ class ListSpare {
    // so that no thread holds on to a large array.
    static constexpr size_t kMostRoom = 64;
 
-   // take(): the thread's spare (empty, never interned), or null.
-   static List* take() noexcept { return std::exchange( spare_, nullptr ); }
+   // make(): the thread's spare (empty, never interned), or a new list.
+   static Kel::Ptr<List> make() {
+      if ( List* spare = std::exchange( spare_, nullptr ) ) {
+         spare->hasNotificationActiveIs( true );
+         return Kel::Ptr<List>( spare );
+      }
+      return Kel::makeActivePtr<List>();
+   }
 
-   // keep(): whether list (emptied by the caller) became the thread's
-   // spare; when not, the caller frees it.
+   // reclaim(): whether list, dropped by its last reference, became the
+   // thread's spare: only a list that never entered a table and whose
+   // members are on the heap in room for at most kMostRoom. Its members and
+   // user data are emptied here, the rest of what its kind holds by
+   // resetRest(). When not, the caller frees it.
+   template<class Members, class ResetRest>
+   static bool reclaim( List* list, Members& members, ResetRest&& resetRest ) noexcept {
+      if ( list->everDeduped() || members.inRoom() || members.capacity() > kMostRoom ) {
+         return false;
+      }
+      members.truncate( 0 );
+      list->userDataIs( 0 );
+      resetRest();
+      return keep( list );
+   }
+
+ private:
+   // keep(): whether list (emptied) became the thread's spare.
    static bool keep( List* list ) noexcept {
       if ( spare_ || closed_ ) {
          return false;
@@ -40,7 +64,6 @@ class ListSpare {
       return true;
    }
 
- private:
    struct Guard {
       void touch() noexcept {}
       ~Guard() {

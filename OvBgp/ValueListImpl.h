@@ -80,24 +80,15 @@ auto ValueList<List, Wire>::withRoomFor( U32 count ) -> Ptr {
 
 template<class List, class Wire>
 auto ValueList<List, Wire>::newEmpty() -> Ptr {
-   if ( List* spare = ListSpare<List>::take() ) {
-      spare->hasNotificationActiveIs( true );
-      return Ptr( spare );
-   }
-   return Kel::makeActivePtr<List>();
+   return ListSpare<List>::make();
 }
 
 template<class List, class Wire>
 void ValueList<List, Wire>::onZeroReferences() const noexcept {
-   auto* self = const_cast<ValueList*>( this );
-   if ( !everDeduped() && !comm_.inRoom() && comm_.capacity() <= ListSpare<List>::kMostRoom ) {
-      self->comm_.truncate( 0 );
-      self->userDataIs( 0 );
-      if ( ListSpare<List>::keep( static_cast<List*>( self ) ) ) {
-         return;
-      }
+   auto* self = static_cast<List*>( const_cast<ValueList*>( this ) );
+   if ( !ListSpare<List>::reclaim( self, self->comm_, [] {} ) ) {
+      KelStow::DedupHandle::onZeroReferences();
    }
-   KelStow::DedupHandle::onZeroReferences();
 }
 
 template<class List, class Wire>
