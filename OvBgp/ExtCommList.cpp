@@ -125,7 +125,7 @@ void ExtCommList::onZeroReferences() const noexcept {
 ExtCommList::Ptr ExtCommList::withRoomFor( U32 count ) {
    ExtCommList* list =
          newWithRoom<ExtCommList>( count * ( sizeof( ExtComm::PtrConst ) + sizeof( U64 ) ) );
-   list->comm_.useRoom( roomOf<ExtComm::PtrConst>( list ), count );
+   list->comm_.useRoom( roomOf<ExtComm::PtrConst>( list, count * sizeof( U64 ) ), count );
    list->hasNotificationActiveIs( true );
    return Ptr( list );
 }
@@ -284,7 +284,7 @@ void ExtCommList::finishMembers() {
    comm_.trim();
    if ( inRoom && comm_.size() == room ) {
       static_assert( sizeof( ExtCommList ) % alignof( U64 ) == 0 );
-      U64* contents = roomOf<U64>( this, room * sizeof( ExtComm::PtrConst ) );
+      U64* contents = roomOf<U64>( this );
       for ( size_t i = 0; i < room; ++i ) {
          contents[ i ] = comm_[ i ]->community();
       }

@@ -87,9 +87,9 @@ class ExtCommList : public KelStow::DedupHandle, public RoomAllocated {
    ExtCommList() noexcept = default;
    ~ExtCommList() override;
    static Ptr ExtCommListIs();
-   // withRoomFor(): a new, empty list with room for count members, and for
-   // their contents (contents()), in its own allocation (the factory's list
-   // grows its members on the heap).
+   // withRoomFor(): a new, empty list with room for the contents of count
+   // members (contents()) and then the members, in its own allocation (the
+   // factory's list grows its members on the heap).
    static Ptr withRoomFor( U32 count );
 
    // Building (before dedup).
@@ -108,16 +108,15 @@ class ExtCommList : public KelStow::DedupHandle, public RoomAllocated {
    size_t comms() const noexcept { return comm_.size(); }
    bool empty() const noexcept { return comm_.empty(); }
    const ListMembers<ExtComm::PtrConst>& commVector() const noexcept { return comm_; }
-   // contents(): the members' contents, kept beside them by an interned
-   // list made for a known count (so that a received attribute is compared
-   // without reading the members); null for any other list.
+   // contents(): the members' contents, kept by an interned list made for
+   // a known count right after the object, before the members (so that a
+   // received attribute is compared without reading a member, on the lines
+   // that hold the header or the next one); null for any other list.
    const U64* contents() const noexcept {
       if ( !( userData() & kContentsFlag ) ) {
          return nullptr;
       }
-      return reinterpret_cast<const U64*>( reinterpret_cast<const char*>( this ) +
-                                           sizeof( ExtCommList ) +
-                                           comm_.size() * sizeof( ExtComm::PtrConst ) );
+      return roomOf<const U64>( this );
    }
    U32 totalCommunities() const;
    U32 totalTransitiveCommunities() const noexcept { return totalTransitiveCommunities_; }

@@ -45,11 +45,13 @@ Object* newWithRoom( size_t bytes, Args&&... args ) {
    return new ( RoomAllocated::Room{ bytes } ) Object( std::forward<Args>( args )... );
 }
 
-// roomOf(): the room after object, from skipBytes on, as T.
+// roomOf(): the room after object, from skipBytes on, as T (const T for a
+// const object).
 template<class T, class Object>
 T* roomOf( Object* object, size_t skipBytes = 0 ) noexcept {
    static_assert( sizeof( Object ) % alignof( T ) == 0 );
-   return reinterpret_cast<T*>( reinterpret_cast<char*>( object ) + sizeof( Object ) + skipBytes );
+   using Byte = std::conditional_t<std::is_const_v<Object>, const char, char>;
+   return reinterpret_cast<T*>( reinterpret_cast<Byte*>( object ) + sizeof( Object ) + skipBytes );
 }
 
 // ListMembers<T>: see the file comment. Read like a const vector; built

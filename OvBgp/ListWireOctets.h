@@ -148,6 +148,31 @@ bool sameValues( const Values& values, const SortedWireOctets<kValueOctets>& wir
    return true;
 }
 
+// sameListValues(): whether list's values are the wire values: through the
+// 64-bit contents a list may keep beside its header (List::contents(), null
+// when it keeps none), so that no member is read, else by otherwise().
+// Inlined into the probe: it runs on every hit.
+template<class List, size_t kValueOctets, class Otherwise>
+[[gnu::always_inline]] inline bool sameListValues( const List& list,
+                                                   const SortedWireOctets<kValueOctets>& wire,
+                                                   Otherwise&& otherwise ) {
+   if constexpr ( requires { list.contents(); } ) {
+      static_assert( kValueOctets == sizeof( U64 ) );
+      if ( const U64* contents = list.contents() ) {
+         if ( list.comms() != wire.count() ) {
+            return false;
+         }
+         for ( size_t i = 0; i < wire.count(); ++i ) {
+            if ( contents[ i ] != loadU64ntoh( wire.value( i ) ) ) {
+               return false;
+            }
+         }
+         return true;
+      }
+   }
+   return otherwise();
+}
+
 // listPlacementHash(): where a table keyed with key places the list whose
 // sorted values have these wire octets: keyed SipHash-1-3 of the octets.
 // Out of line: inlined into a caller whose octets sit in a temporary, GCC
@@ -188,7 +213,7 @@ typename List::PtrConst lookupByMembers( const Bex::DedupHashTable& set, const M
                                          Write&& write ) {
    const SortedWireOctets<kValueOctets> wire( members, write );
    return lookupWireOctets<List>( set, wire, [ & ]( const List& list, const auto& ) {
-      return list.commVector() == members;
+      return sameListValues( list, wire, [ & ] { return list.commVector() == members; } );
    } );
 }
 
@@ -205,24 +230,10 @@ typename List::PtrConst dedupWireOctets( const typename Wire::Table* table, cons
    using Wires = SortedWireOctets<Wire::kOctets>;
    const Wires wire( Wire::kAttribute, octets, length );
    auto same = []( const List& list, const Wires& values ) {
-      // A list that keeps its members' 64-bit contents beside them is
-      // compared without reading a member.
-      if constexpr ( requires { list.contents(); } ) {
-         static_assert( Wire::kOctets == sizeof( U64 ) );
-         if ( const U64* contents = list.contents() ) {
-            if ( list.comms() != values.count() ) {
-               return false;
-            }
-            for ( size_t i = 0; i < values.count(); ++i ) {
-               if ( contents[ i ] != loadU64ntoh( values.value( i ) ) ) {
-                  return false;
-               }
-            }
-            return true;
-         }
-      }
-      return sameValues( list.commVector(), values, []( const auto& value, const U8* octets ) {
-         return Wire::sameAsWire( value, octets );
+      return sameListValues( list, values, [ & ] {
+         return sameValues( list.commVector(), values, []( const auto& value, const U8* octets ) {
+            return Wire::sameAsWire( value, octets );
+         } );
       } );
    };
    if ( auto found = lookupWireOctets<List>( *table->dedupTable(), wire, same ) ) {
