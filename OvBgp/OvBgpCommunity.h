@@ -70,7 +70,7 @@ void sequenceToValue( const char* begin, const char* end, ExtCommContent* conten
 // ExtComm: an interned extended community. Its classification lives in the
 // handle's user-data word; typed communities derive from it (or from
 // ExtCommSubtyped) and override the text forms.
-class ExtComm : public KelStow::DedupHandle {
+class ExtComm : public Bex::KeyedMember<KelStow::DedupHandle> {
  public:
    using Ptr = Kel::Ptr<ExtComm>;
    using PtrConst = Kel::Ptr<const ExtComm>;

@@ -20,6 +20,7 @@
 namespace Bex {
 
 class DedupHashTableBase;
+class DedupHashTable;
 
 // DedupContentHandle: empty base of bare contents, so that a content not yet
 // interned can be looked up by value.
@@ -71,12 +72,16 @@ class DedupHandle : public Kel::PtrInterface {
 
    // deleteRef(): Kel::PtrInterface::deleteRef() with a member's release
    // inlined, for pointers whose type says they hold a handle (the hit path
-   // of every table: intern, use, drop).
+   // of every table: intern, use, drop). The mark the holding table's
+   // insert left picks the release of that kind of table.
    void deleteRef() const noexcept {
-      if ( tableShared() ) {
-         releaseMemberReference();
+      const U8 kind = tableKind();
+      if ( kind == kInPlainTable ) {
+         releaseMemberOf<DedupHashTable>();
+      } else if ( kind == kInKeyedTable ) {
+         releaseKeyedMember();
       } else {
-         PtrInterface::deleteRef();
+         releasePlain( 1 );
       }
    }
 
@@ -120,6 +125,10 @@ class DedupHandle : public Kel::PtrInterface {
    // only that there may be one (kReserve), so that refCount() asks the
    // table.
    static constexpr U8 kReserve = 255;
+   // The table-shared marks (Kel::PtrInterface::tableKind()) of the two
+   // kinds of table.
+   static constexpr U8 kInPlainTable = 1;
+   static constexpr U8 kInKeyedTable = 2;
    void handOutReference() const noexcept {
       const U8 reserved = reservedAtomic().load( std::memory_order_relaxed );
       if ( reserved != 0 ) {
@@ -130,11 +139,12 @@ class DedupHandle : public Kel::PtrInterface {
    }
 
    // refillReserve(): counts the reference being handed out and the next
-   // kReserve. The reserve is stored first: a release that sees the new
+   // reserve ones (kReserve in the member's own reserve); returns the count
+   // before. The reserve byte is stored first: a release that sees the new
    // count also sees the reserve that came with it.
-   void refillReserve() const noexcept {
+   U32 refillReserve( U32 reserve = kReserve ) const noexcept {
       reservedAtomic().store( kReserve, std::memory_order_relaxed );
-      refCountAtomic().fetch_add( 1 + kReserve );
+      return refCountAtomic().fetch_add( 1 + reserve );
    }
 
    // releaseTableReferences(): the table's own reference and its reserve,
@@ -181,13 +191,23 @@ class DedupHandle : public Kel::PtrInterface {
 
    U32 reservedReferences() const noexcept override;
 
-   void releaseShared() const noexcept override { releaseMemberReference(); }
-   // releaseMemberReference(): in a single-thread table, the reference goes
-   // back into the reserve it came from (Bex/DedupHashTable.h), so a hit
-   // and its release change no count; in a thread-safe table it is one
-   // atomic decrement. Either way, the one that leaves only the table's
-   // reference detaches the member.
-   inline void releaseMemberReference() const noexcept;
+   void releaseShared() const noexcept override {
+      if ( tableKind() == kInPlainTable ) {
+         releaseMemberOf<DedupHashTable>();
+      } else {
+         releaseKeyedMember();
+      }
+   }
+   // releaseMemberOf<Table>(): a member's release in a Table. In a
+   // single-thread table the reference goes back into the reserve it came
+   // from (Bex/DedupHashTable.h), so a hit and its release change no count;
+   // in a thread-safe table it is one atomic decrement. Either way, the one
+   // that leaves only the table's reference detaches the member.
+   template<class Table>
+   inline void releaseMemberOf() const noexcept;
+   // releaseKeyedMember(): releaseMemberOf<KeyedDedupHashTable>(), out of
+   // line, as the inlined release is the other kind's.
+   void releaseKeyedMember() const noexcept;
 
    std::atomic<DedupHandleState> state_{ dedupHandleStateNeverDeduped_ };
    U32 userData_ = 0;

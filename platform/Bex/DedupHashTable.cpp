@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <new>
+#include <type_traits>
 #include <vector>
 
 #include "Bex/DumpContext.h"
@@ -27,6 +28,8 @@ T* allocateZeroed( size_t count ) {
 
 } // namespace
 
+void DedupHandle::releaseKeyedMember() const noexcept { releaseMemberOf<KeyedDedupHashTable>(); }
+
 U64 DedupHandle::dedupKey() const noexcept {
    KEL_ASSERT_MSG( false, "dedupKey() of a class without keys" );
    return 0;
@@ -41,12 +44,11 @@ U32 DedupHandle::reservedReferences() const noexcept {
    return table_->reserveOf( this, tableHash_ );
 }
 
-DedupHashTableBase::DedupHashTableBase( bool threadSafe, bool keyed )
+DedupHashTableBase::DedupHashTableBase( bool threadSafe )
       : hashKey_( Kel::randomHashKey() ),
         shardCount_( threadSafe ? kShards : 1 ),
         shardShift_( threadSafe ? kShardShift : 32 ),
-        threadSafe_( threadSafe ),
-        keyed_( keyed ) {}
+        threadSafe_( threadSafe ) {}
 
 DedupHashTableBase::~DedupHashTableBase() = default;
 
@@ -72,6 +74,9 @@ void DedupHashTableBase::forgetMembers() noexcept {
    // table and are destroyed by their last holder like any counted object.
    std::vector<DedupHandle*> members;
    members.reserve( size() );
+   if constexpr ( std::is_same_v<S, KeyedSlot> ) {
+      KeyedDedupHashTable::slotArrayFreed();
+   }
    for ( U32 s = 0; s < shardCount_; ++s ) {
       Shard& shard = shards_[ s ];
       forEachSlotOf<S>( shard, [ & ]( S& slot ) {
@@ -83,7 +88,7 @@ void DedupHashTableBase::forgetMembers() noexcept {
    }
    for ( DedupHandle* h : members ) {
       h->table_ = nullptr;
-      h->tableSharedIs( false );
+      h->tableKindIs( 0 );
       h->releaseTableReferences();
    }
 }
@@ -98,14 +103,13 @@ void DedupHashTableBase::visitSlots( void ( *fn )( void*, const DedupHandle* ),
    }
 }
 
-DedupHashTable::DedupHashTable( bool threadSafe ) : DedupHashTableBase( threadSafe, false ) {
+DedupHashTable::DedupHashTable( bool threadSafe ) : DedupHashTableBase( threadSafe ) {
    allocateShards<Slot>();
 }
 
 DedupHashTable::~DedupHashTable() { forgetMembers<Slot>(); }
 
-KeyedDedupHashTable::KeyedDedupHashTable( bool threadSafe )
-      : DedupHashTableBase( threadSafe, true ) {
+KeyedDedupHashTable::KeyedDedupHashTable( bool threadSafe ) : DedupHashTableBase( threadSafe ) {
    allocateShards<KeyedSlot>();
 }
 
@@ -164,6 +168,9 @@ void DedupHashTableBase::growIfFull( Shard& shard, bool threadSafe ) {
    if ( threadSafe ) {
       epochRetire( old, std::free );
    } else {
+      if constexpr ( std::is_same_v<S, KeyedSlot> ) {
+         KeyedDedupHashTable::slotArrayFreed();
+      }
       std::free( old );
    }
 }
@@ -257,7 +264,7 @@ void DedupHashTableBase::releaseMemberIn( DedupHandle* handle, U32 hash ) noexce
       returnReserve( *slot );
       handle->dedupStateIs( dedupHandleStateBeingDetached_ );
       eraseSlot( shard, slot );
-      handle->tableSharedIs( false );
+      handle->tableKindIs( 0 );
       handle->table_ = nullptr;
       if ( notifying_.load( std::memory_order_acquire ) ) {
          if ( threadSafe_ ) {
@@ -394,6 +401,52 @@ void DedupHashTable::releaseMember( const DedupHandle* handle, U32 hash ) noexce
 
 U32 DedupHashTable::reserveOf( const DedupHandle* member, U32 hash ) const noexcept {
    return reserveOfIn<Slot>( member, hash );
+}
+
+DedupHandle::PtrConst KeyedDedupHashTable::lookupSharedByKey( U32 placement, U64 key ) const {
+   Shard& shard = shardFor( placement );
+   if ( DedupHandle* member = findUnlocked<KeyedSlot>( shard, placement, key ) ) {
+      // The key and the address are read apart: the member says whether
+      // they belonged together.
+      if ( member->dedupKey() == key ) {
+         return DedupHandle::PtrConst::adopt( member );
+      }
+      member->deleteRef();
+   }
+   ShardGuard guard( shard, true );
+   KeyedSlot* slot = findKey( shard, placement, key );
+   return handOutCounted( slot ? slot->handle() : nullptr );
+}
+
+void KeyedDedupHashTable::forgetLastHit() noexcept {
+   lastHit.slot = nullptr;
+   lastHit.arraysFreed = arraysFreed.load( std::memory_order_relaxed );
+}
+
+void KeyedDedupHashTable::releaseInThread( const DedupHandle* member, U32 hash ) noexcept {
+   KeyedSlot* slot = lastHitSlotOf( member );
+   if ( !slot ) {
+      slot = slotOf<KeyedSlot>( shards_[ 0 ], hash, member );
+   }
+   // The member's own reserve octet says only that its slot may hold some
+   // (refCount() then asks the table).
+   std::atomic<U8>& reserved = member->reservedAtomic();
+   if ( reserved.load( std::memory_order_relaxed ) == 0 ) {
+      reserved.store( DedupHandle::kReserve, std::memory_order_relaxed );
+   }
+   U32 reserve = slot->reserve();
+   U32 left;
+   if ( reserve < KeyedSlot::kMaxReserve ) {
+      slot->reserveIs( ++reserve );
+      left = member->refCountAtomic().load( std::memory_order_relaxed );
+   } else {
+      left = member->refCountAtomic().fetch_sub( 1 ) - 1;
+   }
+   if ( left == 1 + reserve ) {
+      releaseMember( member, hash );
+   } else {
+      slot->countIs( left );
+   }
 }
 
 void KeyedDedupHashTable::visitMembers( void ( *fn )( void*, const DedupHandle* ),

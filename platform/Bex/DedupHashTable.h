@@ -11,7 +11,10 @@
 // (compare()); KeyedDedupHashTable is for members whose content fits in 64
 // bits (dedupKey()): its slots keep that key beside the member (and,
 // single-threaded, the reserve too), so a probe compares keys without
-// touching other members. What they share is DedupHashTableBase.
+// touching other members, and a release right after its hit, through a
+// pointer typed as a KeyedMember, reads only the slot. What they share is
+// DedupHashTableBase; a member is marked with the kind that holds it, so
+// that its release is that kind's.
 //
 //   auto table = Bex::DedupHashTableUnorderedSet::DedupHashTableUnorderedSetIs( threadSafe );
 //   DedupHandle::Ptr canonical = table->dedup( candidate );
@@ -46,10 +49,12 @@
 // threads that still release its members.
 #pragma once
 
+#include <algorithm>
 #include <atomic>
 #include <deque>
 #include <mutex>
 #include <thread>
+#include <type_traits>
 
 #include "Bex/DedupHandle.h"
 #include "Bex/Epoch.h"
@@ -133,7 +138,7 @@ class DedupHashTableBase : public Kel::PtrInterface {
    void dumpState( const DumpContext& ctx, U32 indent ) const;
 
  protected:
-   DedupHashTableBase( bool threadSafe, bool keyed );
+   explicit DedupHashTableBase( bool threadSafe );
    ~DedupHashTableBase() override;
    void onZeroReferences() const noexcept override;
 
@@ -184,13 +189,21 @@ class DedupHashTableBase : public Kel::PtrInterface {
       U64 bits_ = 0;
    };
 
-   // KeyedSlot: a keyed table's slot: the member's key, and its address
-   // with the references the table holds ready to hand out above it.
+   // KeyedSlot: a keyed table's slot: the member's key, and its address.
+   // A single-thread table keeps two more octets above the address: the
+   // references it holds ready to hand out (the reserve), and a floor under
+   // the member's count less the table's own reference. While the reserve
+   // stays below the floor, others hold the member, so a release that
+   // gives a reference back need not read the member's count.
    class KeyedSlot {
     public:
       static constexpr int kReserveShift = 48;
+      static constexpr int kFloorShift = 56;
       static constexpr U64 kAddressMask = ( U64( 1 ) << kReserveShift ) - 1;
-      static constexpr U32 kMaxReserve = 0xFFFF;
+      static constexpr U32 kMaxReserve = 0xFF;
+      // kRefill: what an empty reserve is refilled with: about half the
+      // most it holds, so that releases find room to give references back.
+      static constexpr U32 kRefill = 0x7F;
       KeyedSlot() noexcept = default;
       KeyedSlot( U64 key, DedupHandle* handle ) noexcept
             : key_( key ), bits_( reinterpret_cast<U64>( handle ) ) {}
@@ -210,18 +223,20 @@ class DedupHashTableBase : public Kel::PtrInterface {
       DedupHandle* handle() const noexcept {
          return reinterpret_cast<DedupHandle*>( bits_ & kAddressMask );
       }
-      U32 reserve() const noexcept { return U32( bits_ >> kReserveShift ); }
-      void reserveIs( U32 reserve ) noexcept {
-         bits_ = ( bits_ & kAddressMask ) | U64( reserve ) << kReserveShift;
-      }
+      U32 reserve() const noexcept { return U32( bits_ >> kReserveShift ) & kMaxReserve; }
+      void reserveIs( U32 reserve ) noexcept { octetIs( kReserveShift, reserve ); }
+      // countIs(): the member's count is count now (the table's reference
+      // and the reserve included): the floor follows it.
+      void countIs( U32 count ) noexcept { octetIs( kFloorShift, std::min( count - 1, 0xFFu ) ); }
       // takeReference(): the member, with one reference handed out of the
       // reserve (refilled first when it is empty).
       DedupHandle* takeReference() noexcept {
-         if ( bits_ > kAddressMask ) {
+         if ( reserve() != 0 ) {
             bits_ -= U64( 1 ) << kReserveShift;
          } else {
-            handle()->refillReserve();
-            reserveIs( DedupHandle::kReserve );
+            const U32 before = handle()->refillReserve( kRefill );
+            reserveIs( kRefill );
+            countIs( before + 1 + kRefill );
          }
          DedupHandle* member = handle();
          if ( !member ) {
@@ -229,20 +244,25 @@ class DedupHashTableBase : public Kel::PtrInterface {
          }
          return member;
       }
+      // giveBack(): a released reference back into the reserve, when the
+      // floor says others still hold the member; false, with nothing done,
+      // when only the count can tell.
+      bool giveBack() noexcept {
+         if ( reserve() + 1 >= U32( bits_ >> kFloorShift ) ) {
+            return false;
+         }
+         bits_ += U64( 1 ) << kReserveShift;
+         return true;
+      }
 
     private:
+      void octetIs( int shift, U32 value ) noexcept {
+         bits_ = ( bits_ & ~( U64( 0xFF ) << shift ) ) | U64( value ) << shift;
+      }
       U64 key_ = 0;
       U64 bits_ = 0;
    };
    static_assert( sizeof( KeyedSlot ) == 16 );
-   // lastKeyedHit: the slot this thread's last hit on a single-thread keyed
-   // table took its reference from, where its release most likely gives
-   // it back: finding it again by address would wait on the member's line
-   // and then branch on what the probe meets. Initial-exec: one load from
-   // the thread pointer, not a call, in the library's own code too.
-   static constinit inline thread_local KeyedSlot* lastKeyedHit
-         [[gnu::tls_model( "initial-exec" )]] = nullptr;
-
    // SpinLock: a shard's lock. It knows whether the calling thread holds
    // it, so that what a lifetime callback does to a member of the shard it
    // runs under (read a count, drop a reference) needs no second lock.
@@ -419,56 +439,6 @@ class DedupHashTableBase : public Kel::PtrInterface {
       slot.handle()->dropReserve( slot.reserve() );
    }
 
-   // releaseInThread(): a member's release in a single-thread table. The
-   // reference goes back into the reserve it came from (the member's, or
-   // its keyed slot's, found by address from its placement), so a hit and
-   // its release touch no count; a full reserve takes the count down
-   // instead. The count then holds the table's reference, the reserve and
-   // the outside references: when it is the first two alone, the member
-   // leaves.
-   void releaseInThread( const DedupHandle* member, U32 hash ) noexcept {
-      std::atomic<U32>& count = member->refCountAtomic();
-      std::atomic<U8>& reserved = member->reservedAtomic();
-      U32 reserve = reserved.load( std::memory_order_relaxed );
-      U32 left;
-      if ( keyed_ ) {
-         const Shard& shard = shards_[ 0 ];
-         KeyedSlot* slots = shard.slots<KeyedSlot>();
-         // Most releases follow their hit: its slot is looked at first, and
-         // read only if it lies in this table's array (a slot of another
-         // table, or of an array since freed, is never touched).
-         KeyedSlot* found = lastKeyedHit;
-         const U64 offset = reinterpret_cast<U64>( found ) - reinterpret_cast<U64>( slots );
-         if ( offset > U64( shard.mask ) * sizeof( KeyedSlot ) ||
-              offset % sizeof( KeyedSlot ) != 0 || found->handle() != member ) {
-            U32 i = hash & shard.mask;
-            while ( slots[ i ].handle() != member ) {
-               i = ( i + 1 ) & shard.mask;
-            }
-            found = &slots[ i ];
-         }
-         KeyedSlot& slot = *found;
-         if ( reserve == 0 ) {
-            reserved.store( DedupHandle::kReserve, std::memory_order_relaxed );
-         }
-         reserve = slot.reserve();
-         if ( reserve < KeyedSlot::kMaxReserve ) {
-            slot.reserveIs( ++reserve );
-            left = count.load( std::memory_order_relaxed );
-         } else {
-            left = count.fetch_sub( 1 ) - 1;
-         }
-      } else if ( reserve < DedupHandle::kReserve ) {
-         reserved.store( U8( ++reserve ), std::memory_order_relaxed );
-         left = count.load( std::memory_order_relaxed );
-      } else {
-         left = count.fetch_sub( 1 ) - 1;
-      }
-      if ( left == 1 + reserve ) {
-         releaseMember( member, hash );
-      }
-   }
-
    // forEachSlotOf(): fn( slot ) for every occupied slot of shard.
    template<class S, class Fn>
    static void forEachSlotOf( const Shard& shard, Fn&& fn ) {
@@ -549,9 +519,6 @@ class DedupHashTableBase : public Kel::PtrInterface {
    U32 shardCount_;
    U32 shardShift_;
    bool threadSafe_;
-   // keyed_: a KeyedDedupHashTable (a single-thread one tallies reserves in
-   // its slots).
-   bool keyed_;
    std::atomic<bool> notifying_{ false };
    DedupHashTableLifeTimeNotifiee::Ptr notifiee_;
    std::mutex notifyMutex_;
@@ -625,6 +592,29 @@ class DedupHashTable : public DedupHashTableBase {
    explicit DedupHashTable( bool threadSafe );
 
  private:
+   friend class DedupHandle;
+
+   // releaseInThread(): a member's release in a single-thread table. The
+   // reference goes back into the member's reserve, so a hit and its
+   // release touch no count; a full reserve takes the count down instead.
+   // The count then holds the table's reference, the reserve and the
+   // outside references: when it is the first two alone, the member
+   // leaves.
+   void releaseInThread( const DedupHandle* member, U32 hash ) noexcept {
+      std::atomic<U8>& reserved = member->reservedAtomic();
+      U32 reserve = reserved.load( std::memory_order_relaxed );
+      U32 left;
+      if ( reserve < DedupHandle::kReserve ) {
+         reserved.store( U8( ++reserve ), std::memory_order_relaxed );
+         left = member->refCountAtomic().load( std::memory_order_relaxed );
+      } else {
+         left = member->refCountAtomic().fetch_sub( 1 ) - 1;
+      }
+      if ( left == 1 + reserve ) {
+         releaseMember( member, hash );
+      }
+   }
+
    void visitMembers( void ( *fn )( void*, const DedupHandle* ), void* context ) const override;
    void releaseMember( const DedupHandle* handle, U32 hash ) noexcept override;
    U32 reserveOf( const DedupHandle* member, U32 hash ) const noexcept override;
@@ -660,21 +650,14 @@ class KeyedDedupHashTable final : public DedupHashTableBase {
       // the busiest table skips both.
       if ( !threadSafe_ ) {
          KeyedSlot* slot = findKey( shards_[ 0 ], placement, key );
-         lastKeyedHit = slot;
-         return handOut( slot );
-      }
-      Shard& shard = shardFor( placement );
-      if ( DedupHandle* member = findUnlocked<KeyedSlot>( shard, placement, key ) ) {
-         // The key and the address are read apart: the member says whether
-         // they belonged together.
-         if ( member->dedupKey() == key ) {
-            return DedupHandle::PtrConst::adopt( member );
+         if ( !slot ) {
+            return nullptr;
          }
-         member->deleteRef();
+         DedupHandle* member = slot->takeReference();
+         lastHit.slot = slot;
+         return DedupHandle::PtrConst::adopt( member );
       }
-      ShardGuard guard( shard, true );
-      KeyedSlot* slot = findKey( shard, placement, key );
-      return handOutCounted( slot ? slot->handle() : nullptr );
+      return lookupSharedByKey( placement, key );
    }
 
    // dedup(): the member with handle's dedupKey(), or handle itself after
@@ -700,10 +683,79 @@ class KeyedDedupHashTable final : public DedupHashTableBase {
                                 preInsert );
    }
 
+   // lookupSharedByKey(): lookupByKey() in a thread-safe table.
+   DedupHandle::PtrConst lookupSharedByKey( U32 placement, U64 key ) const;
+
+   // giveBack(): a KeyedMember's release, when its thread's last hit was
+   // on it (which says what slot holds it) and that slot's floor says
+   // others still hold it: the reference goes back into the slot's reserve, and the
+   // member itself is not read. False, with nothing done, otherwise.
+   static bool giveBack( const DedupHandle* member ) noexcept {
+      KeyedSlot* slot = lastHitSlotOf( member );
+      return slot && slot->giveBack();
+   }
+
  private:
+   friend class DedupHandle;
+   friend class DedupHashTableBase;
+
+   // Each thread remembers the slot of its last hit on a single-thread
+   // keyed table: a release most often follows its hit, and finding the
+   // slot again from the member would wait on the member's line. (One slot
+   // at a fixed place: a store whose address waited on the probe, as an
+   // array indexed by member would need, holds up the loads after it.) It
+   // is used only while no single-thread keyed slot array has been freed
+   // since (arraysFreed counts those, process-wide; a thread that sees the
+   // count move forgets its slot), and only if it still holds the member (a
+   // removal may have moved members along their probe run). Initial-exec:
+   // one load from the thread pointer, not a call, in the library's own
+   // code too.
+   struct LastHit {
+      KeyedSlot* slot;
+      U32 arraysFreed;
+   };
+   static constinit inline thread_local LastHit lastHit [[gnu::tls_model( "initial-exec" )]] = {};
+   static inline std::atomic<U32> arraysFreed{ 0 };
+   static KeyedSlot* lastHitSlotOf( const DedupHandle* member ) noexcept {
+      KeyedSlot* slot = lastHit.slot;
+      if ( !slot ) {
+         return nullptr;
+      }
+      if ( lastHit.arraysFreed != arraysFreed.load( std::memory_order_relaxed ) ) {
+         forgetLastHit();
+         return nullptr;
+      }
+      return slot->handle() == member ? slot : nullptr;
+   }
+   static void forgetLastHit() noexcept;
+   // slotArrayFreed(): before a single-thread slot array is freed.
+   static void slotArrayFreed() noexcept { arraysFreed.fetch_add( 1 ); }
+
+   // releaseInThread(): a member's release in a single-thread table, when
+   // giveBack() could not take it: the reference goes back into the
+   // reserve of the member's slot (a full reserve takes the count down
+   // instead), and the floor is set from the count, which says whether
+   // the member leaves (only the table's reference and the reserve left).
+   void releaseInThread( const DedupHandle* member, U32 hash ) noexcept;
+
    void visitMembers( void ( *fn )( void*, const DedupHandle* ), void* context ) const override;
    void releaseMember( const DedupHandle* handle, U32 hash ) noexcept override;
    U32 reserveOf( const DedupHandle* member, U32 hash ) const noexcept override;
+};
+
+// KeyedMember<Base>: the base of a class whose objects live in keyed
+// tables (Base being DedupHandle or a class derived from it). A pointer
+// whose type says it holds one releases through giveBack() first, so that
+// dropping a value just interned reads nothing but its slot.
+template<class Base>
+class KeyedMember : public Base {
+ public:
+   using Base::Base;
+   void deleteRef() const noexcept {
+      if ( !KeyedDedupHashTable::giveBack( this ) ) {
+         Base::deleteRef();
+      }
+   }
 };
 
 template<class S, class Found, class PreInsert>
@@ -730,7 +782,8 @@ DedupHandle::PtrConst DedupHashTableBase::insertUnlessFound( const DedupHandle::
       candidate->tableHash_ = hash;
       candidate->newRef(); // the table's own reference
       candidate->dedupStateIs( dedupHandleStateDeduped_ );
-      candidate->tableSharedIs( true );
+      candidate->tableKindIs( std::is_same_v<S, KeyedSlot> ? DedupHandle::kInKeyedTable
+                                                           : DedupHandle::kInPlainTable );
       placeSlot( shard, slot );
       if ( notifying_.load( std::memory_order_acquire ) ) {
          if ( threadSafe_ ) {
@@ -747,13 +800,14 @@ DedupHandle::PtrConst DedupHashTableBase::insertUnlessFound( const DedupHandle::
    return handle;
 }
 
-inline void DedupHandle::releaseMemberReference() const noexcept {
+template<class Table>
+inline void DedupHandle::releaseMemberOf() const noexcept {
    // Read while this reference still keeps the handle in its table: once
    // the count drops, another thread may detach and destroy it.
    DedupHashTableBase* table = table_;
    const U32 hash = tableHash_;
    if ( !table->threadSafe_ ) {
-      table->releaseInThread( this, hash );
+      static_cast<Table*>( table )->releaseInThread( this, hash );
    } else if ( refCountAtomic().fetch_sub( 1 ) <= 2 ) {
       table->releaseMember( this, hash );
    }

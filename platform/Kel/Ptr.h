@@ -87,16 +87,19 @@ class PtrInterface {
    std::atomic<U32>& refCountAtomic() const noexcept { return refCount_; }
    std::atomic<U8>& reservedAtomic() const noexcept { return reserved_; }
 
-   // The table-shared flag is published with release order, so whoever sees
-   // it set also sees the table's bookkeeping.
-   bool tableShared() const noexcept { return tableShared_.load( std::memory_order_acquire ); }
-   void tableSharedIs( bool shared ) const noexcept {
-      tableShared_.store( shared, std::memory_order_release );
+   // The table-shared mark is published with release order, so whoever sees
+   // it set also sees the table's bookkeeping. Zero is "in no table"; any
+   // other value is the holding table's, which says by it which release
+   // applies.
+   bool tableShared() const noexcept { return tableKind() != 0; }
+   U8 tableKind() const noexcept { return tableShared_.load( std::memory_order_acquire ); }
+   void tableKindIs( U8 kind ) const noexcept {
+      tableShared_.store( kind, std::memory_order_release );
    }
 
  private:
    mutable std::atomic<U32> refCount_{ 0 };
-   mutable std::atomic<bool> tableShared_{ false };
+   mutable std::atomic<U8> tableShared_{ 0 };
    bool notificationActive_ = false;
    mutable std::atomic<U8> reserved_{ 0 };
 };

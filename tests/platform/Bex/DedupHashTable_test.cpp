@@ -44,7 +44,7 @@ U32 goodHash( U64 value ) { return Kel::hashSingleAttr( 0, value ); }
 // TestHandle: an interned 64-bit content, placed where the test's hash says
 // so that tests can build collisions and probe runs that wrap. Like a list,
 // it may hold other members, released when it goes.
-class TestHandle final : public DedupHandle {
+class TestHandle final : public Bex::KeyedMember<DedupHandle> {
  public:
    using Ptr = Kel::Ptr<TestHandle>;
 
@@ -253,8 +253,8 @@ TYPED_TEST( DedupHashTableTest, LookupFindsMembersOnly ) {
 
 TYPED_TEST( DedupHashTableTest, MemberLeavesWithItsLastOutsideReferenceNotifyingOnce ) {
    // Hits hand out references the table counted ahead and releases give
-   // them back, past what a reserve holds (255 in a member, 65535 in a
-   // keyed slot); the count must still say who holds the member, and the
+   // them back, past what a reserve holds (255 in a member or a keyed
+   // slot); the count must still say who holds the member, and the
    // member must leave with its last outside reference whichever that is.
    auto table = this->newTable();
    auto notifiee = this->watched( *table );
@@ -296,6 +296,50 @@ TYPED_TEST( DedupHashTableTest, MemberLeavesWithItsLastOutsideReferenceNotifying
    table = nullptr;
    EXPECT_EQ( "1 1 1", second->counts() );
    EXPECT_EQ( "1 1 0", notifiee->counts() );
+   EXPECT_TRUE( this->allDestroyed() );
+}
+
+// A release through a pointer typed as the member's class, right after its
+// hit, gives the reference back to the slot the hit took it from without
+// reading the member: unless it may be the last outside reference, the
+// slot no longer holds the member (a removal moved it along its run), or
+// the slot array is gone (grown, or the table destroyed).
+TYPED_TEST( DedupHashTableTest, ReleaseAfterItsHitKeepsCountsWhenItsSlotMovedOrWentAway ) {
+   using Member = Kel::Ptr<const TestHandle>;
+   auto table = this->newTable();
+   auto intern = [ & ]( U64 v, U32 h ) {
+      return Kel::ptrCast<const TestHandle>( table->dedup( this->make( v, h ) ) );
+   };
+   auto hit = [ & ]( U64 v, U32 h ) {
+      return Kel::ptrCast<const TestHandle>( this->lookup( table, v, h ) );
+   };
+   Member first = intern( 1, 10 );
+   Member last = hit( 1, 10 );
+   first = nullptr;
+   last = nullptr; // the last outside reference, given back right after its hit
+   EXPECT_EQ( 0u, table->size() );
+
+   Member a = intern( 2, 20 ), b = intern( 3, 20 ); // b after a in one run
+   Member moved = hit( 3, 20 );
+   a = nullptr; // b moves back into a's slot
+   moved = nullptr;
+   EXPECT_EQ( 2u, b->refCount() );
+   EXPECT_EQ( b, hit( 3, 20 ) );
+
+   Member grown = hit( 3, 20 );
+   std::vector<Member> many;
+   for ( U64 v = 100; v < 1100; ++v ) {
+      many.push_back( intern( v, goodHash( v ) ) );
+   }
+   grown = nullptr;
+   EXPECT_EQ( 2u, b->refCount() );
+   many.clear();
+
+   Member orphan = hit( 3, 20 );
+   table = nullptr;
+   orphan = nullptr;
+   EXPECT_EQ( 1u, b->refCount() );
+   b = nullptr;
    EXPECT_TRUE( this->allDestroyed() );
 }
 
