@@ -72,9 +72,11 @@ class ListSpare {
       }
    };
 
-   static constinit inline thread_local List* spare_ = nullptr;
-   static constinit inline thread_local bool registered_ = false;
-   static constinit inline thread_local bool closed_ = false;
+   // Initial-exec, as every path's list reads them: no lookup call.
+   static constinit inline thread_local List* spare_ [[gnu::tls_model( "initial-exec" )]] = nullptr;
+   static constinit inline thread_local bool registered_ [[gnu::tls_model( "initial-exec" )]] =
+         false;
+   static constinit inline thread_local bool closed_ [[gnu::tls_model( "initial-exec" )]] = false;
    static inline thread_local Guard guard_;
 };
 

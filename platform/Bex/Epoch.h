@@ -29,7 +29,10 @@ struct alignas( 64 ) EpochRecord {
 // epochRecordClaimed(): this thread's record, claimed on first use and
 // given back when the thread ends; epochRecord() is its fast path.
 EpochRecord& epochRecordClaimed() noexcept;
-constinit inline thread_local EpochRecord* epochRecordOfThread = nullptr;
+// Initial-exec: every pin reads it, and the general model's lookup call
+// would cost a hit more than the pin itself.
+constinit inline thread_local EpochRecord* epochRecordOfThread
+      [[gnu::tls_model( "initial-exec" )]] = nullptr;
 inline EpochRecord& epochRecord() noexcept {
    EpochRecord* record = epochRecordOfThread;
    return record ? *record : epochRecordClaimed();
