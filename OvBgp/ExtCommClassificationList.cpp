@@ -36,7 +36,12 @@ ExtComm::PtrConst extCommVectorLookup( bool commVectorSorted,
 }
 
 void extCommVectorSort( ListMembers<ExtComm::PtrConst>& comms ) {
-   sortUnique( comms, ExtCommSortFn, ExtCommCompareFn );
+   // Lambdas rather than the functions themselves: a function pointer made
+   // every comparison of the sort an indirect call.
+   using Comm = ExtComm::PtrConst;
+   sortUnique(
+         comms, []( const Comm& a, const Comm& b ) { return ExtCommSortFn( a, b ); },
+         []( const Comm& a, const Comm& b ) { return ExtCommCompareFn( a, b ); } );
 }
 
 // ---- ExtCommClassificationList ------------------------------------------
