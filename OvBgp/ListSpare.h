@@ -10,6 +10,7 @@
 #pragma once
 
 #include "Kel/Ptr.h"
+#include "Kel/ThreadLocal.h"
 
 #include <utility>
 
@@ -72,11 +73,10 @@ class ListSpare {
       }
    };
 
-   // Initial-exec, as every path's list reads them: no lookup call.
-   static constinit inline thread_local List* spare_ [[gnu::tls_model( "initial-exec" )]] = nullptr;
-   static constinit inline thread_local bool registered_ [[gnu::tls_model( "initial-exec" )]] =
-         false;
-   static constinit inline thread_local bool closed_ [[gnu::tls_model( "initial-exec" )]] = false;
+   // Hot (Kel/ThreadLocal.h), as every path's list reads them.
+   static constinit inline thread_local List* spare_ KEL_HOT_THREAD_LOCAL = nullptr;
+   static constinit inline thread_local bool registered_ KEL_HOT_THREAD_LOCAL = false;
+   static constinit inline thread_local bool closed_ KEL_HOT_THREAD_LOCAL = false;
    static inline thread_local Guard guard_;
 };
 

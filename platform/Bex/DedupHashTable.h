@@ -60,6 +60,7 @@
 #include "Bex/Epoch.h"
 #include "Kel/Hash.h"
 #include "Kel/Ptr.h"
+#include "Kel/ThreadLocal.h"
 #include "Kel/Types.h"
 
 namespace Bex {
@@ -707,14 +708,13 @@ class KeyedDedupHashTable final : public DedupHashTableBase {
    // is used only while no single-thread keyed slot array has been freed
    // since (arraysFreed counts those, process-wide; a thread that sees the
    // count move forgets its slot), and only if it still holds the member (a
-   // removal may have moved members along their probe run). Initial-exec:
-   // one load from the thread pointer, not a call, in the library's own
-   // code too.
+   // removal may have moved members along their probe run). A hot
+   // thread-local (Kel/ThreadLocal.h): no lookup call.
    struct LastHit {
       KeyedSlot* slot;
       U32 arraysFreed;
    };
-   static constinit inline thread_local LastHit lastHit [[gnu::tls_model( "initial-exec" )]] = {};
+   static constinit inline thread_local LastHit lastHit KEL_HOT_THREAD_LOCAL = {};
    static inline std::atomic<U32> arraysFreed{ 0 };
    static KeyedSlot* lastHitSlotOf( const DedupHandle* member ) noexcept {
       KeyedSlot* slot = lastHit.slot;

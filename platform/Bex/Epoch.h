@@ -14,6 +14,7 @@
 
 #include <atomic>
 
+#include "Kel/ThreadLocal.h"
 #include "Kel/Types.h"
 
 namespace Bex {
@@ -29,10 +30,9 @@ struct alignas( 64 ) EpochRecord {
 // epochRecordClaimed(): this thread's record, claimed on first use and
 // given back when the thread ends; epochRecord() is its fast path.
 EpochRecord& epochRecordClaimed() noexcept;
-// Initial-exec: every pin reads it, and the general model's lookup call
-// would cost a hit more than the pin itself.
-constinit inline thread_local EpochRecord* epochRecordOfThread
-      [[gnu::tls_model( "initial-exec" )]] = nullptr;
+// Hot (Kel/ThreadLocal.h): every pin reads it, and the general model's
+// lookup call would cost a hit more than the pin itself.
+constinit inline thread_local EpochRecord* epochRecordOfThread KEL_HOT_THREAD_LOCAL = nullptr;
 inline EpochRecord& epochRecord() noexcept {
    EpochRecord* record = epochRecordOfThread;
    return record ? *record : epochRecordClaimed();
