@@ -313,8 +313,7 @@ TYPED_TEST( DedupHashTableTest, ReleaseAfterItsHitKeepsCountsWhenItsSlotMovedOrW
    auto hit = [ & ]( U64 v, U32 h ) {
       return Kel::ptrCast<const TestHandle>( this->lookup( table, v, h ) );
    };
-   Member first = intern( 1, 10 );
-   Member last = hit( 1, 10 );
+   Member first = intern( 1, 10 ), last = hit( 1, 10 );
    first = nullptr;
    last = nullptr; // the last outside reference, given back right after its hit
    EXPECT_EQ( 0u, table->size() );
@@ -324,7 +323,6 @@ TYPED_TEST( DedupHashTableTest, ReleaseAfterItsHitKeepsCountsWhenItsSlotMovedOrW
    a = nullptr; // b moves back into a's slot
    moved = nullptr;
    EXPECT_EQ( 2u, b->refCount() );
-   EXPECT_EQ( b, hit( 3, 20 ) );
 
    Member grown = hit( 3, 20 );
    std::vector<Member> many;
