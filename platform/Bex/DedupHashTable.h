@@ -689,8 +689,9 @@ class KeyedDedupHashTable final : public DedupHashTableBase {
 
    // giveBack(): a KeyedMember's release, when its thread's last hit was
    // on it (which says what slot holds it) and that slot's floor says
-   // others still hold it: the reference goes back into the slot's reserve, and the
-   // member itself is not read. False, with nothing done, otherwise.
+   // others still hold it: the reference goes back into the slot's
+   // reserve, and the member itself is not read. False, with nothing done,
+   // otherwise.
    static bool giveBack( const DedupHandle* member ) noexcept {
       KeyedSlot* slot = lastHitSlotOf( member );
       return slot && slot->giveBack();
