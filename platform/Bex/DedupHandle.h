@@ -75,11 +75,8 @@ class DedupHandle : public Kel::PtrInterface {
    // of every table: intern, use, drop). The mark the holding table's
    // insert left picks the release of that kind of table.
    void deleteRef() const noexcept {
-      const U8 kind = tableKind();
-      if ( kind == kInPlainTable ) {
-         releaseMemberOf<DedupHashTable>();
-      } else if ( kind == kInKeyedTable ) {
-         releaseKeyedMember();
+      if ( const U8 kind = tableKind() ) {
+         releaseMemberIn( kind );
       } else {
          releasePlain( 1 );
       }
@@ -191,8 +188,10 @@ class DedupHandle : public Kel::PtrInterface {
 
    U32 reservedReferences() const noexcept override;
 
-   void releaseShared() const noexcept override {
-      if ( tableKind() == kInPlainTable ) {
+   void releaseShared() const noexcept override { releaseMemberIn( tableKind() ); }
+   // releaseMemberIn(): the release of the kind of table marked kind.
+   void releaseMemberIn( U8 kind ) const noexcept {
+      if ( kind == kInPlainTable ) {
          releaseMemberOf<DedupHashTable>();
       } else {
          releaseKeyedMember();

@@ -435,13 +435,8 @@ void KeyedDedupHashTable::releaseInThread( const DedupHandle* member, U32 hash )
       reserved.store( DedupHandle::kReserve, std::memory_order_relaxed );
    }
    U32 reserve = slot->reserve();
-   U32 left;
-   if ( reserve < KeyedSlot::kMaxReserve ) {
-      slot->reserveIs( ++reserve );
-      left = member->refCountAtomic().load( std::memory_order_relaxed );
-   } else {
-      left = member->refCountAtomic().fetch_sub( 1 ) - 1;
-   }
+   const U32 left = returnReference( member, reserve, KeyedSlot::kMaxReserve,
+                                     [ slot ]( U32 grown ) { slot->reserveIs( grown ); } );
    if ( left == 1 + reserve ) {
       releaseMember( member, hash );
    } else {

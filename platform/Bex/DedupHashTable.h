@@ -440,6 +440,20 @@ class DedupHashTableBase : public Kel::PtrInterface {
       slot.handle()->dropReserve( slot.reserve() );
    }
 
+   // returnReference(): what both kinds' single-thread releases do with
+   // the reference: into the reserve, which holds reserve now (storeReserve()
+   // keeps the grown tally), or, when that holds most already, off the
+   // member's count. Returns the count after it, with reserve updated.
+   template<class StoreReserve>
+   static U32 returnReference( const DedupHandle* member, U32& reserve, U32 most,
+                               StoreReserve&& storeReserve ) noexcept {
+      if ( reserve < most ) {
+         storeReserve( ++reserve );
+         return member->refCountAtomic().load( std::memory_order_relaxed );
+      }
+      return member->refCountAtomic().fetch_sub( 1 ) - 1;
+   }
+
    // forEachSlotOf(): fn( slot ) for every occupied slot of shard.
    template<class S, class Fn>
    static void forEachSlotOf( const Shard& shard, Fn&& fn ) {
@@ -604,13 +618,9 @@ class DedupHashTable : public DedupHashTableBase {
    void releaseInThread( const DedupHandle* member, U32 hash ) noexcept {
       std::atomic<U8>& reserved = member->reservedAtomic();
       U32 reserve = reserved.load( std::memory_order_relaxed );
-      U32 left;
-      if ( reserve < DedupHandle::kReserve ) {
-         reserved.store( U8( ++reserve ), std::memory_order_relaxed );
-         left = member->refCountAtomic().load( std::memory_order_relaxed );
-      } else {
-         left = member->refCountAtomic().fetch_sub( 1 ) - 1;
-      }
+      const U32 left = returnReference( member, reserve, DedupHandle::kReserve, [ & ]( U32 grown ) {
+         reserved.store( U8( grown ), std::memory_order_relaxed );
+      } );
       if ( left == 1 + reserve ) {
          releaseMember( member, hash );
       }
@@ -651,12 +661,8 @@ class KeyedDedupHashTable final : public DedupHashTableBase {
       // the busiest table skips both.
       if ( !threadSafe_ ) {
          KeyedSlot* slot = findKey( shards_[ 0 ], placement, key );
-         if ( !slot ) {
-            return nullptr;
-         }
-         DedupHandle* member = slot->takeReference();
          lastHit.slot = slot;
-         return DedupHandle::PtrConst::adopt( member );
+         return handOut( slot );
       }
       return lookupSharedByKey( placement, key );
    }
