@@ -44,10 +44,18 @@ HashKey randomHashKey() {
 }
 
 U32 hashSeed() noexcept {
-   // Chosen once per process so that hash-set layouts cannot be predicted
-   // from outside; thread-safe through the function-local static.
-   static const U32 seed = hashSingleAttr(
-         0x5EEDu, U64( std::chrono::steady_clock::now().time_since_epoch().count() ) );
+   // Chosen once per process, from the OS, so that hash-set layouts cannot
+   // be predicted from outside; thread-safe through the function-local
+   // static. Only if the OS cannot give randomness (this is noexcept) does
+   // the clock stand in.
+   static const U32 seed = [] {
+      try {
+         return U32( randomHashKey().k0 );
+      } catch ( const std::system_error& ) {
+         return hashSingleAttr(
+               0x5EEDu, U64( std::chrono::steady_clock::now().time_since_epoch().count() ) );
+      }
+   }();
    return seed;
 }
 

@@ -179,7 +179,7 @@ constexpr U32 hashSingleAttr( U32 seed, U64 value ) noexcept {
 }
 
 // hashSeed(): the process-wide 32-bit seed that hash sets mix into their
-// member hashes; fixed for the life of the process.
+// member hashes: drawn from the OS once, fixed for the life of the process.
 U32 hashSeed() noexcept;
 
 // oneAtATime(): one octet into a running one-at-a-time state.
