@@ -133,8 +133,9 @@ ExtCommIp6List::PtrConst ExtCommIp6List::dedup( const ExtCommIp6ListDedupTable* 
    commVectorSorted_ = true;
    // A list interned already is found by its members before any part is
    // built.
+   U32 placement;
    if ( PtrConst found = lookupByMembers<ExtCommIp6List, ExtCommIp6ListWire::kOctets>(
-              *table->dedupTable(), comm_, ExtCommIp6ListWire::store ) ) {
+              *table->dedupTable(), comm_, ExtCommIp6ListWire::store, placement ) ) {
       return found;
    }
    buildClassificationLists( true );
@@ -150,8 +151,8 @@ ExtCommIp6List::PtrConst ExtCommIp6List::dedup( const ExtCommIp6ListDedupTable* 
       }
       slot = const_cast<ExtCommIp6ClassificationList*>( _classificationList )->dedup( table );
    }
-   Bex::DedupHandle::PtrConst interned = table->dedupTable()->dedup(
-         Bex::DedupHandle::PtrConst( this ), []( Bex::DedupHandle* inserted ) {
+   Bex::DedupHandle::PtrConst interned = table->dedupTable()->dedupAt(
+         Bex::DedupHandle::PtrConst( this ), placement, []( Bex::DedupHandle* inserted ) {
             // An interned list keeps no spare room.
             auto* list = static_cast<ExtCommIp6List*>( inserted );
             list->comm_.trim();

@@ -247,8 +247,9 @@ ExtCommList::PtrConst ExtCommList::dedup( const ExtCommListDedupTable* table ) {
    // Most lists a path brings are interned already: find the one by its
    // members before building and interning any part.
    extCommVectorSort( comm_ );
+   U32 placement;
    if ( PtrConst found = lookupByMembers<ExtCommList, 8>( *table->dedupTable(), comm_,
-                                                          ExtCommListWire::store ) ) {
+                                                          ExtCommListWire::store, placement ) ) {
       return found;
    }
    createClassificationListVector( true );
@@ -272,8 +273,8 @@ ExtCommList::PtrConst ExtCommList::dedup( const ExtCommListDedupTable* table ) {
       flagIs( CommVectorAttrs::hasLinkBandwidth, true );
    }
    flagIs( CommVectorAttrs::hasOriginValidationState, originValidation );
-   Bex::DedupHandle::PtrConst interned = table->dedupTable()->dedup(
-         Bex::DedupHandle::PtrConst( this ),
+   Bex::DedupHandle::PtrConst interned = table->dedupTable()->dedupAt(
+         Bex::DedupHandle::PtrConst( this ), placement,
          []( Bex::DedupHandle* h ) { static_cast<ExtCommList*>( h )->finishMembers(); } );
    return Kel::ptrCast<const ExtCommList>( std::move( interned ) );
 }

@@ -189,30 +189,31 @@ U32 membersPlacementHash( const Kel::HashKey& key, const Members& members ) {
                              SortedWireOctets<Wire::kOctets>( members, Wire::store ).octets() );
 }
 
-// lookupWireOctets(): the member of set whose values are values (placed
-// by listPlacementHash()); same( list, values ) is the kind's comparison.
-// Null when there is none.
+// lookupWireOctets(): the member of set whose values are values, placed
+// at placement (listPlacementHash() of their octets); same( list, values )
+// is the kind's comparison. Null when there is none.
 template<class List, size_t kValueOctets, class Same>
-typename List::PtrConst lookupWireOctets( const Bex::DedupHashTable& set,
+typename List::PtrConst lookupWireOctets( const Bex::DedupHashTable& set, U32 placement,
                                           const SortedWireOctets<kValueOctets>& values,
                                           Same&& same ) {
    Bex::DedupHandle::PtrConst found =
-         set.lookupIf( listPlacementHash( set.hashKey(), values.octets() ),
-                       [ & ]( const Bex::DedupHandle* member ) {
-                          return same( *static_cast<const List*>( member ), values );
-                       } );
+         set.lookupIf( placement, [ & ]( const Bex::DedupHandle* member ) {
+            return same( *static_cast<const List*>( member ), values );
+         } );
    return Kel::ptrCast<const List>( std::move( found ) );
 }
 
 // lookupByMembers(): the member of set that holds exactly members (sorted,
 // unique, interned: equal contents are one object), found by their wire
 // octets (write( out, member )) without building anything; null when there
-// is none.
+// is none. placement is set to where the members place, for the insert
+// that follows a miss.
 template<class List, size_t kValueOctets, class Members, class Write>
 typename List::PtrConst lookupByMembers( const Bex::DedupHashTable& set, const Members& members,
-                                         Write&& write ) {
+                                         Write&& write, U32& placement ) {
    const SortedWireOctets<kValueOctets> wire( members, write );
-   return lookupWireOctets<List>( set, wire, [ & ]( const List& list, const auto& ) {
+   placement = listPlacementHash( set.hashKey(), wire.octets() );
+   return lookupWireOctets<List>( set, placement, wire, [ & ]( const List& list, const auto& ) {
       return sameListValues( list, wire, [ & ] { return list.commVector() == members; } );
    } );
 }
@@ -236,7 +237,9 @@ typename List::PtrConst dedupWireOctets( const typename Wire::Table* table, cons
          } );
       } );
    };
-   if ( auto found = lookupWireOctets<List>( *table->dedupTable(), wire, same ) ) {
+   const Bex::DedupHashTable& set = *table->dedupTable();
+   if ( auto found = lookupWireOctets<List>( set, listPlacementHash( set.hashKey(), wire.octets() ),
+                                             wire, same ) ) {
       return found;
    }
    auto list = List::withRoomFor( U32( wire.count() ) );

@@ -121,18 +121,19 @@ auto ValueList<List, Wire>::dedup( const Table* table ) -> PtrConst {
    // Most lists a path brings are interned already: the one found without
    // the table's lock is the result, and this list goes back to its thread
    // unreferenced by the table.
+   Bex::DedupHashTable& set = *table->dedupTable();
+   const U32 placement = placementHash( set.hashKey() );
    if ( !everDeduped() ) {
-      const Bex::DedupHashTable& set = *table->dedupTable();
-      Bex::DedupHandle::PtrConst found = set.lookupIf(
-            placementHash( set.hashKey() ), [ this ]( const Bex::DedupHandle* member ) {
+      Bex::DedupHandle::PtrConst found =
+            set.lookupIf( placement, [ this ]( const Bex::DedupHandle* member ) {
                return valueList::same<Value>( comm_, static_cast<const List*>( member )->comm_ );
             } );
       if ( found ) {
          return Kel::ptrCast<const List>( std::move( found ) );
       }
    }
-   Bex::DedupHandle::PtrConst dedupHandle = table->dedupTable()->dedup(
-         PtrConst( static_cast<List*>( this ) ),
+   Bex::DedupHandle::PtrConst dedupHandle = set.dedupAt(
+         PtrConst( static_cast<List*>( this ) ), placement,
          []( Bex::DedupHandle* inserted ) { static_cast<List*>( inserted )->comm_.trim(); } );
    OVBGP_LIST_ASSERT( dedupHandle, "dedupHandle" );
    return Kel::ptrCast<const List>( std::move( dedupHandle ) );

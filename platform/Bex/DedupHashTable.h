@@ -590,8 +590,15 @@ class DedupHashTable : public DedupHashTableBase {
    template<class PreInsert>
    DedupHandle::PtrConst dedup( const DedupHandle::PtrConst& handle, PreInsert&& preInsert ) {
       KEL_ASSERT_MSG( handle, "dedupHandle" );
+      return dedupAt( handle, handle->placementHash( hashKey_ ), preInsert );
+   }
+   // dedupAt(): dedup() of a handle whose placementHash( hashKey() ) the
+   // caller has computed already, for the lookup that missed before it.
+   template<class PreInsert>
+   DedupHandle::PtrConst dedupAt( const DedupHandle::PtrConst& handle, U32 hash,
+                                  PreInsert&& preInsert ) {
+      KEL_ASSERT_MSG( handle, "dedupHandle" );
       const DedupHandle* candidate = handle.ptr();
-      const U32 hash = candidate->placementHash( hashKey_ );
       auto found = [ this, candidate, hash ]( Shard& shard ) {
          auto equal = [ candidate ]( const DedupHandle* member ) {
             return member->compare( candidate );
