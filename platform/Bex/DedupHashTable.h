@@ -593,7 +593,8 @@ class DedupHashTable : public DedupHashTableBase {
       return dedupAt( handle, handle->placementHash( hashKey_ ), preInsert );
    }
    // dedupAt(): dedup() of a handle whose placementHash( hashKey() ) the
-   // caller has computed already, for the lookup that missed before it.
+   // caller has computed already, for the lookup that missed before it. Any
+   // other hash places the handle where no lookup finds it.
    template<class PreInsert>
    DedupHandle::PtrConst dedupAt( const DedupHandle::PtrConst& handle, U32 hash,
                                   PreInsert&& preInsert ) {
