@@ -258,6 +258,7 @@ TYPED_TEST( ListConcurrencyTest, ListsInternedAndReleasedFromFourThreadsLeaveEmp
    const TypeParam kind;
    OvBgpGlobals::multiThreadedIs( false );
    ASSERT_TRUE( kind.lists->dedupTable()->threadSafe() );
+   ASSERT_FALSE( TypeParam().lists->dedupTable()->threadSafe() ); // the setting is back
    using Key = typename TypeParam::Key;
    std::vector<std::vector<Key>> contents;
    for ( size_t k = 0; k < 24; ++k ) {
