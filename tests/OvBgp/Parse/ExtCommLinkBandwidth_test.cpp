@@ -67,11 +67,9 @@ TEST( ExtCommLinkBandwidth, ValidityUnspecifiedAsAndIsBetterThan ) {
    EXPECT_TRUE( value->isLinkBandwidthWithUnspecifiedAsNumber() );
    EXPECT_FALSE( lbw( 1, 1.0f )->isLinkBandwidthWithUnspecifiedAsNumber() );
 
+   // The platform's judgement (LinkBandwidth_test), read through the value.
    const float nanValue = std::numeric_limits<float>::quiet_NaN();
    EXPECT_TRUE( lbw( 1, 0.0f )->isValid() );
-   EXPECT_TRUE( lbw( 1, -0.0f )->isValid() );
-   EXPECT_FALSE( lbw( 1, -1.0f )->isValid() );
-   EXPECT_FALSE( lbw( 1, std::numeric_limits<float>::infinity() )->isValid() );
    EXPECT_FALSE( lbw( 1, nanValue )->isValid() );
 
    // isBetterThan() asks whether the argument beats this value; NaN beats and loses to nothing.
