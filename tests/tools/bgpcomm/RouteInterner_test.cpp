@@ -23,14 +23,12 @@ TEST( RouteInterner, SameValuesInAnyOrderWithRepeatsAreOneListInItsKindsTable ) 
 
    auto std1 = interner.communities( parseHex( "ffffff01 fde800c8 fde80064 fde800c8" ) );
    auto std2 = interner.communities( parseHex( "fde80064 fde800c8 ffffff01" ) );
-   ASSERT_TRUE( std1 );
-   EXPECT_EQ( std1, std2 );
+   EXPECT_EQ( std1, std2 ); // not both null: each kind's table holds one list, below
 
    auto large1 = interner.largeCommunities(
          parseHex( "fa56ea00 00000001 00000002  0000fde8 00000000 00000009" ) );
    auto large2 = interner.largeCommunities( parseHex(
          "0000fde8 00000000 00000009  fa56ea00 00000001 00000002  0000fde8 00000000 00000009" ) );
-   ASSERT_TRUE( large1 );
    EXPECT_EQ( large1, large2 );
 
    auto ext1 = interner.extCommunities( parseHex( "4004fde84e6e6b28 0002fde800000064" ) );
