@@ -3,7 +3,6 @@
 #include <bzlib.h>
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <string>
 
 namespace BgpcommTest {
@@ -101,64 +100,38 @@ TEST( Bzip2Block, CorruptBlocksAreRefusedWithTheirCause ) {
       while ( bitAt( z, lengths++ ) ) {
       }
    }
-   struct Case {
+   // Each case: the cause, then the bits spoilt (from the block's start, how
+   // many, their new value; kFlip inverts the one bit) or how much longer the
+   // block is said to be.
+   constexpr U32 kFlip = ~0u;
+   const struct {
       const char* cause;
-      std::function<void( Octets&, U64& )> spoil;
-   };
-   const Case cases[] = {
-      { "block cut short",
-        []( Octets&, U64& n ) {
-           --n;
-        } },
-      { "bits after the block's end",
-        []( Octets&, U64& n ) {
-           ++n;
-        } },
-      { "bad block magic",
-        [ & ]( Octets& o, U64& ) {
-           setBits( o, first, 1, 1 );
-        } },
-      { "block CRC mismatch",
-        [ & ]( Octets& o, U64& ) {
-           setBits( o, first + 48, 1, !bitAt( o, first + 48 ) );
-        } },
-      { "randomised block (not written since 1999)",
-        [ & ]( Octets& o, U64& ) {
-           setBits( o, first + 80, 1, 1 );
-        } },
-      { "start row beyond the block size",
-        [ & ]( Octets& o, U64& ) {
-           setBits( o, first + 81, 24, 100000 );
-        } },
-      { "start row beyond the block size",
-        [ & ]( Octets& o, U64& ) {
-           setBits( o, first + 81, 24, 99999 );
-        } },
-      { "no octets in use",
-        [ & ]( Octets& o, U64& ) {
-           setBits( o, first + 105, 16, 0 );
-        } },
-      { "Huffman table count out of range",
-        [ & ]( Octets& o, U64& ) {
-           setBits( o, first + 137, 3, 7 );
-        } },
-      { "no selectors",
-        [ & ]( Octets& o, U64& ) {
-           setBits( o, first + 140, 15, 0 );
-        } },
-      { "code length out of range",
-        [ & ]( Octets& o, U64& ) {
-           setBits( o, lengths, 5, 21 );
-        } },
+      U64 at;
+      unsigned count;
+      U32 value;
+      int longer;
+   } cases[] = {
+      { "block cut short", 0, 0, 0, -1 },
+      { "bits after the block's end", 0, 0, 0, 1 },
+      { "bad block magic", 0, 1, 1, 0 },
+      { "block CRC mismatch", 48, 1, kFlip, 0 },
+      { "randomised block (not written since 1999)", 80, 1, 1, 0 },
+      { "start row beyond the block size", 81, 24, 100000, 0 },
+      { "start row beyond the block size", 81, 24, 99999, 0 },
+      { "no octets in use", 105, 16, 0, 0 },
+      { "Huffman table count out of range", 137, 3, 7, 0 },
+      { "no selectors", 140, 15, 0, 0 },
+      { "code length out of range", lengths - first, 5, 21, 0 },
    };
    Bzip2BlockDecoder decoder;
-   for ( const Case& c : cases ) {
+   for ( const auto& c : cases ) {
       Octets spoilt = z;
-      U64 n = bits;
-      c.spoil( spoilt, n );
+      const U64 at = first + c.at;
+      setBits( spoilt, at, c.count, c.value == kFlip ? !bitAt( z, at ) : c.value );
       Octets out;
       U32 crc;
-      const char* error = decoder.decode( spoilt, first, n, '1', out, crc );
+      const char* error =
+            decoder.decode( spoilt, first, U64( S64( bits ) + c.longer ), '1', out, crc );
       EXPECT_STREQ( error, c.cause );
       EXPECT_TRUE( out.empty() ) << c.cause;
    }
