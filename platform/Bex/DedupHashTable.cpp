@@ -61,6 +61,14 @@ void DedupHashTableBase::allocateShards() {
 }
 
 template<class S>
+void DedupHashTableBase::freeSlotArray( void* slotArray ) noexcept {
+   if constexpr ( std::is_same_v<S, KeyedSlot> ) {
+      KeyedDedupHashTable::slotArrayFreed();
+   }
+   std::free( slotArray );
+}
+
+template<class S>
 void DedupHashTableBase::forgetMembers() noexcept {
    // A table destroyed by its owner rather than by its count (a member or a
    // local) stops notification here. The stop callback gets a counted
@@ -74,16 +82,13 @@ void DedupHashTableBase::forgetMembers() noexcept {
    // table and are destroyed by their last holder like any counted object.
    std::vector<DedupHandle*> members;
    members.reserve( size() );
-   if constexpr ( std::is_same_v<S, KeyedSlot> ) {
-      KeyedDedupHashTable::slotArrayFreed();
-   }
    for ( U32 s = 0; s < shardCount_; ++s ) {
       Shard& shard = shards_[ s ];
       forEachSlotOf<S>( shard, [ & ]( S& slot ) {
          returnReserve( slot );
          members.push_back( slot.handle() );
       } );
-      std::free( shard.slotArray );
+      freeSlotArray<S>( shard.slotArray );
       shard.slotArray = nullptr;
    }
    for ( DedupHandle* h : members ) {
@@ -168,10 +173,7 @@ void DedupHashTableBase::growIfFull( Shard& shard, bool threadSafe ) {
    if ( threadSafe ) {
       epochRetire( old, std::free );
    } else {
-      if constexpr ( std::is_same_v<S, KeyedSlot> ) {
-         KeyedDedupHashTable::slotArrayFreed();
-      }
-      std::free( old );
+      freeSlotArray<S>( old );
    }
 }
 

@@ -466,6 +466,11 @@ class DedupHashTableBase : public Kel::PtrInterface {
    }
    template<class S>
    static void growIfFull( Shard& shard, bool threadSafe );
+   // freeSlotArray(): frees a slot array that no lookup reads any more; a
+   // keyed one first moves KeyedDedupHashTable's count of freed arrays, so
+   // that no thread gives a reference back to a last hit that lay in it.
+   template<class S>
+   static void freeSlotArray( void* slotArray ) noexcept;
    template<class S>
    static void placeSlot( Shard& shard, const S& slot ) noexcept;
    template<class S>
