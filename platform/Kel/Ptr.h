@@ -92,14 +92,14 @@ class PtrInterface {
    // other value is the holding table's, which says by it which release
    // applies.
    bool tableShared() const noexcept { return tableKind() != 0; }
-   U8 tableKind() const noexcept { return tableShared_.load( std::memory_order_acquire ); }
+   U8 tableKind() const noexcept { return tableKind_.load( std::memory_order_acquire ); }
    void tableKindIs( U8 kind ) const noexcept {
-      tableShared_.store( kind, std::memory_order_release );
+      tableKind_.store( kind, std::memory_order_release );
    }
 
  private:
    mutable std::atomic<U32> refCount_{ 0 };
-   mutable std::atomic<U8> tableShared_{ 0 };
+   mutable std::atomic<U8> tableKind_{ 0 };
    bool notificationActive_ = false;
    mutable std::atomic<U8> reserved_{ 0 };
 };
